@@ -1,0 +1,89 @@
+// Parses Orvella's command line into one request.
+#include "shell/commandline.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace orvella::shell {
+
+CommandLineRequest parseCommandLine(const QStringList &arguments)
+{
+    using Action = CommandLineRequest::Action;
+    CommandLineRequest request;
+    QStringList rest = arguments;
+    if (!rest.isEmpty() && !rest.constFirst().startsWith(u'-')) {
+        const QString command = rest.takeFirst();
+        if (command == QLatin1String("list")) {
+            request.action = Action::List;
+        } else if (command == QLatin1String("help")) {
+            request.action = Action::Help;
+        } else {
+            request.action = Action::Invalid;
+            request.error = QStringLiteral("unknown command \"%1\"").arg(command);
+            return request;
+        }
+    }
+    for (const QString &arg : rest) {
+        if (arg == QLatin1String("--version") || arg == QLatin1String("-v")) {
+            request.action = Action::Version;
+        } else if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) {
+            request.action = Action::Help;
+        } else if (arg == QLatin1String("--json") && request.action == Action::List) {
+            request.json = true;
+        } else {
+            request.action = Action::Invalid;
+            request.error = QStringLiteral("unknown option \"%1\"").arg(arg);
+            return request;
+        }
+    }
+    return request;
+}
+
+QString usageText()
+{
+    return QStringLiteral(
+        "Usage: orvella [COMMAND] [OPTIONS]\n"
+        "\n"
+        "Orvella keeps a sidebar at the screen edge that lists every open window,\n"
+        "grouped into shelves and per-application sections.\n"
+        "\n"
+        "Commands:\n"
+        "  (none)        start Orvella in the current X session\n"
+        "  list          print the open windows and exit\n"
+        "\n"
+        "Options:\n"
+        "  --json        with list: one JSON document instead of text\n"
+        "  -h, --help    show this help and exit\n"
+        "  -v, --version show the version and exit\n"
+        "\n"
+        "Preferences: $XDG_CONFIG_HOME/orvella/preferences.json\n");
+}
+
+QByteArray formatClientList(const QList<platform::x11::ClientSummary> &clients, bool json)
+{
+    if (json) {
+        QJsonArray array;
+        for (const auto &c : clients) {
+            QJsonObject o{{QStringLiteral("window"), qint64(c.window)},
+                          {QStringLiteral("title"), c.title},
+                          {QStringLiteral("class"), c.wmClass}};
+            if (c.pid)
+                o.insert(QStringLiteral("pid"), qint64(*c.pid));
+            array.append(o);
+        }
+        return QJsonDocument(array).toJson(QJsonDocument::Compact) + '\n';
+    }
+    QByteArray out;
+    for (const auto &c : clients) {
+        out += QStringLiteral("0x%1  %2  %3  %4\n")
+                   .arg(c.window, 8, 16, QLatin1Char('0'))
+                   .arg(c.pid ? QString::number(*c.pid) : QStringLiteral("-"), 7)
+                   .arg(c.wmClass.isEmpty() ? QStringLiteral("-") : c.wmClass, -20)
+                   .arg(c.title)
+                   .toUtf8();
+    }
+    return out;
+}
+
+} // namespace orvella::shell

@@ -1,0 +1,220 @@
+// The JSON preferences store: typed reads, debounced atomic writes, corrupt files,
+// and a writer killed in the middle of a burst.
+#include "platform/preferencesstore.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+using orvella::platform::PreferencesStore;
+
+namespace {
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(bytes);
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestPreferencesStore : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init() { QVERIFY(m_dir.isValid()); m_path = m_dir.filePath(QStringLiteral("prefs-%1.json").arg(++m_n)); }
+
+    void typedReads_data();
+    void typedReads();
+    void writesAreVisibleAtOnceAndReachDiskAfterDebounce();
+    void valuesSurviveAReopen();
+    void corruptFileIsSetAsideAndStoreStartsEmpty_data();
+    void corruptFileIsSetAsideAndStoreStartsEmpty();
+    void nonFiniteNumbersAreRefused();
+    void defaultPathFollowsXdgConfigHome();
+    void killedWriterLeavesOldOrNewValues();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_path;
+    int m_n = 0;
+};
+
+// Each stored JSON value read with each typed reader: a value of another type is absent.
+void TestPreferencesStore::typedReads_data()
+{
+    QTest::addColumn<QByteArray>("stored");
+    QTest::addColumn<QString>("reader");
+    QTest::addColumn<QVariant>("expected"); // invalid = absent
+
+    QTest::newRow("bool") << QByteArray("true") << "bool" << QVariant(true);
+    QTest::newRow("bool from number") << QByteArray("1") << "bool" << QVariant();
+    QTest::newRow("bool from text") << QByteArray("\"true\"") << "bool" << QVariant();
+    QTest::newRow("double") << QByteArray("12.5") << "double" << QVariant(12.5);
+    QTest::newRow("double from text") << QByteArray("\"12\"") << "double" << QVariant();
+    QTest::newRow("double from bool") << QByteArray("false") << "double" << QVariant();
+    QTest::newRow("string") << QByteArray("\"left\"") << "string" << QVariant(QStringLiteral("left"));
+    QTest::newRow("string from null") << QByteArray("null") << "string" << QVariant();
+    QTest::newRow("string list") << QByteArray("[\"cpu\",\"mem\"]") << "list"
+                                 << QVariant(QStringList{"cpu", "mem"});
+    QTest::newRow("empty list") << QByteArray("[]") << "list" << QVariant(QStringList{});
+    QTest::newRow("mixed list") << QByteArray("[\"cpu\",3]") << "list" << QVariant();
+    QTest::newRow("list from text") << QByteArray("\"cpu\"") << "list" << QVariant();
+    QTest::newRow("dictionary") << QByteArray("{\"a\":1}") << "dict" << QVariant(QVariantMap{{"a", 1.0}});
+    QTest::newRow("dictionary from list") << QByteArray("[1]") << "dict" << QVariant();
+    QTest::newRow("data") << QByteArray("\"aGVsbG8=\"") << "data" << QVariant(QByteArray("hello"));
+    QTest::newRow("data not base64") << QByteArray("\"not base64!\"") << "data" << QVariant();
+    QTest::newRow("data from number") << QByteArray("5") << "data" << QVariant();
+}
+
+void TestPreferencesStore::typedReads()
+{
+    QFETCH(QByteArray, stored);
+    QFETCH(QString, reader);
+    QFETCH(QVariant, expected);
+    writeFile(m_path, "{\"key\": " + stored + "}");
+    PreferencesStore store(m_path);
+    const QString key = QStringLiteral("key");
+
+    QVariant actual;
+    if (reader == QLatin1String("bool")) {
+        if (auto v = store.boolValue(key)) actual = *v;
+    } else if (reader == QLatin1String("double")) {
+        if (auto v = store.doubleValue(key)) actual = *v;
+    } else if (reader == QLatin1String("string")) {
+        if (auto v = store.stringValue(key)) actual = *v;
+    } else if (reader == QLatin1String("list")) {
+        if (auto v = store.stringListValue(key)) actual = *v;
+    } else if (reader == QLatin1String("dict")) {
+        if (auto v = store.dictionaryValue(key)) actual = v->toVariantMap();
+    } else if (reader == QLatin1String("data")) {
+        if (auto v = store.dataValue(key)) actual = *v;
+    }
+    QCOMPARE(actual, expected);
+    QVERIFY(store.stringValue(QStringLiteral("missing")) == std::nullopt);
+}
+
+void TestPreferencesStore::writesAreVisibleAtOnceAndReachDiskAfterDebounce()
+{
+    PreferencesStore store(m_path);
+    store.setFlushDelay(std::chrono::milliseconds(50));
+    store.setDouble(QStringLiteral("sidebarWidth"), 300);
+    QCOMPARE(store.doubleValue(QStringLiteral("sidebarWidth")), std::optional(300.0));
+    QVERIFY(store.hasUnsavedChanges());
+    QVERIFY(!QFile::exists(m_path));
+
+    QTRY_VERIFY(!store.hasUnsavedChanges());
+    const QJsonObject onDisk = QJsonDocument::fromJson(readFile(m_path)).object();
+    QCOMPARE(onDisk.value(QStringLiteral("sidebarWidth")).toDouble(), 300.0);
+    // Only the final file is left behind, no temporaries.
+    QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("prefs-*.tmp-*")}, QDir::Files), QStringList());
+}
+
+void TestPreferencesStore::valuesSurviveAReopen()
+{
+    {
+        PreferencesStore store(m_path);
+        store.setBool(QStringLiteral("b"), false);
+        store.setStringList(QStringLiteral("l"), {QStringLiteral("x")});
+        store.setData(QStringLiteral("d"), QByteArray("\0\1\2", 3));
+        store.setString(QStringLiteral("gone"), QStringLiteral("soon"));
+        store.remove(QStringLiteral("gone"));
+    } // destruction writes, as at exit
+    PreferencesStore reopened(m_path);
+    QCOMPARE(reopened.boolValue(QStringLiteral("b")), std::optional(false));
+    QCOMPARE(reopened.stringListValue(QStringLiteral("l")), std::optional(QStringList{"x"}));
+    QCOMPARE(reopened.dataValue(QStringLiteral("d")), std::optional(QByteArray("\0\1\2", 3)));
+    QVERIFY(!reopened.contains(QStringLiteral("gone")));
+}
+
+void TestPreferencesStore::corruptFileIsSetAsideAndStoreStartsEmpty_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("garbage") << QByteArray("\x89PNG\r\n not json");
+    QTest::newRow("truncated") << QByteArray("{\"sidebarWidth\": 300, \"position\": \"ri");
+    QTest::newRow("array at top") << QByteArray("[1, 2, 3]");
+    QTest::newRow("empty file") << QByteArray("");
+}
+
+void TestPreferencesStore::corruptFileIsSetAsideAndStoreStartsEmpty()
+{
+    QFETCH(QByteArray, content);
+    writeFile(m_path, content);
+
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("moved aside to .*corrupt-")));
+    PreferencesStore store(m_path);
+    QCOMPARE(store.snapshot(), QJsonObject());
+    // Nothing is lost: the bad file is kept, byte for byte, where the user can find it.
+    QVERIFY(store.setAsidePath().startsWith(m_path + QStringLiteral(".corrupt-")));
+    QCOMPARE(readFile(store.setAsidePath()), content);
+
+    store.setString(QStringLiteral("position"), QStringLiteral("right"));
+    QVERIFY(store.flush());
+    QCOMPARE(PreferencesStore(m_path).stringValue(QStringLiteral("position")),
+             std::optional(QStringLiteral("right")));
+}
+
+void TestPreferencesStore::nonFiniteNumbersAreRefused()
+{
+    PreferencesStore store(m_path);
+    store.setDouble(QStringLiteral("n"), 1);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("non-finite")));
+    store.setDouble(QStringLiteral("n"), std::numeric_limits<double>::quiet_NaN());
+    QCOMPARE(store.doubleValue(QStringLiteral("n")), std::optional(1.0));
+}
+
+void TestPreferencesStore::defaultPathFollowsXdgConfigHome()
+{
+    const QByteArray saved = qgetenv("XDG_CONFIG_HOME");
+    qputenv("XDG_CONFIG_HOME", "/tmp/xdg-test-home");
+    QCOMPARE(PreferencesStore::defaultFilePath(), QStringLiteral("/tmp/xdg-test-home/orvella/preferences.json"));
+    qunsetenv("XDG_CONFIG_HOME");
+    QCOMPARE(PreferencesStore::defaultFilePath(), QDir::homePath() + QStringLiteral("/.config/orvella/preferences.json"));
+    qputenv("XDG_CONFIG_HOME", saved);
+}
+
+// A crash at any moment of a write leaves a file that parses, each key holding either
+// its old value or one of the values written.
+void TestPreferencesStore::killedWriterLeavesOldOrNewValues()
+{
+    QJsonObject initial;
+    for (int k = 0; k < 50; ++k)
+        initial.insert(QStringLiteral("k%1").arg(k), QStringLiteral("old"));
+
+    for (int attempt = 0; attempt < 8; ++attempt) {
+        writeFile(m_path, QJsonDocument(initial).toJson());
+        QProcess child;
+        child.start(QStringLiteral(ORVELLA_PREFS_CHILD), {QStringLiteral("burst"), m_path});
+        QVERIFY(child.waitForStarted());
+        // Once the burst runs, kill it at a varying moment, usually in the middle of a write.
+        QByteArray output;
+        QTRY_VERIFY_WITH_TIMEOUT((output += child.readAllStandardOutput()).contains("round"), 20000);
+        QTest::qWait(int(QRandomGenerator::global()->bounded(40)));
+        child.kill();
+        QVERIFY(child.waitForFinished());
+
+        QJsonParseError error{};
+        const QJsonDocument doc = QJsonDocument::fromJson(readFile(m_path), &error);
+        QVERIFY2(error.error == QJsonParseError::NoError, qPrintable(error.errorString()));
+        const QJsonObject values = doc.object();
+        static const QRegularExpression written(QStringLiteral("^(old|new-\\d+)$"));
+        for (int k = 0; k < 50; ++k) {
+            const QString v = values.value(QStringLiteral("k%1").arg(k)).toString();
+            QVERIFY2(written.match(v).hasMatch(), qPrintable(QStringLiteral("k%1 = '%2'").arg(k).arg(v)));
+        }
+    }
+}
+
+QTEST_GUILESS_MAIN(TestPreferencesStore)
+#include "tst_preferencesstore.moc"
