@@ -105,9 +105,8 @@ void PreferencesStore::setAside(const QString &reason)
 
     if (QFile::rename(m_filePath, target)) {
         m_setAsidePath = target;
-        qCWarning(lcPlatform).noquote()
-            << "[OV] preferences: " + m_filePath + " is not valid (" + reason + "); moved aside to "
-                   + target + ", starting with defaults";
+        qCWarning(lcPlatform).noquote() << "[OV] preferences: " + m_filePath + " is not valid (" + reason
+                                               + "); moved aside to " + target + ", starting with defaults";
     } else {
         // Never overwrite what we could not move: the user may still recover it by hand.
         m_writeBlocked = true;
@@ -160,8 +159,8 @@ std::optional<QByteArray> PreferencesStore::dataValue(const QString &key) const
     const QJsonValue v = m_values.value(key);
     if (!v.isString())
         return std::nullopt;
-    auto decoded = QByteArray::fromBase64Encoding(v.toString().toLatin1(),
-                                                  QByteArray::AbortOnBase64DecodingErrors);
+    auto decoded =
+        QByteArray::fromBase64Encoding(v.toString().toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
     return decoded ? std::optional(*decoded) : std::nullopt;
 }
 
@@ -181,8 +180,7 @@ void PreferencesStore::setValue(const QString &key, const QJsonValue &value)
 void PreferencesStore::setDouble(const QString &key, double value)
 {
     if (!std::isfinite(value)) {
-        qCWarning(lcPlatform).noquote()
-            << "[OV] preferences: refusing non-finite number for key" << key;
+        qCWarning(lcPlatform).noquote() << "[OV] preferences: refusing non-finite number for key" << key;
         return;
     }
     setValue(key, value);
@@ -242,9 +240,8 @@ bool PreferencesStore::writeAtomically(const QByteArray &bytes)
     QByteArray tmpl = QFile::encodeName(m_filePath + QStringLiteral(".tmp-XXXXXX"));
     const int fd = ::mkstemp(tmpl.data());
     if (fd < 0) {
-        qCWarning(lcPlatform).noquote()
-            << "[OV] preferences: cannot create a temporary file beside" << m_filePath << ":"
-            << std::strerror(errno);
+        qCWarning(lcPlatform).noquote() << "[OV] preferences: cannot create a temporary file beside"
+                                        << m_filePath << ":" << std::strerror(errno);
         return false;
     }
     // The data must be on disk before the rename makes it the store, or a power cut

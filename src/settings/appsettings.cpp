@@ -43,8 +43,8 @@ AppSettings::AppSettings(platform::PreferencesStore &store, QObject *parent)
 
     // The desktop switched between light and dark: views re-pick their colours. The
     // connection dies with this object.
-    connect(m_desktopAppearance, &platform::DesktopAppearance::changed, this,
-            &AppSettings::appearanceChanged, Qt::QueuedConnection);
+    connect(m_desktopAppearance, &platform::DesktopAppearance::changed, this, &AppSettings::appearanceChanged,
+            Qt::QueuedConnection);
 }
 
 AppSettings::~AppSettings()
@@ -64,7 +64,8 @@ QVariant AppSettings::loadValue(const SettingSpec &spec) const
             return *v;
         break;
     case SettingKind::Text:
-        if (auto v = m_store.stringValue(spec.key); v && (spec.allowed.isEmpty() || spec.allowed.contains(*v)))
+        if (auto v = m_store.stringValue(spec.key);
+            v && (spec.allowed.isEmpty() || spec.allowed.contains(*v)))
             return *v;
         if (spec.id == Setting::appLanguage)
             return LocalizationManager::detectSystemLanguage();
@@ -90,18 +91,10 @@ QVariant AppSettings::loadValue(const SettingSpec &spec) const
 void AppSettings::persist(const SettingSpec &spec, const QVariant &value)
 {
     switch (spec.kind) {
-    case SettingKind::Number:
-        m_store.setDouble(spec.key, value.toDouble());
-        break;
-    case SettingKind::Switch:
-        m_store.setBool(spec.key, value.toBool());
-        break;
-    case SettingKind::Text:
-        m_store.setString(spec.key, value.toString());
-        break;
-    case SettingKind::TextList:
-        m_store.setStringList(spec.key, value.toStringList());
-        break;
+    case SettingKind::Number: m_store.setDouble(spec.key, value.toDouble()); break;
+    case SettingKind::Switch: m_store.setBool(spec.key, value.toBool()); break;
+    case SettingKind::Text: m_store.setString(spec.key, value.toString()); break;
+    case SettingKind::TextList: m_store.setStringList(spec.key, value.toStringList()); break;
     case SettingKind::Color:
         // A colour without an RGB form is not written: the stored one stays.
         if (auto text = colorCodec::encode(value.value<QColor>()))
@@ -198,7 +191,7 @@ void AppSettings::resetToDefaults()
 
     for (const SettingSpec &spec : schema()) {
         const bool setElsewhere = spec.marksCustomScheme || spec.id == Setting::appearanceMode
-            || spec.id == Setting::selectedScheme || spec.id == Setting::appLanguage;
+                                  || spec.id == Setting::selectedScheme || spec.id == Setting::appLanguage;
         if (!setElsewhere)
             assign(spec.id, defaultValue(spec));
     }

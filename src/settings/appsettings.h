@@ -43,66 +43,122 @@ class AppSettings : public QObject
     Q_PROPERTY(bool showIcons READ showIcons WRITE setShowIcons NOTIFY showIconsChanged)
     Q_PROPERTY(bool showSubtitle READ showSubtitle WRITE setShowSubtitle NOTIFY showSubtitleChanged)
     Q_PROPERTY(double headerFontSize READ headerFontSize WRITE setHeaderFontSize NOTIFY headerFontSizeChanged)
-    Q_PROPERTY(QString appearanceMode READ appearanceMode WRITE setAppearanceMode NOTIFY appearanceModeChanged)
-    Q_PROPERTY(QString selectedScheme READ selectedScheme WRITE setSelectedScheme NOTIFY selectedSchemeChanged)
-    Q_PROPERTY(QColor activeRowColorLight READ activeRowColorLight WRITE setActiveRowColorLight NOTIFY activeRowColorLightChanged)
-    Q_PROPERTY(QColor activeRowColorDark READ activeRowColorDark WRITE setActiveRowColorDark NOTIFY activeRowColorDarkChanged)
-    Q_PROPERTY(QColor headerRowColorLight READ headerRowColorLight WRITE setHeaderRowColorLight NOTIFY headerRowColorLightChanged)
-    Q_PROPERTY(QColor headerRowColorDark READ headerRowColorDark WRITE setHeaderRowColorDark NOTIFY headerRowColorDarkChanged)
-    Q_PROPERTY(QColor activeDotColorLight READ activeDotColorLight WRITE setActiveDotColorLight NOTIFY activeDotColorLightChanged)
-    Q_PROPERTY(QColor activeDotColorDark READ activeDotColorDark WRITE setActiveDotColorDark NOTIFY activeDotColorDarkChanged)
-    Q_PROPERTY(QColor titleTextColorLight READ titleTextColorLight WRITE setTitleTextColorLight NOTIFY titleTextColorLightChanged)
-    Q_PROPERTY(QColor titleTextColorDark READ titleTextColorDark WRITE setTitleTextColorDark NOTIFY titleTextColorDarkChanged)
-    Q_PROPERTY(QColor subtitleTextColorLight READ subtitleTextColorLight WRITE setSubtitleTextColorLight NOTIFY subtitleTextColorLightChanged)
-    Q_PROPERTY(QColor subtitleTextColorDark READ subtitleTextColorDark WRITE setSubtitleTextColorDark NOTIFY subtitleTextColorDarkChanged)
-    Q_PROPERTY(QColor headerTextColorLight READ headerTextColorLight WRITE setHeaderTextColorLight NOTIFY headerTextColorLightChanged)
-    Q_PROPERTY(QColor headerTextColorDark READ headerTextColorDark WRITE setHeaderTextColorDark NOTIFY headerTextColorDarkChanged)
-    Q_PROPERTY(QColor sidebarBackgroundColorLight READ sidebarBackgroundColorLight WRITE setSidebarBackgroundColorLight NOTIFY sidebarBackgroundColorLightChanged)
-    Q_PROPERTY(QColor sidebarBackgroundColorDark READ sidebarBackgroundColorDark WRITE setSidebarBackgroundColorDark NOTIFY sidebarBackgroundColorDarkChanged)
-    Q_PROPERTY(QColor shelfSectionBgColorLight READ shelfSectionBgColorLight WRITE setShelfSectionBgColorLight NOTIFY shelfSectionBgColorLightChanged)
-    Q_PROPERTY(QColor shelfSectionBgColorDark READ shelfSectionBgColorDark WRITE setShelfSectionBgColorDark NOTIFY shelfSectionBgColorDarkChanged)
-    Q_PROPERTY(QColor shelfSectionInnerBgColorLight READ shelfSectionInnerBgColorLight WRITE setShelfSectionInnerBgColorLight NOTIFY shelfSectionInnerBgColorLightChanged)
-    Q_PROPERTY(QColor shelfSectionInnerBgColorDark READ shelfSectionInnerBgColorDark WRITE setShelfSectionInnerBgColorDark NOTIFY shelfSectionInnerBgColorDarkChanged)
-    Q_PROPERTY(QColor shelfSectionBorderColorLight READ shelfSectionBorderColorLight WRITE setShelfSectionBorderColorLight NOTIFY shelfSectionBorderColorLightChanged)
-    Q_PROPERTY(QColor shelfSectionBorderColorDark READ shelfSectionBorderColorDark WRITE setShelfSectionBorderColorDark NOTIFY shelfSectionBorderColorDarkChanged)
-    Q_PROPERTY(QColor appSectionBgColorLight READ appSectionBgColorLight WRITE setAppSectionBgColorLight NOTIFY appSectionBgColorLightChanged)
-    Q_PROPERTY(QColor appSectionBgColorDark READ appSectionBgColorDark WRITE setAppSectionBgColorDark NOTIFY appSectionBgColorDarkChanged)
-    Q_PROPERTY(QColor appSectionInnerBgColorLight READ appSectionInnerBgColorLight WRITE setAppSectionInnerBgColorLight NOTIFY appSectionInnerBgColorLightChanged)
-    Q_PROPERTY(QColor appSectionInnerBgColorDark READ appSectionInnerBgColorDark WRITE setAppSectionInnerBgColorDark NOTIFY appSectionInnerBgColorDarkChanged)
-    Q_PROPERTY(QColor appSectionBorderColorLight READ appSectionBorderColorLight WRITE setAppSectionBorderColorLight NOTIFY appSectionBorderColorLightChanged)
-    Q_PROPERTY(QColor appSectionBorderColorDark READ appSectionBorderColorDark WRITE setAppSectionBorderColorDark NOTIFY appSectionBorderColorDarkChanged)
-    Q_PROPERTY(bool titleTextColorAuto READ titleTextColorAuto WRITE setTitleTextColorAuto NOTIFY titleTextColorAutoChanged)
-    Q_PROPERTY(bool subtitleTextColorAuto READ subtitleTextColorAuto WRITE setSubtitleTextColorAuto NOTIFY subtitleTextColorAutoChanged)
-    Q_PROPERTY(bool headerTextColorAuto READ headerTextColorAuto WRITE setHeaderTextColorAuto NOTIFY headerTextColorAutoChanged)
+    Q_PROPERTY(
+        QString appearanceMode READ appearanceMode WRITE setAppearanceMode NOTIFY appearanceModeChanged)
+    Q_PROPERTY(
+        QString selectedScheme READ selectedScheme WRITE setSelectedScheme NOTIFY selectedSchemeChanged)
+    Q_PROPERTY(QColor activeRowColorLight READ activeRowColorLight WRITE setActiveRowColorLight NOTIFY
+                   activeRowColorLightChanged)
+    Q_PROPERTY(QColor activeRowColorDark READ activeRowColorDark WRITE setActiveRowColorDark NOTIFY
+                   activeRowColorDarkChanged)
+    Q_PROPERTY(QColor headerRowColorLight READ headerRowColorLight WRITE setHeaderRowColorLight NOTIFY
+                   headerRowColorLightChanged)
+    Q_PROPERTY(QColor headerRowColorDark READ headerRowColorDark WRITE setHeaderRowColorDark NOTIFY
+                   headerRowColorDarkChanged)
+    Q_PROPERTY(QColor activeDotColorLight READ activeDotColorLight WRITE setActiveDotColorLight NOTIFY
+                   activeDotColorLightChanged)
+    Q_PROPERTY(QColor activeDotColorDark READ activeDotColorDark WRITE setActiveDotColorDark NOTIFY
+                   activeDotColorDarkChanged)
+    Q_PROPERTY(QColor titleTextColorLight READ titleTextColorLight WRITE setTitleTextColorLight NOTIFY
+                   titleTextColorLightChanged)
+    Q_PROPERTY(QColor titleTextColorDark READ titleTextColorDark WRITE setTitleTextColorDark NOTIFY
+                   titleTextColorDarkChanged)
+    Q_PROPERTY(QColor subtitleTextColorLight READ subtitleTextColorLight WRITE setSubtitleTextColorLight
+                   NOTIFY subtitleTextColorLightChanged)
+    Q_PROPERTY(QColor subtitleTextColorDark READ subtitleTextColorDark WRITE setSubtitleTextColorDark NOTIFY
+                   subtitleTextColorDarkChanged)
+    Q_PROPERTY(QColor headerTextColorLight READ headerTextColorLight WRITE setHeaderTextColorLight NOTIFY
+                   headerTextColorLightChanged)
+    Q_PROPERTY(QColor headerTextColorDark READ headerTextColorDark WRITE setHeaderTextColorDark NOTIFY
+                   headerTextColorDarkChanged)
+    Q_PROPERTY(QColor sidebarBackgroundColorLight READ sidebarBackgroundColorLight WRITE
+                   setSidebarBackgroundColorLight NOTIFY sidebarBackgroundColorLightChanged)
+    Q_PROPERTY(QColor sidebarBackgroundColorDark READ sidebarBackgroundColorDark WRITE
+                   setSidebarBackgroundColorDark NOTIFY sidebarBackgroundColorDarkChanged)
+    Q_PROPERTY(QColor shelfSectionBgColorLight READ shelfSectionBgColorLight WRITE setShelfSectionBgColorLight
+                   NOTIFY shelfSectionBgColorLightChanged)
+    Q_PROPERTY(QColor shelfSectionBgColorDark READ shelfSectionBgColorDark WRITE setShelfSectionBgColorDark
+                   NOTIFY shelfSectionBgColorDarkChanged)
+    Q_PROPERTY(QColor shelfSectionInnerBgColorLight READ shelfSectionInnerBgColorLight WRITE
+                   setShelfSectionInnerBgColorLight NOTIFY shelfSectionInnerBgColorLightChanged)
+    Q_PROPERTY(QColor shelfSectionInnerBgColorDark READ shelfSectionInnerBgColorDark WRITE
+                   setShelfSectionInnerBgColorDark NOTIFY shelfSectionInnerBgColorDarkChanged)
+    Q_PROPERTY(QColor shelfSectionBorderColorLight READ shelfSectionBorderColorLight WRITE
+                   setShelfSectionBorderColorLight NOTIFY shelfSectionBorderColorLightChanged)
+    Q_PROPERTY(QColor shelfSectionBorderColorDark READ shelfSectionBorderColorDark WRITE
+                   setShelfSectionBorderColorDark NOTIFY shelfSectionBorderColorDarkChanged)
+    Q_PROPERTY(QColor appSectionBgColorLight READ appSectionBgColorLight WRITE setAppSectionBgColorLight
+                   NOTIFY appSectionBgColorLightChanged)
+    Q_PROPERTY(QColor appSectionBgColorDark READ appSectionBgColorDark WRITE setAppSectionBgColorDark NOTIFY
+                   appSectionBgColorDarkChanged)
+    Q_PROPERTY(QColor appSectionInnerBgColorLight READ appSectionInnerBgColorLight WRITE
+                   setAppSectionInnerBgColorLight NOTIFY appSectionInnerBgColorLightChanged)
+    Q_PROPERTY(QColor appSectionInnerBgColorDark READ appSectionInnerBgColorDark WRITE
+                   setAppSectionInnerBgColorDark NOTIFY appSectionInnerBgColorDarkChanged)
+    Q_PROPERTY(QColor appSectionBorderColorLight READ appSectionBorderColorLight WRITE
+                   setAppSectionBorderColorLight NOTIFY appSectionBorderColorLightChanged)
+    Q_PROPERTY(QColor appSectionBorderColorDark READ appSectionBorderColorDark WRITE
+                   setAppSectionBorderColorDark NOTIFY appSectionBorderColorDarkChanged)
+    Q_PROPERTY(bool titleTextColorAuto READ titleTextColorAuto WRITE setTitleTextColorAuto NOTIFY
+                   titleTextColorAutoChanged)
+    Q_PROPERTY(bool subtitleTextColorAuto READ subtitleTextColorAuto WRITE setSubtitleTextColorAuto NOTIFY
+                   subtitleTextColorAutoChanged)
+    Q_PROPERTY(bool headerTextColorAuto READ headerTextColorAuto WRITE setHeaderTextColorAuto NOTIFY
+                   headerTextColorAutoChanged)
     Q_PROPERTY(bool autoHide READ autoHide WRITE setAutoHide NOTIFY autoHideChanged)
-    Q_PROPERTY(bool autoHideFullscreen READ autoHideFullscreen WRITE setAutoHideFullscreen NOTIFY autoHideFullscreenChanged)
+    Q_PROPERTY(bool autoHideFullscreen READ autoHideFullscreen WRITE setAutoHideFullscreen NOTIFY
+                   autoHideFullscreenChanged)
     Q_PROPERTY(bool sidebarLocked READ sidebarLocked WRITE setSidebarLocked NOTIFY sidebarLockedChanged)
-    Q_PROPERTY(bool expandAndRestoreOnTap READ expandAndRestoreOnTap WRITE setExpandAndRestoreOnTap NOTIFY expandAndRestoreOnTapChanged)
-    Q_PROPERTY(bool showWebFavicons READ showWebFavicons WRITE setShowWebFavicons NOTIFY showWebFaviconsChanged)
-    Q_PROPERTY(QString shelfDisplayMode READ shelfDisplayMode WRITE setShelfDisplayMode NOTIFY shelfDisplayModeChanged)
-    Q_PROPERTY(QString sidebarListLayoutMode READ sidebarListLayoutMode WRITE setSidebarListLayoutMode NOTIFY sidebarListLayoutModeChanged)
-    Q_PROPERTY(bool showShelfBorder READ showShelfBorder WRITE setShowShelfBorder NOTIFY showShelfBorderChanged)
-    Q_PROPERTY(bool showCustomSectionBackground READ showCustomSectionBackground WRITE setShowCustomSectionBackground NOTIFY showCustomSectionBackgroundChanged)
-    Q_PROPERTY(bool showCustomSidebarBackground READ showCustomSidebarBackground WRITE setShowCustomSidebarBackground NOTIFY showCustomSidebarBackgroundChanged)
-    Q_PROPERTY(bool showRowTileStyle READ showRowTileStyle WRITE setShowRowTileStyle NOTIFY showRowTileStyleChanged)
+    Q_PROPERTY(bool expandAndRestoreOnTap READ expandAndRestoreOnTap WRITE setExpandAndRestoreOnTap NOTIFY
+                   expandAndRestoreOnTapChanged)
+    Q_PROPERTY(
+        bool showWebFavicons READ showWebFavicons WRITE setShowWebFavicons NOTIFY showWebFaviconsChanged)
+    Q_PROPERTY(QString shelfDisplayMode READ shelfDisplayMode WRITE setShelfDisplayMode NOTIFY
+                   shelfDisplayModeChanged)
+    Q_PROPERTY(QString sidebarListLayoutMode READ sidebarListLayoutMode WRITE setSidebarListLayoutMode NOTIFY
+                   sidebarListLayoutModeChanged)
+    Q_PROPERTY(
+        bool showShelfBorder READ showShelfBorder WRITE setShowShelfBorder NOTIFY showShelfBorderChanged)
+    Q_PROPERTY(bool showCustomSectionBackground READ showCustomSectionBackground WRITE
+                   setShowCustomSectionBackground NOTIFY showCustomSectionBackgroundChanged)
+    Q_PROPERTY(bool showCustomSidebarBackground READ showCustomSidebarBackground WRITE
+                   setShowCustomSidebarBackground NOTIFY showCustomSidebarBackgroundChanged)
+    Q_PROPERTY(
+        bool showRowTileStyle READ showRowTileStyle WRITE setShowRowTileStyle NOTIFY showRowTileStyleChanged)
     Q_PROPERTY(QString sidebarScreen READ sidebarScreen WRITE setSidebarScreen NOTIFY sidebarScreenChanged)
-    Q_PROPERTY(QString sidebarGlassMode READ sidebarGlassMode WRITE setSidebarGlassMode NOTIFY sidebarGlassModeChanged)
-    Q_PROPERTY(bool rememberLastScreen READ rememberLastScreen WRITE setRememberLastScreen NOTIFY rememberLastScreenChanged)
-    Q_PROPERTY(double tooltipAutoHideDuration READ tooltipAutoHideDuration WRITE setTooltipAutoHideDuration NOTIFY tooltipAutoHideDurationChanged)
+    Q_PROPERTY(QString sidebarGlassMode READ sidebarGlassMode WRITE setSidebarGlassMode NOTIFY
+                   sidebarGlassModeChanged)
+    Q_PROPERTY(bool rememberLastScreen READ rememberLastScreen WRITE setRememberLastScreen NOTIFY
+                   rememberLastScreenChanged)
+    Q_PROPERTY(double tooltipAutoHideDuration READ tooltipAutoHideDuration WRITE setTooltipAutoHideDuration
+                   NOTIFY tooltipAutoHideDurationChanged)
     Q_PROPERTY(bool avoidSidebar READ avoidSidebar WRITE setAvoidSidebar NOTIFY avoidSidebarChanged)
-    Q_PROPERTY(bool showActiveWindowBorder READ showActiveWindowBorder WRITE setShowActiveWindowBorder NOTIFY showActiveWindowBorderChanged)
-    Q_PROPERTY(double autoSplitActivationDelay READ autoSplitActivationDelay WRITE setAutoSplitActivationDelay NOTIFY autoSplitActivationDelayChanged)
-    Q_PROPERTY(bool showAllWindowsInAppSection READ showAllWindowsInAppSection WRITE setShowAllWindowsInAppSection NOTIFY showAllWindowsInAppSectionChanged)
-    Q_PROPERTY(QString windowPreviewSize READ windowPreviewSize WRITE setWindowPreviewSize NOTIFY windowPreviewSizeChanged)
-    Q_PROPERTY(bool showClosedShelfApps READ showClosedShelfApps WRITE setShowClosedShelfApps NOTIFY showClosedShelfAppsChanged)
-    Q_PROPERTY(QString systemMonitorDisplay READ systemMonitorDisplay WRITE setSystemMonitorDisplay NOTIFY systemMonitorDisplayChanged)
-    Q_PROPERTY(QString systemMonitorMenuBarStyle READ systemMonitorMenuBarStyle WRITE setSystemMonitorMenuBarStyle NOTIFY systemMonitorMenuBarStyleChanged)
-    Q_PROPERTY(QColor menuBarTextColorLight READ menuBarTextColorLight WRITE setMenuBarTextColorLight NOTIFY menuBarTextColorLightChanged)
-    Q_PROPERTY(QColor menuBarTextColorDark READ menuBarTextColorDark WRITE setMenuBarTextColorDark NOTIFY menuBarTextColorDarkChanged)
-    Q_PROPERTY(bool menuBarTextColorAuto READ menuBarTextColorAuto WRITE setMenuBarTextColorAuto NOTIFY menuBarTextColorAutoChanged)
-    Q_PROPERTY(bool menuBarUseTemplateImage READ menuBarUseTemplateImage WRITE setMenuBarUseTemplateImage NOTIFY menuBarUseTemplateImageChanged)
-    Q_PROPERTY(double systemMonitorInterval READ systemMonitorInterval WRITE setSystemMonitorInterval NOTIFY systemMonitorIntervalChanged)
-    Q_PROPERTY(QStringList systemMonitorMetrics READ systemMonitorMetrics WRITE setSystemMonitorMetrics NOTIFY systemMonitorMetricsChanged)
+    Q_PROPERTY(bool showActiveWindowBorder READ showActiveWindowBorder WRITE setShowActiveWindowBorder NOTIFY
+                   showActiveWindowBorderChanged)
+    Q_PROPERTY(double autoSplitActivationDelay READ autoSplitActivationDelay WRITE setAutoSplitActivationDelay
+                   NOTIFY autoSplitActivationDelayChanged)
+    Q_PROPERTY(bool showAllWindowsInAppSection READ showAllWindowsInAppSection WRITE
+                   setShowAllWindowsInAppSection NOTIFY showAllWindowsInAppSectionChanged)
+    Q_PROPERTY(QString windowPreviewSize READ windowPreviewSize WRITE setWindowPreviewSize NOTIFY
+                   windowPreviewSizeChanged)
+    Q_PROPERTY(bool showClosedShelfApps READ showClosedShelfApps WRITE setShowClosedShelfApps NOTIFY
+                   showClosedShelfAppsChanged)
+    Q_PROPERTY(QString systemMonitorDisplay READ systemMonitorDisplay WRITE setSystemMonitorDisplay NOTIFY
+                   systemMonitorDisplayChanged)
+    Q_PROPERTY(QString systemMonitorMenuBarStyle READ systemMonitorMenuBarStyle WRITE
+                   setSystemMonitorMenuBarStyle NOTIFY systemMonitorMenuBarStyleChanged)
+    Q_PROPERTY(QColor menuBarTextColorLight READ menuBarTextColorLight WRITE setMenuBarTextColorLight NOTIFY
+                   menuBarTextColorLightChanged)
+    Q_PROPERTY(QColor menuBarTextColorDark READ menuBarTextColorDark WRITE setMenuBarTextColorDark NOTIFY
+                   menuBarTextColorDarkChanged)
+    Q_PROPERTY(bool menuBarTextColorAuto READ menuBarTextColorAuto WRITE setMenuBarTextColorAuto NOTIFY
+                   menuBarTextColorAutoChanged)
+    Q_PROPERTY(bool menuBarUseTemplateImage READ menuBarUseTemplateImage WRITE setMenuBarUseTemplateImage
+                   NOTIFY menuBarUseTemplateImageChanged)
+    Q_PROPERTY(double systemMonitorInterval READ systemMonitorInterval WRITE setSystemMonitorInterval NOTIFY
+                   systemMonitorIntervalChanged)
+    Q_PROPERTY(QStringList systemMonitorMetrics READ systemMonitorMetrics WRITE setSystemMonitorMetrics NOTIFY
+                   systemMonitorMetricsChanged)
     Q_PROPERTY(QString appLanguage READ appLanguage WRITE setAppLanguage NOTIFY appLanguageChanged)
     Q_PROPERTY(bool isApplyingScheme READ isApplyingScheme NOTIFY isApplyingSchemeChanged)
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY launchAtLoginChanged)
@@ -133,57 +189,138 @@ public:
     QString selectedScheme() const { return get<QString>(Setting::selectedScheme); }
     void setSelectedScheme(const QString &v) { assign(Setting::selectedScheme, QVariant::fromValue(v)); }
     QColor activeRowColorLight() const { return get<QColor>(Setting::activeRowColorLight); }
-    void setActiveRowColorLight(const QColor &v) { assign(Setting::activeRowColorLight, QVariant::fromValue(v)); }
+    void setActiveRowColorLight(const QColor &v)
+    {
+        assign(Setting::activeRowColorLight, QVariant::fromValue(v));
+    }
     QColor activeRowColorDark() const { return get<QColor>(Setting::activeRowColorDark); }
-    void setActiveRowColorDark(const QColor &v) { assign(Setting::activeRowColorDark, QVariant::fromValue(v)); }
+    void setActiveRowColorDark(const QColor &v)
+    {
+        assign(Setting::activeRowColorDark, QVariant::fromValue(v));
+    }
     QColor headerRowColorLight() const { return get<QColor>(Setting::headerRowColorLight); }
-    void setHeaderRowColorLight(const QColor &v) { assign(Setting::headerRowColorLight, QVariant::fromValue(v)); }
+    void setHeaderRowColorLight(const QColor &v)
+    {
+        assign(Setting::headerRowColorLight, QVariant::fromValue(v));
+    }
     QColor headerRowColorDark() const { return get<QColor>(Setting::headerRowColorDark); }
-    void setHeaderRowColorDark(const QColor &v) { assign(Setting::headerRowColorDark, QVariant::fromValue(v)); }
+    void setHeaderRowColorDark(const QColor &v)
+    {
+        assign(Setting::headerRowColorDark, QVariant::fromValue(v));
+    }
     QColor activeDotColorLight() const { return get<QColor>(Setting::activeDotColorLight); }
-    void setActiveDotColorLight(const QColor &v) { assign(Setting::activeDotColorLight, QVariant::fromValue(v)); }
+    void setActiveDotColorLight(const QColor &v)
+    {
+        assign(Setting::activeDotColorLight, QVariant::fromValue(v));
+    }
     QColor activeDotColorDark() const { return get<QColor>(Setting::activeDotColorDark); }
-    void setActiveDotColorDark(const QColor &v) { assign(Setting::activeDotColorDark, QVariant::fromValue(v)); }
+    void setActiveDotColorDark(const QColor &v)
+    {
+        assign(Setting::activeDotColorDark, QVariant::fromValue(v));
+    }
     QColor titleTextColorLight() const { return get<QColor>(Setting::titleTextColorLight); }
-    void setTitleTextColorLight(const QColor &v) { assign(Setting::titleTextColorLight, QVariant::fromValue(v)); }
+    void setTitleTextColorLight(const QColor &v)
+    {
+        assign(Setting::titleTextColorLight, QVariant::fromValue(v));
+    }
     QColor titleTextColorDark() const { return get<QColor>(Setting::titleTextColorDark); }
-    void setTitleTextColorDark(const QColor &v) { assign(Setting::titleTextColorDark, QVariant::fromValue(v)); }
+    void setTitleTextColorDark(const QColor &v)
+    {
+        assign(Setting::titleTextColorDark, QVariant::fromValue(v));
+    }
     QColor subtitleTextColorLight() const { return get<QColor>(Setting::subtitleTextColorLight); }
-    void setSubtitleTextColorLight(const QColor &v) { assign(Setting::subtitleTextColorLight, QVariant::fromValue(v)); }
+    void setSubtitleTextColorLight(const QColor &v)
+    {
+        assign(Setting::subtitleTextColorLight, QVariant::fromValue(v));
+    }
     QColor subtitleTextColorDark() const { return get<QColor>(Setting::subtitleTextColorDark); }
-    void setSubtitleTextColorDark(const QColor &v) { assign(Setting::subtitleTextColorDark, QVariant::fromValue(v)); }
+    void setSubtitleTextColorDark(const QColor &v)
+    {
+        assign(Setting::subtitleTextColorDark, QVariant::fromValue(v));
+    }
     QColor headerTextColorLight() const { return get<QColor>(Setting::headerTextColorLight); }
-    void setHeaderTextColorLight(const QColor &v) { assign(Setting::headerTextColorLight, QVariant::fromValue(v)); }
+    void setHeaderTextColorLight(const QColor &v)
+    {
+        assign(Setting::headerTextColorLight, QVariant::fromValue(v));
+    }
     QColor headerTextColorDark() const { return get<QColor>(Setting::headerTextColorDark); }
-    void setHeaderTextColorDark(const QColor &v) { assign(Setting::headerTextColorDark, QVariant::fromValue(v)); }
+    void setHeaderTextColorDark(const QColor &v)
+    {
+        assign(Setting::headerTextColorDark, QVariant::fromValue(v));
+    }
     QColor sidebarBackgroundColorLight() const { return get<QColor>(Setting::sidebarBackgroundColorLight); }
-    void setSidebarBackgroundColorLight(const QColor &v) { assign(Setting::sidebarBackgroundColorLight, QVariant::fromValue(v)); }
+    void setSidebarBackgroundColorLight(const QColor &v)
+    {
+        assign(Setting::sidebarBackgroundColorLight, QVariant::fromValue(v));
+    }
     QColor sidebarBackgroundColorDark() const { return get<QColor>(Setting::sidebarBackgroundColorDark); }
-    void setSidebarBackgroundColorDark(const QColor &v) { assign(Setting::sidebarBackgroundColorDark, QVariant::fromValue(v)); }
+    void setSidebarBackgroundColorDark(const QColor &v)
+    {
+        assign(Setting::sidebarBackgroundColorDark, QVariant::fromValue(v));
+    }
     QColor shelfSectionBgColorLight() const { return get<QColor>(Setting::shelfSectionBgColorLight); }
-    void setShelfSectionBgColorLight(const QColor &v) { assign(Setting::shelfSectionBgColorLight, QVariant::fromValue(v)); }
+    void setShelfSectionBgColorLight(const QColor &v)
+    {
+        assign(Setting::shelfSectionBgColorLight, QVariant::fromValue(v));
+    }
     QColor shelfSectionBgColorDark() const { return get<QColor>(Setting::shelfSectionBgColorDark); }
-    void setShelfSectionBgColorDark(const QColor &v) { assign(Setting::shelfSectionBgColorDark, QVariant::fromValue(v)); }
-    QColor shelfSectionInnerBgColorLight() const { return get<QColor>(Setting::shelfSectionInnerBgColorLight); }
-    void setShelfSectionInnerBgColorLight(const QColor &v) { assign(Setting::shelfSectionInnerBgColorLight, QVariant::fromValue(v)); }
+    void setShelfSectionBgColorDark(const QColor &v)
+    {
+        assign(Setting::shelfSectionBgColorDark, QVariant::fromValue(v));
+    }
+    QColor shelfSectionInnerBgColorLight() const
+    {
+        return get<QColor>(Setting::shelfSectionInnerBgColorLight);
+    }
+    void setShelfSectionInnerBgColorLight(const QColor &v)
+    {
+        assign(Setting::shelfSectionInnerBgColorLight, QVariant::fromValue(v));
+    }
     QColor shelfSectionInnerBgColorDark() const { return get<QColor>(Setting::shelfSectionInnerBgColorDark); }
-    void setShelfSectionInnerBgColorDark(const QColor &v) { assign(Setting::shelfSectionInnerBgColorDark, QVariant::fromValue(v)); }
+    void setShelfSectionInnerBgColorDark(const QColor &v)
+    {
+        assign(Setting::shelfSectionInnerBgColorDark, QVariant::fromValue(v));
+    }
     QColor shelfSectionBorderColorLight() const { return get<QColor>(Setting::shelfSectionBorderColorLight); }
-    void setShelfSectionBorderColorLight(const QColor &v) { assign(Setting::shelfSectionBorderColorLight, QVariant::fromValue(v)); }
+    void setShelfSectionBorderColorLight(const QColor &v)
+    {
+        assign(Setting::shelfSectionBorderColorLight, QVariant::fromValue(v));
+    }
     QColor shelfSectionBorderColorDark() const { return get<QColor>(Setting::shelfSectionBorderColorDark); }
-    void setShelfSectionBorderColorDark(const QColor &v) { assign(Setting::shelfSectionBorderColorDark, QVariant::fromValue(v)); }
+    void setShelfSectionBorderColorDark(const QColor &v)
+    {
+        assign(Setting::shelfSectionBorderColorDark, QVariant::fromValue(v));
+    }
     QColor appSectionBgColorLight() const { return get<QColor>(Setting::appSectionBgColorLight); }
-    void setAppSectionBgColorLight(const QColor &v) { assign(Setting::appSectionBgColorLight, QVariant::fromValue(v)); }
+    void setAppSectionBgColorLight(const QColor &v)
+    {
+        assign(Setting::appSectionBgColorLight, QVariant::fromValue(v));
+    }
     QColor appSectionBgColorDark() const { return get<QColor>(Setting::appSectionBgColorDark); }
-    void setAppSectionBgColorDark(const QColor &v) { assign(Setting::appSectionBgColorDark, QVariant::fromValue(v)); }
+    void setAppSectionBgColorDark(const QColor &v)
+    {
+        assign(Setting::appSectionBgColorDark, QVariant::fromValue(v));
+    }
     QColor appSectionInnerBgColorLight() const { return get<QColor>(Setting::appSectionInnerBgColorLight); }
-    void setAppSectionInnerBgColorLight(const QColor &v) { assign(Setting::appSectionInnerBgColorLight, QVariant::fromValue(v)); }
+    void setAppSectionInnerBgColorLight(const QColor &v)
+    {
+        assign(Setting::appSectionInnerBgColorLight, QVariant::fromValue(v));
+    }
     QColor appSectionInnerBgColorDark() const { return get<QColor>(Setting::appSectionInnerBgColorDark); }
-    void setAppSectionInnerBgColorDark(const QColor &v) { assign(Setting::appSectionInnerBgColorDark, QVariant::fromValue(v)); }
+    void setAppSectionInnerBgColorDark(const QColor &v)
+    {
+        assign(Setting::appSectionInnerBgColorDark, QVariant::fromValue(v));
+    }
     QColor appSectionBorderColorLight() const { return get<QColor>(Setting::appSectionBorderColorLight); }
-    void setAppSectionBorderColorLight(const QColor &v) { assign(Setting::appSectionBorderColorLight, QVariant::fromValue(v)); }
+    void setAppSectionBorderColorLight(const QColor &v)
+    {
+        assign(Setting::appSectionBorderColorLight, QVariant::fromValue(v));
+    }
     QColor appSectionBorderColorDark() const { return get<QColor>(Setting::appSectionBorderColorDark); }
-    void setAppSectionBorderColorDark(const QColor &v) { assign(Setting::appSectionBorderColorDark, QVariant::fromValue(v)); }
+    void setAppSectionBorderColorDark(const QColor &v)
+    {
+        assign(Setting::appSectionBorderColorDark, QVariant::fromValue(v));
+    }
     bool titleTextColorAuto() const { return get<bool>(Setting::titleTextColorAuto); }
     void setTitleTextColorAuto(bool v) { assign(Setting::titleTextColorAuto, QVariant::fromValue(v)); }
     bool subtitleTextColorAuto() const { return get<bool>(Setting::subtitleTextColorAuto); }
@@ -203,13 +340,22 @@ public:
     QString shelfDisplayMode() const { return get<QString>(Setting::shelfDisplayMode); }
     void setShelfDisplayMode(const QString &v) { assign(Setting::shelfDisplayMode, QVariant::fromValue(v)); }
     QString sidebarListLayoutMode() const { return get<QString>(Setting::sidebarListLayoutMode); }
-    void setSidebarListLayoutMode(const QString &v) { assign(Setting::sidebarListLayoutMode, QVariant::fromValue(v)); }
+    void setSidebarListLayoutMode(const QString &v)
+    {
+        assign(Setting::sidebarListLayoutMode, QVariant::fromValue(v));
+    }
     bool showShelfBorder() const { return get<bool>(Setting::showShelfBorder); }
     void setShowShelfBorder(bool v) { assign(Setting::showShelfBorder, QVariant::fromValue(v)); }
     bool showCustomSectionBackground() const { return get<bool>(Setting::showCustomSectionBackground); }
-    void setShowCustomSectionBackground(bool v) { assign(Setting::showCustomSectionBackground, QVariant::fromValue(v)); }
+    void setShowCustomSectionBackground(bool v)
+    {
+        assign(Setting::showCustomSectionBackground, QVariant::fromValue(v));
+    }
     bool showCustomSidebarBackground() const { return get<bool>(Setting::showCustomSidebarBackground); }
-    void setShowCustomSidebarBackground(bool v) { assign(Setting::showCustomSidebarBackground, QVariant::fromValue(v)); }
+    void setShowCustomSidebarBackground(bool v)
+    {
+        assign(Setting::showCustomSidebarBackground, QVariant::fromValue(v));
+    }
     bool showRowTileStyle() const { return get<bool>(Setting::showRowTileStyle); }
     void setShowRowTileStyle(bool v) { assign(Setting::showRowTileStyle, QVariant::fromValue(v)); }
     QString sidebarScreen() const { return get<QString>(Setting::sidebarScreen); }
@@ -219,35 +365,71 @@ public:
     bool rememberLastScreen() const { return get<bool>(Setting::rememberLastScreen); }
     void setRememberLastScreen(bool v) { assign(Setting::rememberLastScreen, QVariant::fromValue(v)); }
     double tooltipAutoHideDuration() const { return get<double>(Setting::tooltipAutoHideDuration); }
-    void setTooltipAutoHideDuration(double v) { assign(Setting::tooltipAutoHideDuration, QVariant::fromValue(v)); }
+    void setTooltipAutoHideDuration(double v)
+    {
+        assign(Setting::tooltipAutoHideDuration, QVariant::fromValue(v));
+    }
     bool avoidSidebar() const { return get<bool>(Setting::avoidSidebar); }
     void setAvoidSidebar(bool v) { assign(Setting::avoidSidebar, QVariant::fromValue(v)); }
     bool showActiveWindowBorder() const { return get<bool>(Setting::showActiveWindowBorder); }
-    void setShowActiveWindowBorder(bool v) { assign(Setting::showActiveWindowBorder, QVariant::fromValue(v)); }
+    void setShowActiveWindowBorder(bool v)
+    {
+        assign(Setting::showActiveWindowBorder, QVariant::fromValue(v));
+    }
     double autoSplitActivationDelay() const { return get<double>(Setting::autoSplitActivationDelay); }
-    void setAutoSplitActivationDelay(double v) { assign(Setting::autoSplitActivationDelay, QVariant::fromValue(v)); }
+    void setAutoSplitActivationDelay(double v)
+    {
+        assign(Setting::autoSplitActivationDelay, QVariant::fromValue(v));
+    }
     bool showAllWindowsInAppSection() const { return get<bool>(Setting::showAllWindowsInAppSection); }
-    void setShowAllWindowsInAppSection(bool v) { assign(Setting::showAllWindowsInAppSection, QVariant::fromValue(v)); }
+    void setShowAllWindowsInAppSection(bool v)
+    {
+        assign(Setting::showAllWindowsInAppSection, QVariant::fromValue(v));
+    }
     QString windowPreviewSize() const { return get<QString>(Setting::windowPreviewSize); }
-    void setWindowPreviewSize(const QString &v) { assign(Setting::windowPreviewSize, QVariant::fromValue(v)); }
+    void setWindowPreviewSize(const QString &v)
+    {
+        assign(Setting::windowPreviewSize, QVariant::fromValue(v));
+    }
     bool showClosedShelfApps() const { return get<bool>(Setting::showClosedShelfApps); }
     void setShowClosedShelfApps(bool v) { assign(Setting::showClosedShelfApps, QVariant::fromValue(v)); }
     QString systemMonitorDisplay() const { return get<QString>(Setting::systemMonitorDisplay); }
-    void setSystemMonitorDisplay(const QString &v) { assign(Setting::systemMonitorDisplay, QVariant::fromValue(v)); }
+    void setSystemMonitorDisplay(const QString &v)
+    {
+        assign(Setting::systemMonitorDisplay, QVariant::fromValue(v));
+    }
     QString systemMonitorMenuBarStyle() const { return get<QString>(Setting::systemMonitorMenuBarStyle); }
-    void setSystemMonitorMenuBarStyle(const QString &v) { assign(Setting::systemMonitorMenuBarStyle, QVariant::fromValue(v)); }
+    void setSystemMonitorMenuBarStyle(const QString &v)
+    {
+        assign(Setting::systemMonitorMenuBarStyle, QVariant::fromValue(v));
+    }
     QColor menuBarTextColorLight() const { return get<QColor>(Setting::menuBarTextColorLight); }
-    void setMenuBarTextColorLight(const QColor &v) { assign(Setting::menuBarTextColorLight, QVariant::fromValue(v)); }
+    void setMenuBarTextColorLight(const QColor &v)
+    {
+        assign(Setting::menuBarTextColorLight, QVariant::fromValue(v));
+    }
     QColor menuBarTextColorDark() const { return get<QColor>(Setting::menuBarTextColorDark); }
-    void setMenuBarTextColorDark(const QColor &v) { assign(Setting::menuBarTextColorDark, QVariant::fromValue(v)); }
+    void setMenuBarTextColorDark(const QColor &v)
+    {
+        assign(Setting::menuBarTextColorDark, QVariant::fromValue(v));
+    }
     bool menuBarTextColorAuto() const { return get<bool>(Setting::menuBarTextColorAuto); }
     void setMenuBarTextColorAuto(bool v) { assign(Setting::menuBarTextColorAuto, QVariant::fromValue(v)); }
     bool menuBarUseTemplateImage() const { return get<bool>(Setting::menuBarUseTemplateImage); }
-    void setMenuBarUseTemplateImage(bool v) { assign(Setting::menuBarUseTemplateImage, QVariant::fromValue(v)); }
+    void setMenuBarUseTemplateImage(bool v)
+    {
+        assign(Setting::menuBarUseTemplateImage, QVariant::fromValue(v));
+    }
     double systemMonitorInterval() const { return get<double>(Setting::systemMonitorInterval); }
-    void setSystemMonitorInterval(double v) { assign(Setting::systemMonitorInterval, QVariant::fromValue(v)); }
+    void setSystemMonitorInterval(double v)
+    {
+        assign(Setting::systemMonitorInterval, QVariant::fromValue(v));
+    }
     QStringList systemMonitorMetrics() const { return get<QStringList>(Setting::systemMonitorMetrics); }
-    void setSystemMonitorMetrics(const QStringList &v) { assign(Setting::systemMonitorMetrics, QVariant::fromValue(v)); }
+    void setSystemMonitorMetrics(const QStringList &v)
+    {
+        assign(Setting::systemMonitorMetrics, QVariant::fromValue(v));
+    }
     QString appLanguage() const { return get<QString>(Setting::appLanguage); }
     void setAppLanguage(const QString &v) { assign(Setting::appLanguage, QVariant::fromValue(v)); }
 

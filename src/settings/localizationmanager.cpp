@@ -32,9 +32,8 @@ QHash<QString, QString> parseTable(AppLanguage language)
     QJsonParseError error{};
     const QJsonDocument doc = QJsonDocument::fromJson(bytes, &error);
     if (!doc.isObject()) {
-        qCWarning(lcSettings).noquote()
-            << "[OV] translations: table" << appLanguage::rawValue(language)
-            << "does not parse:" << error.errorString() << "; using English";
+        qCWarning(lcSettings).noquote() << "[OV] translations: table" << appLanguage::rawValue(language)
+                                        << "does not parse:" << error.errorString() << "; using English";
         return table;
     }
     const QJsonObject object = doc.object();
@@ -60,16 +59,15 @@ QString normalizedTag(QString entry)
         return entry;
     static const QStringList traditionalRegions{QStringLiteral("TW"), QStringLiteral("HK"),
                                                 QStringLiteral("MO")};
-    const QString script = traditionalRegions.contains(second.toUpper()) ? QStringLiteral("Hant")
-                                                                          : QStringLiteral("Hans");
-    return second.isEmpty() ? QStringLiteral("zh-") + script
-                            : QStringLiteral("zh-%1-%2").arg(script, second);
+    const QString script =
+        traditionalRegions.contains(second.toUpper()) ? QStringLiteral("Hant") : QStringLiteral("Hans");
+    return second.isEmpty() ? QStringLiteral("zh-") + script : QStringLiteral("zh-%1-%2").arg(script, second);
 }
 
 bool isCLocale(const QString &locale)
 {
     return locale == QLatin1String("C") || locale == QLatin1String("POSIX")
-        || locale.startsWith(QLatin1String("C."));
+           || locale.startsWith(QLatin1String("C."));
 }
 
 } // namespace
@@ -82,8 +80,7 @@ LocalizationManager &LocalizationManager::shared()
 
 LocalizationManager::LocalizationManager()
     : m_strings(&allTranslations(AppLanguage::en))
-{
-}
+{}
 
 const QHash<QString, QString> &LocalizationManager::allTranslations(AppLanguage language)
 {
@@ -118,9 +115,14 @@ void LocalizationManager::setLanguage(const QString &code)
 
 QString LocalizationManager::string(const QString &key) const
 {
-    if (auto it = m_strings->constFind(key); it != m_strings->constEnd())
+    return lookup(*m_strings, allTranslations(AppLanguage::en), key);
+}
+
+QString LocalizationManager::lookup(const QHash<QString, QString> &current,
+                                    const QHash<QString, QString> &english, const QString &key)
+{
+    if (auto it = current.constFind(key); it != current.constEnd())
         return *it;
-    const auto &english = allTranslations(AppLanguage::en);
     if (auto it = english.constFind(key); it != english.constEnd())
         return *it;
     return key;

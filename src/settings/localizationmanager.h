@@ -37,6 +37,10 @@ public:
     /// The text for `key` in the current language (see the class comment).
     Q_INVOKABLE QString string(const QString &key) const;
 
+    /// The lookup chain: `current`, then `english`, then the key itself.
+    static QString lookup(const QHash<QString, QString> &current, const QHash<QString, QString> &english,
+                          const QString &key);
+
     /// A language's whole table, parsed on first use; empty when the language has none.
     static const QHash<QString, QString> &allTranslations(AppLanguage language);
     /// Keys of a language's table in file order (the English order for a complete table).

@@ -48,14 +48,12 @@ QColor resolve(SystemColorRole role, Appearance appearance)
 {
     const bool dark = appearance == Appearance::Dark;
     switch (role) {
-    case SystemColorRole::Accent:
-        return desktopAccent();
+    case SystemColorRole::Accent: return desktopAccent();
     case SystemColorRole::PrimaryText:
         return dark ? QColor::fromRgbF(1, 1, 1, 0.85f) : QColor::fromRgbF(0, 0, 0, 0.85f);
     case SystemColorRole::SecondaryText:
         return dark ? QColor::fromRgbF(1, 1, 1, 0.55f) : QColor::fromRgbF(0, 0, 0, 0.5f);
-    case SystemColorRole::Clear:
-        return QColor(0, 0, 0, 0);
+    case SystemColorRole::Clear: return QColor(0, 0, 0, 0);
     }
     return {};
 }

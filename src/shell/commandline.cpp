@@ -42,22 +42,21 @@ CommandLineRequest parseCommandLine(const QStringList &arguments)
 
 QString usageText()
 {
-    return QStringLiteral(
-        "Usage: orvella [COMMAND] [OPTIONS]\n"
-        "\n"
-        "Orvella keeps a sidebar at the screen edge that lists every open window,\n"
-        "grouped into shelves and per-application sections.\n"
-        "\n"
-        "Commands:\n"
-        "  (none)        start Orvella in the current X session\n"
-        "  list          print the open windows and exit\n"
-        "\n"
-        "Options:\n"
-        "  --json        with list: one JSON document instead of text\n"
-        "  -h, --help    show this help and exit\n"
-        "  -v, --version show the version and exit\n"
-        "\n"
-        "Preferences: $XDG_CONFIG_HOME/orvella/preferences.json\n");
+    return QStringLiteral("Usage: orvella [COMMAND] [OPTIONS]\n"
+                          "\n"
+                          "Orvella keeps a sidebar at the screen edge that lists every open window,\n"
+                          "grouped into shelves and per-application sections.\n"
+                          "\n"
+                          "Commands:\n"
+                          "  (none)        start Orvella in the current X session\n"
+                          "  list          print the open windows and exit\n"
+                          "\n"
+                          "Options:\n"
+                          "  --json        with list: one JSON document instead of text\n"
+                          "  -h, --help    show this help and exit\n"
+                          "  -v, --version show the version and exit\n"
+                          "\n"
+                          "Preferences: $XDG_CONFIG_HOME/orvella/preferences.json\n");
 }
 
 QByteArray formatClientList(const QList<platform::x11::ClientSummary> &clients, bool json)

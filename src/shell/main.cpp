@@ -59,8 +59,8 @@ int runApplication(int argc, char **argv)
 
     platform::PreferencesStore store(platform::PreferencesStore::defaultFilePath());
     settings::AppSettings appSettings(store);
-    qCInfo(lcShell).noquote() << "[OV] Orvella" << ORVELLA_VERSION << "language"
-                              << appSettings.appLanguage() << "preferences" << store.filePath();
+    qCInfo(lcShell).noquote() << "[OV] Orvella" << ORVELLA_VERSION << "language" << appSettings.appLanguage()
+                              << "preferences" << store.filePath();
 
     // Until the sidebar exists, running Orvella means listing the session's windows as
     // soon as a window manager Orvella can work with is there.
@@ -99,18 +99,11 @@ int main(int argc, char **argv)
 
     using Action = shell::CommandLineRequest::Action;
     switch (request.action) {
-    case Action::Version:
-        std::printf("orvella %s\n", ORVELLA_VERSION);
-        return 0;
-    case Action::Help:
-        std::fputs(qPrintable(shell::usageText()), stdout);
-        return 0;
-    case Action::Invalid:
-        return fail(request.error + QStringLiteral("\nTry 'orvella --help'."));
-    case Action::List:
-        return listWindows(argc, argv, request.json);
-    case Action::Run:
-        break;
+    case Action::Version: std::printf("orvella %s\n", ORVELLA_VERSION); return 0;
+    case Action::Help: std::fputs(qPrintable(shell::usageText()), stdout); return 0;
+    case Action::Invalid: return fail(request.error + QStringLiteral("\nTry 'orvella --help'."));
+    case Action::List: return listWindows(argc, argv, request.json);
+    case Action::Run: break;
     }
     return runApplication(argc, argv);
 }

@@ -29,8 +29,7 @@ QString quotedExecArgument(const QString &path)
 
 AutostartEntry::AutostartEntry(QString filePath)
     : m_filePath(std::move(filePath))
-{
-}
+{}
 
 QString AutostartEntry::defaultFilePath()
 {
@@ -67,8 +66,8 @@ bool AutostartEntry::setEnabled(bool enabled, const QString &executable)
     QDir().mkpath(QFileInfo(m_filePath).absolutePath());
     QSaveFile file(m_filePath);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        qCWarning(lcPlatform).noquote() << "[OV] autostart: cannot write" << m_filePath << ":"
-                                        << file.errorString();
+        qCWarning(lcPlatform).noquote()
+            << "[OV] autostart: cannot write" << m_filePath << ":" << file.errorString();
         return false;
     }
     const QString entry = QStringLiteral("[Desktop Entry]\n"
@@ -82,8 +81,8 @@ bool AutostartEntry::setEnabled(bool enabled, const QString &executable)
                               .arg(quotedExecArgument(executable));
     file.write(entry.toUtf8());
     if (!file.commit()) {
-        qCWarning(lcPlatform).noquote() << "[OV] autostart: cannot write" << m_filePath << ":"
-                                        << file.errorString();
+        qCWarning(lcPlatform).noquote()
+            << "[OV] autostart: cannot write" << m_filePath << ":" << file.errorString();
         return false;
     }
     return true;

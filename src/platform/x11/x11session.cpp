@@ -117,9 +117,11 @@ WindowManagerInfo X11Session::windowManager() const
     WindowManagerInfo info;
     const Atoms &a = *m_atoms;
     auto checkCookie = xcb_get_property(m_connection, 0, m_root, a.supportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
-    auto supportedCookie = xcb_get_property(m_connection, 0, m_root, a.supported, XCB_ATOM_ATOM, 0, kMaxListWords);
+    auto supportedCookie =
+        xcb_get_property(m_connection, 0, m_root, a.supported, XCB_ATOM_ATOM, 0, kMaxListWords);
     Reply<xcb_get_property_reply_t> checkReply(xcb_get_property_reply(m_connection, checkCookie, nullptr));
-    Reply<xcb_get_property_reply_t> supportedReply(xcb_get_property_reply(m_connection, supportedCookie, nullptr));
+    Reply<xcb_get_property_reply_t> supportedReply(
+        xcb_get_property_reply(m_connection, supportedCookie, nullptr));
 
     const QList<quint32> check = cardinals(checkReply.get(), XCB_ATOM_WINDOW);
     if (!check.isEmpty()) {
@@ -142,7 +144,8 @@ WindowManagerInfo X11Session::windowManager() const
 QList<ClientSummary> X11Session::clients() const
 {
     const Atoms &a = *m_atoms;
-    auto listCookie = xcb_get_property(m_connection, 0, m_root, a.clientList, XCB_ATOM_WINDOW, 0, kMaxListWords);
+    auto listCookie =
+        xcb_get_property(m_connection, 0, m_root, a.clientList, XCB_ATOM_WINDOW, 0, kMaxListWords);
     Reply<xcb_get_property_reply_t> listReply(xcb_get_property_reply(m_connection, listCookie, nullptr));
     const QList<quint32> windows = cardinals(listReply.get(), XCB_ATOM_WINDOW);
 
@@ -155,7 +158,8 @@ QList<ClientSummary> X11Session::clients() const
     for (quint32 w : windows) {
         pending.push_back({
             xcb_get_property(m_connection, 0, w, a.wmName, a.utf8String, 0, kMaxTitleWords),
-            xcb_get_property(m_connection, 0, w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, 0, kMaxTitleWords),
+            xcb_get_property(m_connection, 0, w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, 0,
+                             kMaxTitleWords),
             xcb_get_property(m_connection, 0, w, a.wmPid, XCB_ATOM_CARDINAL, 0, 1),
             xcb_get_property(m_connection, 0, w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64),
         });

@@ -14,19 +14,19 @@ namespace orvella::platform::x11 {
 /// One managed client window as the window manager lists it.
 struct ClientSummary
 {
-    quint32 window = 0;           ///< the client's XID
-    std::optional<quint32> pid;   ///< `_NET_WM_PID`, when set
-    QString title;                ///< `_NET_WM_NAME`, else `WM_NAME`
-    QString wmClass;              ///< the class part of `WM_CLASS`
+    quint32 window = 0;         ///< the client's XID
+    std::optional<quint32> pid; ///< `_NET_WM_PID`, when set
+    QString title;              ///< `_NET_WM_NAME`, else `WM_NAME`
+    QString wmClass;            ///< the class part of `WM_CLASS`
 };
 
 /// What the running window manager lets Orvella do.
 struct WindowManagerInfo
 {
-    bool ewmh = false;             ///< a valid `_NET_SUPPORTING_WM_CHECK` window exists
-    bool listsClients = false;     ///< `_NET_SUPPORTED` has `_NET_CLIENT_LIST`
-    bool reportsActive = false;    ///< `_NET_SUPPORTED` has `_NET_ACTIVE_WINDOW`
-    QString name;                  ///< the check window's `_NET_WM_NAME`
+    bool ewmh = false;          ///< a valid `_NET_SUPPORTING_WM_CHECK` window exists
+    bool listsClients = false;  ///< `_NET_SUPPORTED` has `_NET_CLIENT_LIST`
+    bool reportsActive = false; ///< `_NET_SUPPORTED` has `_NET_ACTIVE_WINDOW`
+    QString name;               ///< the check window's `_NET_WM_NAME`
     /// Orvella can see and arrange windows only under such a window manager.
     bool trusted() const { return ewmh && listsClients && reportsActive; }
 };

@@ -33,7 +33,11 @@ class TestPreferencesStore : public QObject
 {
     Q_OBJECT
 private slots:
-    void init() { QVERIFY(m_dir.isValid()); m_path = m_dir.filePath(QStringLiteral("prefs-%1.json").arg(++m_n)); }
+    void init()
+    {
+        QVERIFY(m_dir.isValid());
+        m_path = m_dir.filePath(QStringLiteral("prefs-%1.json").arg(++m_n));
+    }
 
     void typedReads_data();
     void typedReads();
@@ -89,17 +93,23 @@ void TestPreferencesStore::typedReads()
 
     QVariant actual;
     if (reader == QLatin1String("bool")) {
-        if (auto v = store.boolValue(key)) actual = *v;
+        if (auto v = store.boolValue(key))
+            actual = *v;
     } else if (reader == QLatin1String("double")) {
-        if (auto v = store.doubleValue(key)) actual = *v;
+        if (auto v = store.doubleValue(key))
+            actual = *v;
     } else if (reader == QLatin1String("string")) {
-        if (auto v = store.stringValue(key)) actual = *v;
+        if (auto v = store.stringValue(key))
+            actual = *v;
     } else if (reader == QLatin1String("list")) {
-        if (auto v = store.stringListValue(key)) actual = *v;
+        if (auto v = store.stringListValue(key))
+            actual = *v;
     } else if (reader == QLatin1String("dict")) {
-        if (auto v = store.dictionaryValue(key)) actual = v->toVariantMap();
+        if (auto v = store.dictionaryValue(key))
+            actual = v->toVariantMap();
     } else if (reader == QLatin1String("data")) {
-        if (auto v = store.dataValue(key)) actual = *v;
+        if (auto v = store.dataValue(key))
+            actual = *v;
     }
     QCOMPARE(actual, expected);
     QVERIFY(store.stringValue(QStringLiteral("missing")) == std::nullopt);
@@ -178,9 +188,11 @@ void TestPreferencesStore::defaultPathFollowsXdgConfigHome()
 {
     const QByteArray saved = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", "/tmp/xdg-test-home");
-    QCOMPARE(PreferencesStore::defaultFilePath(), QStringLiteral("/tmp/xdg-test-home/orvella/preferences.json"));
+    QCOMPARE(PreferencesStore::defaultFilePath(),
+             QStringLiteral("/tmp/xdg-test-home/orvella/preferences.json"));
     qunsetenv("XDG_CONFIG_HOME");
-    QCOMPARE(PreferencesStore::defaultFilePath(), QDir::homePath() + QStringLiteral("/.config/orvella/preferences.json"));
+    QCOMPARE(PreferencesStore::defaultFilePath(),
+             QDir::homePath() + QStringLiteral("/.config/orvella/preferences.json"));
     qputenv("XDG_CONFIG_HOME", saved);
 }
 

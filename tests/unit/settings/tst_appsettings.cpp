@@ -1,0 +1,377 @@
+// AppSettings: defaults, fallbacks for bad stored values, the colour format, change
+// signals and write-through, scheme marking, reset, launch at login, and a second process.
+#include "platform/preferencesstore.h"
+#include "settings/appsettings.h"
+#include "settings/colorcodec.h"
+#include "settings/localizationmanager.h"
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace orvella::settings;
+using orvella::platform::PreferencesStore;
+
+class TestAppSettings : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+
+    void defaults_data();
+    void defaults();
+    void badStoredValuesFallBack_data();
+    void badStoredValuesFallBack();
+    void colorTextDecoding_data();
+    void colorTextDecoding();
+    void colorSavingTruncates();
+    void olderColorKeyIsTheFallback();
+    void everySettingSignalsOnceAndWritesThrough();
+    void sidebarColoursMarkTheSchemeCustom();
+    void appLanguageSwitchesTheInterfaceLanguage();
+    void appearanceModeForcesAndReleasesThePalette();
+    void launchAtLoginIsAnAutostartEntry();
+    void resetRestoresDefaultsButNotTheLoginItem();
+    void valuesWrittenByAnotherProcessAreReadBack();
+
+private:
+    std::unique_ptr<PreferencesStore> storeWith(const QJsonObject &values);
+
+    QTemporaryDir m_dir;
+    QString m_path;
+    int m_n = 0;
+};
+
+void TestAppSettings::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    qputenv("XDG_CONFIG_HOME", m_dir.path().toUtf8());
+    qunsetenv("LANGUAGE");
+    qunsetenv("LC_ALL");
+    qunsetenv("LC_MESSAGES");
+    qputenv("LANG", "de_DE.UTF-8");
+}
+
+void TestAppSettings::init()
+{
+    m_path = m_dir.filePath(QStringLiteral("prefs-%1.json").arg(++m_n));
+    QFile::remove(m_dir.filePath(QStringLiteral("autostart/com.orvella.Orvella.desktop")));
+}
+
+std::unique_ptr<PreferencesStore> TestAppSettings::storeWith(const QJsonObject &values)
+{
+    QFile f(m_path);
+    if (f.open(QIODevice::WriteOnly))
+        f.write(QJsonDocument(values).toJson());
+    f.close();
+    return std::make_unique<PreferencesStore>(m_path);
+}
+
+void TestAppSettings::defaults_data()
+{
+    QTest::addColumn<QString>("property");
+    QTest::addColumn<QVariant>("expected");
+    const auto row = [](const char *p, const QVariant &v) {
+        QTest::newRow(p) << QString::fromLatin1(p) << v;
+    };
+    row("sidebarWidth", 250.0);
+    row("position", QStringLiteral("left"));
+    row("fontSize", 10.0);
+    row("rowSpacing", 3.0);
+    row("headerFontSize", 12.0);
+    row("showIcons", true);
+    row("showSubtitle", false);
+    row("appearanceMode", QStringLiteral("system"));
+    row("selectedScheme", QStringLiteral("Default"));
+    row("sidebarLocked", true);
+    row("shelfDisplayMode", QStringLiteral("cards"));
+    row("sidebarListLayoutMode", QStringLiteral("singleColumn"));
+    row("sidebarScreen", QStringLiteral("primary"));
+    row("sidebarGlassMode", QStringLiteral("auto"));
+    row("tooltipAutoHideDuration", 3.0);
+    row("autoSplitActivationDelay", 1.0);
+    row("windowPreviewSize", QStringLiteral("off"));
+    row("systemMonitorDisplay", QStringLiteral("both"));
+    row("systemMonitorMenuBarStyle", QStringLiteral("style8"));
+    row("systemMonitorInterval", 3.0);
+    row("systemMonitorMetrics", QStringList{"cpu", "mem", "disk", "net", "bat", "temp"});
+    row("menuBarTextColorLight", QColor(0, 0, 0, 255));
+    row("menuBarTextColorDark", QColor(255, 255, 255, 255));
+    row("sidebarBackgroundColorDark", QColor(0, 0, 0, 0));
+    row("appLanguage", QStringLiteral("de")); // detected from LANG
+    row("launchAtLogin", false);
+}
+
+void TestAppSettings::defaults()
+{
+    QFETCH(QString, property);
+    QFETCH(QVariant, expected);
+    auto store = storeWith({});
+    AppSettings s(*store);
+    QCOMPARE(s.property(property.toLatin1()), expected);
+}
+
+void TestAppSettings::badStoredValuesFallBack_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QJsonValue>("stored");
+    QTest::addColumn<QString>("property");
+    QTest::addColumn<QVariant>("expected");
+
+    QTest::newRow("layout not in list") << "sidebarListLayoutMode" << QJsonValue("twoColumns")
+                                        << "sidebarListLayoutMode" << QVariant("singleColumn");
+    QTest::newRow("glass mode wrong case")
+        << "sidebarGlassMode" << QJsonValue("ON") << "sidebarGlassMode" << QVariant("auto");
+    QTest::newRow("number stored as text") << "fontSize" << QJsonValue("12") << "fontSize" << QVariant(10.0);
+    QTest::newRow("switch stored as number") << "showIcons" << QJsonValue(0) << "showIcons" << QVariant(true);
+    QTest::newRow("text stored as number")
+        << "sidebarPosition" << QJsonValue(1) << "position" << QVariant("left");
+    QTest::newRow("metrics with a number")
+        << "systemMonitorMetrics" << QJsonValue(QJsonArray{"cpu", 3}) << "systemMonitorMetrics"
+        << QVariant(QStringList{"cpu", "mem", "disk", "net", "bat", "temp"});
+    // Texts without an allowed list are taken as stored.
+    QTest::newRow("unlisted position kept")
+        << "sidebarPosition" << QJsonValue("center") << "position" << QVariant("center");
+    QTest::newRow("valid layout kept") << "sidebarListLayoutMode" << QJsonValue("autoSplit")
+                                       << "sidebarListLayoutMode" << QVariant("autoSplit");
+    QTest::newRow("language kept") << "appLanguage" << QJsonValue("ko") << "appLanguage" << QVariant("ko");
+    QTest::newRow("colour as number")
+        << "activeRowColor_light" << QJsonValue(5) << "activeRowColorLight"
+        << QVariant(systemColors::resolve(SystemColorRole::Accent, Appearance::Light, 0.15));
+}
+
+void TestAppSettings::badStoredValuesFallBack()
+{
+    QFETCH(QString, key);
+    QFETCH(QJsonValue, stored);
+    QFETCH(QString, property);
+    QFETCH(QVariant, expected);
+    auto store = storeWith({{key, stored}});
+    AppSettings s(*store);
+    QCOMPARE(s.property(property.toLatin1()), expected);
+}
+
+void TestAppSettings::colorTextDecoding_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QColor>("expected"); // invalid = ignored
+    QTest::newRow("red, half alpha") << "#FF000080" << QColor(255, 0, 0, 128);
+    QTest::newRow("lower case") << "#0a0b0cff" << QColor(10, 11, 12, 255);
+    QTest::newRow("seven characters") << "#FF0000" << QColor();
+    QTest::newRow("no hash") << "FF000080FF" << QColor();
+    QTest::newRow("not hex") << "#FF00GG80" << QColor();
+    QTest::newRow("sign in digits") << "#+F000080" << QColor();
+    QTest::newRow("0x prefix") << "#0xFF0000" << QColor();
+    QTest::newRow("ten characters") << "#FF000080F" << QColor();
+    QTest::newRow("empty") << "" << QColor();
+}
+
+void TestAppSettings::colorTextDecoding()
+{
+    QFETCH(QString, text);
+    QFETCH(QColor, expected);
+    const auto decoded = colorCodec::decode(text);
+    QCOMPARE(decoded.value_or(QColor()), expected);
+
+    // Through the store: an ignored text leaves the default in place.
+    auto store = storeWith({{QStringLiteral("activeDotColor_dark"), text}});
+    AppSettings s(*store);
+    const QColor fallback = systemColors::resolve(SystemColorRole::Accent, Appearance::Dark, 0.35);
+    QCOMPARE(s.activeDotColorDark(), expected.isValid() ? expected : fallback);
+}
+
+void TestAppSettings::colorSavingTruncates()
+{
+    auto store = storeWith({});
+    AppSettings s(*store);
+    s.setTitleTextColorLight(QColor::fromRgbF(0.5f, 0.5f, 0.5f, 1.0f));
+    QCOMPARE(store->stringValue(QStringLiteral("titleTextColor_light")),
+             std::optional(QStringLiteral("#7F7F7FFF")));
+    // Eight-bit values survive a save and a load unchanged.
+    s.setTitleTextColorDark(QColor(255, 0, 0, 128));
+    QCOMPARE(store->stringValue(QStringLiteral("titleTextColor_dark")),
+             std::optional(QStringLiteral("#FF000080")));
+    // A colour with no RGB form writes nothing.
+    s.setTitleTextColorDark(QColor());
+    QCOMPARE(store->stringValue(QStringLiteral("titleTextColor_dark")),
+             std::optional(QStringLiteral("#FF000080")));
+}
+
+void TestAppSettings::olderColorKeyIsTheFallback()
+{
+    auto store = storeWith({{QStringLiteral("activeRowColor"), QStringLiteral("#10203040")},
+                            {QStringLiteral("shelfSectionBgColor2"), QStringLiteral("#01020304")},
+                            {QStringLiteral("shelfSectionBgColor2_dark"), QStringLiteral("#AABBCCDD")}});
+    AppSettings s(*store);
+    QCOMPARE(s.activeRowColorLight(), QColor(0x10, 0x20, 0x30, 0x40));
+    QCOMPARE(s.activeRowColorDark(), QColor(0x10, 0x20, 0x30, 0x40));
+    QCOMPARE(s.shelfSectionBgColorLight(), QColor(1, 2, 3, 4));
+    QCOMPARE(s.shelfSectionBgColorDark(), QColor(0xAA, 0xBB, 0xCC, 0xDD)); // the current key wins
+}
+
+// Property names, keys and signals are wired by hand; a crossed wire shows here.
+void TestAppSettings::everySettingSignalsOnceAndWritesThrough()
+{
+    auto store = storeWith({});
+    AppSettings s(*store);
+    for (const SettingSpec &spec : schema()) {
+        QVariant changed;
+        switch (spec.kind) {
+        case SettingKind::Number: changed = s.value(spec.id).toDouble() + 7; break;
+        case SettingKind::Switch: changed = !s.value(spec.id).toBool(); break;
+        case SettingKind::Text:
+            changed = spec.allowed.isEmpty() ? QStringLiteral("ja") : spec.allowed.last();
+            break;
+        case SettingKind::TextList: changed = QStringList{QStringLiteral("temp")}; break;
+        case SettingKind::Color: changed = QColor(1, 2, 3, 4); break;
+        }
+        const QMetaProperty property =
+            s.metaObject()->property(s.metaObject()->indexOfProperty(spec.property));
+        QSignalSpy spy(&s, property.notifySignal());
+        QVERIFY2(property.write(&s, changed), spec.property);
+        QVERIFY2(spy.count() == 1, spec.property);
+        QCOMPARE(s.property(spec.property), changed);
+        QVERIFY2(store->contains(spec.key), qPrintable(spec.key));
+        property.write(&s, changed);
+        QVERIFY2(spy.count() == 1, "no signal for an unchanged value");
+    }
+    // What was written reads back in a fresh object.
+    AppSettings again(*store);
+    for (const SettingSpec &spec : schema())
+        QVERIFY2(again.value(spec.id) == s.value(spec.id), spec.property);
+}
+
+void TestAppSettings::sidebarColoursMarkTheSchemeCustom()
+{
+    auto store = storeWith({});
+    AppSettings s(*store);
+    s.setMenuBarTextColorLight(QColor(9, 9, 9));
+    QCOMPARE(s.selectedScheme(), QStringLiteral("Default"));
+
+    s.setHeaderRowColorDark(QColor(9, 9, 9));
+    QCOMPARE(s.selectedScheme(), QStringLiteral("Custom"));
+    QCOMPARE(store->stringValue(QStringLiteral("colorScheme")), std::optional(QStringLiteral("Custom")));
+
+    QSignalSpy applying(&s, &AppSettings::isApplyingSchemeChanged);
+    QVERIFY(s.applySchemeNamed(QStringLiteral("Default")));
+    QCOMPARE(s.selectedScheme(), QStringLiteral("Default"));
+    QCOMPARE(store->stringValue(QStringLiteral("colorScheme")), std::optional(QStringLiteral("Default")));
+    QCOMPARE(s.headerRowColorDark(),
+             systemColors::resolve(SystemColorRole::PrimaryText, Appearance::Dark, 0.12));
+    QCOMPARE(applying.count(), 2);
+    QVERIFY(!s.isApplyingScheme());
+    QVERIFY(!s.applySchemeNamed(QStringLiteral("No such scheme")));
+}
+
+void TestAppSettings::appLanguageSwitchesTheInterfaceLanguage()
+{
+    auto store = storeWith({{QStringLiteral("appLanguage"), QStringLiteral("fr")}});
+    AppSettings s(*store);
+    QCOMPARE(LocalizationManager::shared().languageCode(), QStringLiteral("fr"));
+    s.setAppLanguage(QStringLiteral("ja"));
+    QCOMPARE(LocalizationManager::shared().language(), AppLanguage::ja);
+    s.setAppLanguage(QStringLiteral("xx"));
+    QCOMPARE(LocalizationManager::shared().language(), AppLanguage::en);
+}
+
+void TestAppSettings::appearanceModeForcesAndReleasesThePalette()
+{
+    const QColor desktopWindow = QGuiApplication::palette().color(QPalette::Window);
+    auto store = storeWith({});
+    AppSettings s(*store);
+    QSignalSpy spy(&s, &AppSettings::appearanceChanged);
+
+    s.setAppearanceMode(QStringLiteral("dark"));
+    QVERIFY(s.isDarkAppearance());
+    QVERIFY(systemColors::isDark(QGuiApplication::palette()));
+    s.setAppearanceMode(QStringLiteral("light"));
+    QVERIFY(!s.isDarkAppearance());
+    QVERIFY(!systemColors::isDark(QGuiApplication::palette()));
+    s.setAppearanceMode(QStringLiteral("system"));
+    QCOMPARE(QGuiApplication::palette().color(QPalette::Window), desktopWindow);
+    QCOMPARE(s.isDarkAppearance(), systemColors::isDark(QGuiApplication::palette()));
+    QVERIFY(spy.count() >= 3);
+}
+
+void TestAppSettings::launchAtLoginIsAnAutostartEntry()
+{
+    const QString entry = m_dir.filePath(QStringLiteral("autostart/com.orvella.Orvella.desktop"));
+    auto store = storeWith({});
+    {
+        AppSettings s(*store);
+        s.setLaunchAtLogin(true);
+        QFile f(entry);
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        const QByteArray text = f.readAll();
+        QVERIFY(text.startsWith("[Desktop Entry]\n"));
+        QVERIFY(text.contains("Exec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n"));
+    }
+    QVERIFY(AppSettings(*store).launchAtLogin());
+
+    // The session manager's way of switching an entry off.
+    QFile f(entry);
+    QVERIFY(f.open(QIODevice::Append));
+    f.write("Hidden=true\n");
+    f.close();
+    QVERIFY(!AppSettings(*store).launchAtLogin());
+
+    AppSettings s(*store);
+    s.setLaunchAtLogin(false);
+    QVERIFY(!QFile::exists(entry));
+}
+
+void TestAppSettings::resetRestoresDefaultsButNotTheLoginItem()
+{
+    auto store = storeWith({{QStringLiteral("ov.dragHintDismissed"), true},
+                            {QStringLiteral("ov.settingsMetadataBaselineVersion"), QStringLiteral("1.2")},
+                            {QStringLiteral("ov.categoryOrder"), QJsonArray{"shelf-1"}}});
+    AppSettings s(*store);
+    s.setLaunchAtLogin(true);
+    s.setSidebarWidth(400);
+    s.setMenuBarTextColorDark(QColor(1, 1, 1));
+    s.setAppSectionBorderColorLight(QColor(1, 1, 1));
+    s.setAppearanceMode(QStringLiteral("dark"));
+    s.setAppLanguage(QStringLiteral("ko"));
+
+    s.resetToDefaults();
+    QCOMPARE(s.sidebarWidth(), 250.0);
+    QCOMPARE(s.menuBarTextColorDark(), QColor(255, 255, 255));
+    QCOMPARE(s.appSectionBorderColorLight(),
+             systemColors::resolve(SystemColorRole::PrimaryText, Appearance::Light, 0.12));
+    QCOMPARE(s.appearanceMode(), QStringLiteral("system"));
+    QCOMPARE(s.appLanguage(), QStringLiteral("de"));
+    QCOMPARE(s.selectedScheme(), QStringLiteral("Default"));
+    QVERIFY(s.launchAtLogin());
+    QVERIFY(!store->contains(QStringLiteral("ov.dragHintDismissed")));
+    QVERIFY(!store->contains(QStringLiteral("ov.settingsMetadataBaselineVersion")));
+    QVERIFY(store->contains(QStringLiteral("ov.categoryOrder"))); // shelves are not settings
+    QCOMPARE(store->doubleValue(QStringLiteral("sidebarWidth")), std::optional(250.0));
+}
+
+void TestAppSettings::valuesWrittenByAnotherProcessAreReadBack()
+{
+    QProcess child;
+    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    child.start(QStringLiteral(ORVELLA_PREFS_CHILD), {QStringLiteral("settings"), m_path});
+    QVERIFY(child.waitForFinished(20000));
+    QCOMPARE(child.exitCode(), 0);
+
+    PreferencesStore store(m_path);
+    AppSettings s(store);
+    QCOMPARE(s.sidebarWidth(), 321.0);
+    QCOMPARE(s.position(), QStringLiteral("right"));
+    QCOMPARE(s.showIcons(), false);
+    QCOMPARE(s.activeRowColorDark(), QColor(0x11, 0x22, 0x33, 0x44));
+    QCOMPARE(s.systemMonitorMetrics(), QStringList({"net", "cpu"}));
+    QCOMPARE(s.appLanguage(), QStringLiteral("de"));
+    QCOMPARE(s.selectedScheme(), QStringLiteral("Custom"));
+}
+
+QTEST_MAIN(TestAppSettings)
+#include "tst_appsettings.moc"
