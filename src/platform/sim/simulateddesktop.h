@@ -1,0 +1,94 @@
+// An in-memory desktop for deterministic tests of the tracking core.
+#pragma once
+
+#include "platform/desktop.h"
+
+#include <QMutex>
+#include <QWaitCondition>
+
+namespace orvella::platform::sim {
+
+/**
+ * Applications, their windows (topmost first), focus and the window-server list, all
+ * set by the test. Failure switches reproduce what real desktops do: an application
+ * whose window list cannot be read, a window that vanishes between the two lists, a
+ * window-server list that cannot be read, and reads held back so that refreshes
+ * overlap. Thread-safe: readSnapshot() runs on the refresh pool.
+ */
+class SimulatedDesktop final : public Desktop
+{
+public:
+    struct Window
+    {
+        qint64 number = 0;
+        QString title;
+        QRectF frame{100, 100, 800, 600};
+        bool minimized = false;
+        /// False: the application does not report the number (matched by title or frame).
+        bool reportsNumber = true;
+        /// The window-server side of the window.
+        int layer = 0;
+        double alpha = 1.0;
+        bool onScreen = true;
+        /// False: the window server does not report the name (no title-map entry).
+        bool serverKnowsName = true;
+        /// Window-server bounds when they differ from the application's frame.
+        std::optional<QRectF> serverBounds;
+    };
+    struct App
+    {
+        qint32 pid = 0;
+        QString name;
+        std::optional<QString> bundleID;
+        bool regular = true;
+        QList<Window> windows;
+        /// The application's window list cannot be read.
+        bool windowsUnreadable = false;
+    };
+
+    void setTrusted(bool trusted);
+    void setOwnPid(qint32 pid);
+    void addApp(App app);
+    void removeApp(qint32 pid);
+    /// Adds a window on top of its application's others.
+    void addWindow(qint32 pid, Window window);
+    void removeWindow(qint64 number);
+    void setTitle(qint64 number, const QString &title);
+    void setMinimized(qint64 number, bool minimized);
+    void setWindowsUnreadable(qint32 pid, bool unreadable);
+    /// The active window; 0 for none.
+    void setFocus(qint64 number);
+    void setServerListUnreadable(bool unreadable);
+    /// The window stays in the window-server list but is gone from its application's
+    /// list, as when it closes between the two reads.
+    void vanishFromAppList(qint64 number);
+
+    /// While held, readSnapshot() captures the desktop and then waits until its read
+    /// (numbered from 1 in call order) is released, or until the hold ends.
+    void holdReads(bool hold);
+    void releaseRead(int readNumber);
+    int readsWaiting() const;
+    int readCount() const;
+
+    bool isTrusted() const override;
+    DesktopSnapshot readSnapshot() override;
+    qint32 ownPid() const override;
+
+private:
+    Window *find(qint64 number);
+
+    mutable QMutex m_mutex;
+    QWaitCondition m_released;
+    QList<App> m_apps;
+    QList<qint64> m_vanished;
+    qint64 m_focus = 0;
+    qint32 m_ownPid = 1;
+    bool m_trusted = true;
+    bool m_serverListUnreadable = false;
+    bool m_hold = false;
+    QList<int> m_releasedReads;
+    int m_waiting = 0;
+    int m_reads = 0;
+};
+
+} // namespace orvella::platform::sim

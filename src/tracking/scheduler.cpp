@@ -1,0 +1,28 @@
+// The clock and delayed calls of the tracking core, injectable so tests can drive time.
+#include "tracking/scheduler.h"
+
+#include <QTimer>
+
+namespace orvella::tracking {
+
+namespace {
+
+class SystemScheduler final : public Scheduler
+{
+public:
+    QDateTime now() const override { return QDateTime::currentDateTimeUtc(); }
+    void schedule(std::chrono::milliseconds delay, QObject *context, std::function<void()> callback) override
+    {
+        QTimer::singleShot(delay, context, std::move(callback));
+    }
+};
+
+} // namespace
+
+Scheduler &Scheduler::system()
+{
+    static SystemScheduler instance;
+    return instance;
+}
+
+} // namespace orvella::tracking

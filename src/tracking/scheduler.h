@@ -1,0 +1,31 @@
+// The clock and delayed calls of the tracking core, injectable so tests can drive time.
+#pragma once
+
+#include <QDateTime>
+#include <QObject>
+
+#include <chrono>
+#include <functional>
+
+namespace orvella::tracking {
+
+/**
+ * Time as the tracking core sees it. Rules such as "4 seconds later" or "at most every
+ * 30 seconds" go through this, so that tests run them on a manual clock in
+ * milliseconds instead of waiting.
+ */
+class Scheduler
+{
+public:
+    virtual ~Scheduler() = default;
+
+    virtual QDateTime now() const = 0;
+    /// Runs `callback` on `context`'s thread after `delay`, unless `context` is gone.
+    virtual void schedule(std::chrono::milliseconds delay, QObject *context,
+                          std::function<void()> callback) = 0;
+
+    /// Real time and QTimer.
+    static Scheduler &system();
+};
+
+} // namespace orvella::tracking

@@ -1,0 +1,246 @@
+// The window-tracking core: the published window list and sections, and the refresh.
+#include "tracking/windowmanager.h"
+
+#include "logging.h"
+#include "platform/desktop.h"
+#include "settings/appsettings.h"
+#include "settings/localizationmanager.h"
+#include "tracking/identity.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QThread>
+
+namespace orvella::tracking {
+
+namespace {
+
+constexpr std::chrono::seconds kWatchdogDelay{4};
+constexpr qint64 kRelaunchMinIntervalSecs = 30;
+
+// Runs `work` on the main thread if `guard` still exists then.
+template<typename Owner, typename Work>
+void onMainThread(QPointer<Owner> guard, Work work)
+{
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(),
+        [guard, work = std::move(work)]() mutable {
+            if (guard)
+                work(*guard);
+        },
+        Qt::QueuedConnection);
+}
+
+} // namespace
+
+WindowManager::WindowManager(std::shared_ptr<platform::Desktop> desktop, settings::AppSettings *settings,
+                             Scheduler &scheduler, QObject *parent)
+    : QObject(parent)
+    , m_desktop(std::move(desktop))
+    , m_settings(settings)
+    , m_scheduler(scheduler)
+{
+    m_refreshPool.setObjectName(QStringLiteral("com.orvella.refresh"));
+    m_refreshPool.setMaxThreadCount(2);
+    if (m_settings) {
+        m_state.sidebarWidth = m_settings->sidebarWidth();
+        m_state.avoidSidebarEnabled = m_settings->avoidSidebar();
+        m_state.showAllWindowsInAppSection = m_settings->showAllWindowsInAppSection();
+    }
+}
+
+WindowManager::~WindowManager()
+{
+    // Readings still running hold the desktop themselves; they find this object gone.
+    m_refreshPool.clear();
+}
+
+void WindowManager::setSelectedWindowID(const QString &id)
+{
+    if (m_selectedWindowID == id)
+        return;
+    m_selectedWindowID = id;
+    emit selectedWindowIDChanged();
+}
+
+void WindowManager::setIsRenaming(bool renaming)
+{
+    if (m_isRenaming == renaming)
+        return;
+    m_isRenaming = renaming;
+    emit isRenamingChanged();
+}
+
+void WindowManager::setShowsTrustBanner(bool shows)
+{
+    if (m_showsTrustBanner == shows)
+        return;
+    m_showsTrustBanner = shows;
+    emit showsTrustBannerChanged();
+}
+
+void WindowManager::publishLikelyCount(int count)
+{
+    if (m_lastLikelyCGWindowCount == count)
+        return;
+    m_lastLikelyCGWindowCount = count;
+    emit lastLikelyCGWindowCountChanged();
+}
+
+void WindowManager::refresh(bool force)
+{
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(
+            this, [this, force] { refresh(force); }, Qt::QueuedConnection);
+        return;
+    }
+
+    const std::shared_ptr<platform::Desktop> desktop = m_desktop;
+    const QPointer<WindowManager> guard(this);
+    if (!desktop->isTrusted()) {
+        // The window-server side can still be counted without a usable window manager.
+        m_refreshPool.start([desktop, guard] {
+            const int count =
+                computeLikelyCGWindowCount(desktop->readSnapshot().serverWindows, desktop->ownPid());
+            onMainThread(guard, [count](WindowManager &wm) { wm.publishLikelyCount(count); });
+        });
+        setShowsTrustBanner(true);
+        m_state.isRefreshing = false;
+        return;
+    }
+    setShowsTrustBanner(false);
+
+    if (m_state.isRefreshing) {
+        if (!force)
+            return;
+        qCInfo(lcTracking)
+            << "[OV] force refresh requested while a refresh is in progress — starting a new refresh";
+    }
+    m_state.isRefreshing = true;
+    const quint64 generation = ++m_state.refreshGeneration;
+
+    m_scheduler.schedule(kWatchdogDelay, this, [this, generation] {
+        if (m_state.isRefreshing && m_state.refreshGeneration == generation) {
+            qCWarning(lcTracking) << "[OV] refresh() watchdog — refresh appears stuck; clearing isRefreshing";
+            m_state.isRefreshing = false;
+        }
+    });
+
+    const QSet<QString> userMinimized = m_state.userMinimizedSignatures;
+    const QString unknownName =
+        settings::LocalizationManager::shared().string(QStringLiteral("general.unknown"));
+    m_refreshPool.start([desktop, guard, generation, userMinimized, unknownName] {
+        if (!guard)
+            return;
+        ReadResult result =
+            readWindows(desktop->readSnapshot(), desktop->ownPid(), userMinimized, unknownName);
+        onMainThread(guard, [generation, result = std::move(result)](WindowManager &wm) mutable {
+            wm.apply(generation, std::move(result));
+        });
+    });
+}
+
+void WindowManager::apply(quint64 generation, ReadResult result)
+{
+    if (generation != m_state.refreshGeneration)
+        return; // a newer refresh started; it clears isRefreshing
+
+    publishLikelyCount(result.likelyCount);
+    if (!windowsUIEqual(m_windows, result.items)) {
+        m_windows = result.items;
+        emit windowsChanged();
+    } else {
+        // Same rows, but frames and numbers may have moved: keep them current silently.
+        m_windows = result.items;
+    }
+    const QString activeID = result.activeID.value_or(QString());
+    if (activeID != m_activeWindowID) {
+        m_activeWindowID = activeID;
+        emit activeWindowIDChanged();
+    }
+    const int count = int(result.items.size());
+    if (count != m_state.lastWindowCount) {
+        qCInfo(lcTracking).noquote()
+            << QStringLiteral("[OV] refresh() — windows: %1 → %2").arg(m_state.lastWindowCount).arg(count);
+        m_state.lastWindowCount = count;
+    }
+    buildCategories();
+    m_state.isRefreshing = false;
+
+    const QDateTime now = m_scheduler.now();
+    if (m_desktop->isTrusted() && result.items.isEmpty() && result.likelyCount >= 1
+        && (!m_state.lastRelaunchRequestAt
+            || m_state.lastRelaunchRequestAt->secsTo(now) > kRelaunchMinIntervalSecs)) {
+        m_state.lastRelaunchRequestAt = now;
+        qCWarning(lcTracking).noquote()
+            << QStringLiteral("[OV] refresh() — AX returned 0 windows but CG sees %1; "
+                              "requesting relaunch")
+                   .arg(result.likelyCount);
+        emit relaunchRequested();
+    }
+}
+
+void WindowManager::hardRefresh()
+{
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(this, &WindowManager::hardRefresh, Qt::QueuedConnection);
+        return;
+    }
+    refresh(true);
+}
+
+std::optional<WindowItem> WindowManager::canonicalWindow(const QString &id) const
+{
+    const QString real = identity::withoutGhostSuffix(id);
+    for (const WindowItem &w : m_windows) {
+        if (w.id == real)
+            return w;
+    }
+    return std::nullopt;
+}
+
+void WindowManager::buildCategories()
+{
+    // Application sections, keyed by owner, in the user's order first, then in the
+    // order their first window is listed.
+    QList<WindowCategory> sections;
+    QHash<QString, qsizetype> indexByID;
+    for (const WindowItem &w : std::as_const(m_windows)) {
+        const QString id = w.owner();
+        auto it = indexByID.constFind(id);
+        if (it == indexByID.constEnd()) {
+            it = indexByID.insert(id, sections.size());
+            sections.append({id,
+                             m_state.categoryCustomNames.value(id, w.appName),
+                             {},
+                             m_state.categoryCollapsed.value(id, false),
+                             m_state.categoryHidden.contains(id)});
+        }
+        sections[*it].windows.append(w);
+    }
+    QList<WindowCategory> ordered;
+    for (const QString &id : std::as_const(m_state.categoryOrder)) {
+        if (const auto it = indexByID.constFind(id); it != indexByID.constEnd())
+            ordered.append(sections[*it]);
+    }
+    for (const WindowCategory &c : std::as_const(sections)) {
+        if (!m_state.categoryOrder.contains(c.id))
+            ordered.append(c);
+    }
+    if (categoriesUIEqual(m_categories, ordered)) {
+        m_categories = ordered;
+        return;
+    }
+    m_categories = ordered;
+    emit categoriesChanged();
+}
+
+bool WindowManager::waitForRefresh(int timeoutMs)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (m_state.isRefreshing && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    return !m_state.isRefreshing;
+}
+
+} // namespace orvella::tracking

@@ -1,0 +1,112 @@
+// The window-tracking core: the published window list and sections, and the refresh.
+#pragma once
+
+#include "tracking/scheduler.h"
+#include "tracking/trackingstate.h"
+#include "tracking/windowcategory.h"
+#include "tracking/windowreader.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QThreadPool>
+
+#include <memory>
+
+namespace orvella::platform {
+class Desktop;
+}
+namespace orvella::settings {
+class AppSettings;
+}
+
+namespace orvella::tracking {
+
+/**
+ * One long-lived object that owns every window and shelf fact. Views read its
+ * properties and call its operations; they never change the model directly.
+ *
+ * A refresh reads the desktop on the refresh pool and applies the result here on the
+ * main thread, tagged with a generation number: a result whose generation is no
+ * longer current is dropped, so a forced refresh supersedes a running one.
+ * Main thread only, except refresh(), which may be called from anywhere.
+ */
+class WindowManager : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QList<orvella::tracking::WindowItem> windows READ windows NOTIFY windowsChanged)
+    Q_PROPERTY(QList<orvella::tracking::WindowCategory> categories READ categories NOTIFY categoriesChanged)
+    /// Empty when no listed window is focused.
+    Q_PROPERTY(QString activeWindowID READ activeWindowID NOTIFY activeWindowIDChanged)
+    Q_PROPERTY(QString selectedWindowID READ selectedWindowID WRITE setSelectedWindowID NOTIFY
+                   selectedWindowIDChanged)
+    Q_PROPERTY(bool isRenaming READ isRenaming WRITE setIsRenaming NOTIFY isRenamingChanged)
+    Q_PROPERTY(int lastLikelyCGWindowCount READ lastLikelyCGWindowCount NOTIFY lastLikelyCGWindowCountChanged)
+    /// True while the "window manager needed" banner should be shown.
+    Q_PROPERTY(bool showsTrustBanner READ showsTrustBanner NOTIFY showsTrustBannerChanged)
+
+public:
+    WindowManager(std::shared_ptr<platform::Desktop> desktop, settings::AppSettings *settings,
+                  Scheduler &scheduler = Scheduler::system(), QObject *parent = nullptr);
+    ~WindowManager() override;
+
+    const QList<WindowItem> &windows() const { return m_windows; }
+    const QList<WindowCategory> &categories() const { return m_categories; }
+    QString activeWindowID() const { return m_activeWindowID; }
+    QString selectedWindowID() const { return m_selectedWindowID; }
+    void setSelectedWindowID(const QString &id);
+    bool isRenaming() const { return m_isRenaming; }
+    void setIsRenaming(bool renaming);
+    int lastLikelyCGWindowCount() const { return m_lastLikelyCGWindowCount; }
+    bool showsTrustBanner() const { return m_showsTrustBanner; }
+
+    TrackingState &state() { return m_state; }
+    const TrackingState &state() const { return m_state; }
+
+    /// Re-reads the desktop. Without `force` a refresh already running is left to
+    /// finish; with it a new one starts and the running one's result is dropped.
+    Q_INVOKABLE void refresh(bool force = false);
+    /// Restarts from scratch: a forced refresh, posted to the main thread when needed.
+    Q_INVOKABLE void hardRefresh();
+    /// The live item for an id; a ghost id resolves to its window.
+    std::optional<WindowItem> canonicalWindow(const QString &id) const;
+    /// Regroups `windows` into `categories`.
+    void buildCategories();
+
+    /// Waits (processing events) until no refresh is running; for the command line.
+    bool waitForRefresh(int timeoutMs);
+
+signals:
+    void windowsChanged();
+    void categoriesChanged();
+    void activeWindowIDChanged();
+    void selectedWindowIDChanged();
+    void isRenamingChanged();
+    void lastLikelyCGWindowCountChanged();
+    void showsTrustBannerChanged();
+    /// The windowing system reports no windows while windows exist: restart Orvella.
+    void relaunchRequested();
+
+private:
+    void apply(quint64 generation, ReadResult result);
+    void publishLikelyCount(int count);
+    void setShowsTrustBanner(bool shows);
+
+    std::shared_ptr<platform::Desktop> m_desktop;
+    QPointer<settings::AppSettings> m_settings;
+    Scheduler &m_scheduler;
+    QThreadPool m_refreshPool;
+
+    QList<WindowItem> m_windows;
+    QList<WindowCategory> m_categories;
+    QString m_activeWindowID;
+    QString m_selectedWindowID;
+    bool m_isRenaming = false;
+    int m_lastLikelyCGWindowCount = 0;
+    bool m_showsTrustBanner = false;
+    TrackingState m_state;
+};
+
+} // namespace orvella::tracking
+
+Q_DECLARE_METATYPE(orvella::tracking::WindowItem)
+Q_DECLARE_METATYPE(orvella::tracking::WindowCategory)

@@ -1,0 +1,370 @@
+// The refresh on the simulated desktop: what is listed and how, stale and forced
+// refreshes, the watchdog, failures, and the relaunch request.
+#include "platform/sim/manualscheduler.h"
+#include "platform/sim/simulateddesktop.h"
+#include "tracking/identity.h"
+#include "tracking/windowmanager.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace orvella;
+using namespace orvella::tracking;
+using platform::sim::SimulatedDesktop;
+using Window = SimulatedDesktop::Window;
+
+namespace {
+
+constexpr qint32 kEditor = 100;
+constexpr qint32 kFiles = 200;
+
+Window window(qint64 number, const QString &title, QRectF frame = {100, 100, 800, 600})
+{
+    Window w;
+    w.number = number;
+    w.title = title;
+    w.frame = frame;
+    return w;
+}
+
+QStringList ids(const QList<WindowItem> &items)
+{
+    QStringList out;
+    for (const WindowItem &w : items)
+        out.append(w.id);
+    return out;
+}
+
+const WindowItem *byTitle(const QList<WindowItem> &items, const QString &title)
+{
+    for (const WindowItem &w : items) {
+        if (w.windowTitle == title)
+            return &w;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+class TestRefresh : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+
+    void listsWindowsWithTheirIdentity();
+    void matchesNumbersByTitleThenFrame();
+    void skipsWhatIsNotAWindow();
+    void correctsTheMinimizedState();
+    void marksTheActiveWindow();
+    void anAppWhoseWindowsCannotBeReadContributesNothing();
+    void aVanishingWindowIsLeftOut();
+    void staleResultIsDropped();
+    void refreshWhileRunningWaitsUnlessForced();
+    void watchdogClearsAStuckRefresh();
+    void untrustedShowsTheBannerAndReadsNoWindows();
+    void deafWindowListRequestsARelaunchAtMostEvery30Seconds();
+    void movesAloneDoNotRepublish();
+    void appSectionsFollowTheUserOrder();
+
+private:
+    void refreshAndWait(bool force = false);
+
+    std::shared_ptr<SimulatedDesktop> m_desktop;
+    std::unique_ptr<platform::sim::ManualScheduler> m_clock;
+    std::unique_ptr<WindowManager> m_wm;
+};
+
+void TestRefresh::init()
+{
+    m_desktop = std::make_shared<SimulatedDesktop>();
+    m_desktop->addApp(
+        {kEditor, QStringLiteral("Text Editor"), QStringLiteral("org.gnome.TextEditor"), true, {}});
+    m_desktop->addApp({kFiles, QStringLiteral("Files"), std::nullopt, true, {}});
+    m_clock = std::make_unique<platform::sim::ManualScheduler>();
+    m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, *m_clock);
+}
+
+void TestRefresh::cleanup()
+{
+    m_desktop->holdReads(false);
+    m_wm.reset();
+}
+
+void TestRefresh::refreshAndWait(bool force)
+{
+    m_wm->refresh(force);
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+}
+
+void TestRefresh::listsWindowsWithTheirIdentity()
+{
+    // Added on top: the application lists them topmost first.
+    m_desktop->addWindow(kEditor, window(11, QStringLiteral("notes.txt")));
+    m_desktop->addWindow(kEditor, window(12, QStringLiteral("todo.txt")));
+    Window twin = window(21, QStringLiteral("Downloads"));
+    twin.reportsNumber = false;
+    twin.serverKnowsName = false;
+    twin.serverBounds = QRectF(0, 0, 10, 10); // too small to be matched by frame
+    m_desktop->addWindow(kFiles, twin);
+    twin.number = 22;
+    m_desktop->addWindow(kFiles, twin);
+
+    QSignalSpy windowsChanged(m_wm.get(), &WindowManager::windowsChanged);
+    QTest::ignoreMessage(QtInfoMsg, "[OV] refresh() — windows: -1 → 4");
+    refreshAndWait();
+    QCOMPARE(ids(m_wm->windows()), QStringList({"org.gnome.TextEditor::wn:12", "org.gnome.TextEditor::wn:11",
+                                                "Files::Downloads", "Files::Downloads#1"}));
+    const WindowItem &top = m_wm->windows().constFirst();
+    QCOMPARE(top.axIndex, 0);
+    QCOMPARE(top.pid, kEditor);
+    QCOMPARE(top.windowNumber, std::optional<qint64>(12));
+    QCOMPARE(m_wm->windows().at(3).axIndex, 1);
+    QCOMPARE(m_wm->windows().at(3).windowNumber, std::nullopt);
+    QCOMPARE(windowsChanged.count(), 1);
+    QCOMPARE(m_wm->canonicalWindow(identity::ghostID(QStringLiteral("Files::Downloads#1")))->windowNumber,
+             std::nullopt);
+    QCOMPARE(m_wm->canonicalWindow(QStringLiteral("Files::Downloads#1"))->axIndex, 1);
+}
+
+void TestRefresh::matchesNumbersByTitleThenFrame()
+{
+    Window named = window(31, QStringLiteral("Pictures"));
+    named.reportsNumber = false;
+    m_desktop->addWindow(kFiles, named);
+    Window unnamed = window(32, QStringLiteral("Music"), QRectF(400, 300, 600, 500));
+    unnamed.reportsNumber = false;
+    unnamed.serverKnowsName = false;
+    unnamed.serverBounds = QRectF(405, 296, 600, 510);
+    m_desktop->addWindow(kFiles, unnamed);
+    refreshAndWait();
+    QCOMPARE(byTitle(m_wm->windows(), QStringLiteral("Pictures"))->windowNumber, std::optional<qint64>(31));
+    QCOMPARE(byTitle(m_wm->windows(), QStringLiteral("Music"))->windowNumber, std::optional<qint64>(32));
+    QCOMPARE(byTitle(m_wm->windows(), QStringLiteral("Music"))->id, QStringLiteral("Files::wn:32"));
+}
+
+void TestRefresh::skipsWhatIsNotAWindow()
+{
+    m_desktop->addApp({300, QStringLiteral("Nautilus"), QStringLiteral("org.gnome.Nautilus"), true, {}});
+    m_desktop->addWindow(300, window(41, QString()));                       // the file manager's desktop
+    m_desktop->addWindow(kEditor, window(42, QStringLiteral(" Window ")));  // a nameless helper
+    m_desktop->addWindow(kEditor, window(43, QString(), {0, 0, 150, 300})); // a small untitled popup
+    Window minimizedPopup = window(44, QString(), {0, 0, 150, 300});
+    minimizedPopup.minimized = true;
+    minimizedPopup.onScreen = false;
+    minimizedPopup.alpha = 0;
+    m_desktop->addWindow(kEditor, minimizedPopup);
+    m_desktop->addWindow(kEditor, window(45, QString(), {0, 0, 400, 300})); // large enough
+    m_desktop->addApp({400, QStringLiteral("Tray helper"), std::nullopt, false, {}});
+    m_desktop->addWindow(400, window(46, QStringLiteral("Tray helper"))); // background-only app
+    refreshAndWait();
+    QCOMPARE(ids(m_wm->windows()),
+             QStringList({"org.gnome.TextEditor::wn:45", "org.gnome.TextEditor::wn:44"}));
+}
+
+void TestRefresh::correctsTheMinimizedState()
+{
+    struct Case
+    {
+        qint64 number;
+        bool onScreen;
+        int layer;
+        double alpha;
+        QRectF frame;
+        bool expected;
+    };
+    const QList<Case> cases{
+        {51, true, 0, 1, {0, 0, 800, 600}, false},  // on screen after all
+        {52, false, 0, 1, {0, 0, 800, 600}, false}, // off screen but full size and opaque
+        {53, false, 0, 0, {0, 0, 800, 600}, true},  // off screen and transparent
+        {54, false, 0, 1, {0, 0, 50, 600}, true},   // shrunk to 50 points
+        {55, false, 3, 1, {0, 0, 800, 600}, true},  // not an ordinary window
+    };
+    for (const Case &c : cases) {
+        Window w = window(c.number, QStringLiteral("w%1").arg(c.number), c.frame);
+        w.minimized = true;
+        w.onScreen = c.onScreen;
+        w.layer = c.layer;
+        w.alpha = c.alpha;
+        m_desktop->addWindow(kEditor, w);
+    }
+    m_desktop->addWindow(kEditor, window(56, QStringLiteral("hidden by the user")));
+    m_wm->state().userMinimizedSignatures.insert(QStringLiteral("org.gnome.TextEditor::hidden by the user"));
+    refreshAndWait();
+    for (const Case &c : cases)
+        QVERIFY2(byTitle(m_wm->windows(), QStringLiteral("w%1").arg(c.number))->isMinimized == c.expected,
+                 qPrintable(QString::number(c.number)));
+    QVERIFY(byTitle(m_wm->windows(), QStringLiteral("hidden by the user"))->isMinimized);
+}
+
+void TestRefresh::marksTheActiveWindow()
+{
+    m_desktop->addWindow(kEditor, window(61, QStringLiteral("a.txt")));
+    m_desktop->addWindow(kEditor, window(62, QStringLiteral("b.txt")));
+    m_desktop->setFocus(61);
+    QSignalSpy activeChanged(m_wm.get(), &WindowManager::activeWindowIDChanged);
+    refreshAndWait();
+    QCOMPARE(m_wm->activeWindowID(), QStringLiteral("org.gnome.TextEditor::wn:61"));
+    QVERIFY(byTitle(m_wm->windows(), QStringLiteral("a.txt"))->isActive);
+    QVERIFY(!byTitle(m_wm->windows(), QStringLiteral("b.txt"))->isActive);
+
+    m_desktop->setMinimized(61, true); // a minimized window is never the active one
+    refreshAndWait();
+    QCOMPARE(m_wm->activeWindowID(), QString());
+    QCOMPARE(activeChanged.count(), 2);
+}
+
+void TestRefresh::anAppWhoseWindowsCannotBeReadContributesNothing()
+{
+    m_desktop->addWindow(kEditor, window(71, QStringLiteral("kept.txt")));
+    m_desktop->addWindow(kFiles, window(72, QStringLiteral("Home")));
+    m_desktop->setWindowsUnreadable(kFiles, true);
+    refreshAndWait();
+    QCOMPARE(ids(m_wm->windows()), QStringList({"org.gnome.TextEditor::wn:71"}));
+}
+
+void TestRefresh::aVanishingWindowIsLeftOut()
+{
+    m_desktop->addWindow(kEditor, window(81, QStringLiteral("stays")));
+    m_desktop->addWindow(kEditor, window(82, QStringLiteral("closing")));
+    m_desktop->vanishFromAppList(82);
+    refreshAndWait();
+    QCOMPARE(ids(m_wm->windows()), QStringList({"org.gnome.TextEditor::wn:81"}));
+}
+
+void TestRefresh::staleResultIsDropped()
+{
+    m_desktop->addWindow(kEditor, window(91, QStringLiteral("old title")));
+    m_desktop->holdReads(true);
+    m_wm->refresh();
+    QTRY_COMPARE(m_desktop->readsWaiting(), 1);
+
+    m_desktop->setTitle(91, QStringLiteral("new title"));
+    QTest::ignoreMessage(
+        QtInfoMsg, "[OV] force refresh requested while a refresh is in progress — starting a new refresh");
+    m_wm->refresh(true);
+    QTRY_COMPARE(m_desktop->readsWaiting(), 2);
+
+    // The newer reading lands first; the older one, arriving later, must not undo it.
+    m_desktop->releaseRead(2);
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    QCOMPARE(m_wm->windows().constFirst().windowTitle, QStringLiteral("new title"));
+    QSignalSpy windowsChanged(m_wm.get(), &WindowManager::windowsChanged);
+    m_desktop->releaseRead(1);
+    QTRY_COMPARE(m_desktop->readsWaiting(), 0);
+    QTest::qWait(50); // let a wrongly accepted result land, if any
+    QCOMPARE(m_wm->windows().constFirst().windowTitle, QStringLiteral("new title"));
+    QCOMPARE(windowsChanged.count(), 0);
+}
+
+void TestRefresh::refreshWhileRunningWaitsUnlessForced()
+{
+    m_desktop->holdReads(true);
+    m_wm->refresh();
+    QTRY_COMPARE(m_desktop->readsWaiting(), 1);
+    m_wm->refresh();
+    m_wm->refresh();
+    QCOMPARE(m_wm->state().refreshGeneration, quint64(1));
+    QTest::ignoreMessage(
+        QtInfoMsg, "[OV] force refresh requested while a refresh is in progress — starting a new refresh");
+    m_wm->refresh(true);
+    QCOMPARE(m_wm->state().refreshGeneration, quint64(2));
+    QTRY_COMPARE(m_desktop->readsWaiting(), 2);
+}
+
+void TestRefresh::watchdogClearsAStuckRefresh()
+{
+    m_desktop->holdReads(true);
+    m_wm->refresh();
+    QVERIFY(m_wm->state().isRefreshing);
+    m_clock->advance(std::chrono::milliseconds(3900));
+    QVERIFY(m_wm->state().isRefreshing);
+    QTest::ignoreMessage(QtWarningMsg,
+                         "[OV] refresh() watchdog — refresh appears stuck; clearing isRefreshing");
+    m_clock->advance(std::chrono::milliseconds(100));
+    QVERIFY(!m_wm->state().isRefreshing);
+
+    // Once cleared, a plain refresh may start again.
+    m_wm->refresh();
+    QCOMPARE(m_wm->state().refreshGeneration, quint64(2));
+}
+
+void TestRefresh::untrustedShowsTheBannerAndReadsNoWindows()
+{
+    m_desktop->addWindow(kEditor, window(101, QStringLiteral("a.txt")));
+    refreshAndWait();
+    m_desktop->setTrusted(false);
+    m_desktop->addWindow(kEditor, window(102, QStringLiteral("b.txt")));
+    QSignalSpy banner(m_wm.get(), &WindowManager::showsTrustBannerChanged);
+    m_wm->refresh();
+    QVERIFY(m_wm->showsTrustBanner());
+    QVERIFY(!m_wm->state().isRefreshing);
+    QTRY_COMPARE(m_wm->lastLikelyCGWindowCount(), 2); // the window server is still counted
+    QCOMPARE(m_wm->windows().size(), 1);
+
+    m_desktop->setTrusted(true);
+    refreshAndWait();
+    QVERIFY(!m_wm->showsTrustBanner());
+    QCOMPARE(m_wm->windows().size(), 2);
+    QCOMPARE(banner.count(), 2);
+}
+
+void TestRefresh::deafWindowListRequestsARelaunchAtMostEvery30Seconds()
+{
+    m_desktop->addWindow(kEditor, window(111, QStringLiteral("a.txt")));
+    m_desktop->setWindowsUnreadable(kEditor, true);
+    QSignalSpy relaunch(m_wm.get(), &WindowManager::relaunchRequested);
+    QTest::ignoreMessage(QtWarningMsg,
+                         "[OV] refresh() — AX returned 0 windows but CG sees 1; requesting relaunch");
+    refreshAndWait();
+    QCOMPARE(relaunch.count(), 1);
+    m_clock->advance(std::chrono::seconds(30));
+    refreshAndWait();
+    QCOMPARE(relaunch.count(), 1);
+    m_clock->advance(std::chrono::seconds(1));
+    QTest::ignoreMessage(QtWarningMsg,
+                         "[OV] refresh() — AX returned 0 windows but CG sees 1; requesting relaunch");
+    refreshAndWait();
+    QCOMPARE(relaunch.count(), 2);
+}
+
+void TestRefresh::movesAloneDoNotRepublish()
+{
+    m_desktop->addWindow(kEditor, window(121, QStringLiteral("a.txt")));
+    refreshAndWait();
+    QSignalSpy windowsChanged(m_wm.get(), &WindowManager::windowsChanged);
+    QSignalSpy categoriesChanged(m_wm.get(), &WindowManager::categoriesChanged);
+    m_desktop->removeWindow(121);
+    m_desktop->addWindow(kEditor, window(121, QStringLiteral("a.txt"), {300, 300, 500, 500}));
+    refreshAndWait();
+    QCOMPARE(windowsChanged.count(), 0);
+    QCOMPARE(categoriesChanged.count(), 0);
+    QCOMPARE(m_wm->windows().constFirst().bounds, QRectF(300, 300, 500, 500));
+
+    m_desktop->setTitle(121, QStringLiteral("b.txt"));
+    refreshAndWait();
+    QCOMPARE(windowsChanged.count(), 1);
+    QCOMPARE(categoriesChanged.count(), 1);
+}
+
+void TestRefresh::appSectionsFollowTheUserOrder()
+{
+    m_desktop->addWindow(kEditor, window(131, QStringLiteral("a.txt")));
+    m_desktop->addWindow(kFiles, window(132, QStringLiteral("Home")));
+    m_desktop->addWindow(kEditor, window(133, QStringLiteral("b.txt")));
+    m_wm->state().categoryOrder = {QStringLiteral("Files")};
+    m_wm->state().categoryCollapsed.insert(QStringLiteral("org.gnome.TextEditor"), true);
+    refreshAndWait();
+    const QList<WindowCategory> &sections = m_wm->categories();
+    QCOMPARE(sections.size(), 2);
+    QCOMPARE(sections[0].id, QStringLiteral("Files"));
+    QCOMPARE(sections[1].id, QStringLiteral("org.gnome.TextEditor"));
+    QCOMPARE(sections[1].displayName, QStringLiteral("Text Editor"));
+    QCOMPARE(sections[1].windows.size(), 2);
+    QVERIFY(sections[1].isCollapsed);
+    QVERIFY(!sections[0].isShelf());
+}
+
+QTEST_GUILESS_MAIN(TestRefresh)
+#include "tst_refresh.moc"
