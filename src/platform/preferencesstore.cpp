@@ -44,8 +44,13 @@ bool writeAll(int fd, const QByteArray &bytes)
 } // namespace
 
 PreferencesStore::PreferencesStore(const QString &filePath, QObject *parent)
+    : PreferencesStore(filePath, Access::ReadWrite, parent)
+{}
+
+PreferencesStore::PreferencesStore(const QString &filePath, Access access, QObject *parent)
     : QObject(parent)
     , m_filePath(filePath)
+    , m_writeBlocked(access == Access::ReadOnly)
 {
     m_flushTimer.setSingleShot(true);
     m_flushTimer.setInterval(std::chrono::milliseconds(250));
@@ -85,15 +90,19 @@ void PreferencesStore::load()
 
     QJsonParseError error{};
     const QJsonDocument doc = QJsonDocument::fromJson(bytes, &error);
-    if (error.error != QJsonParseError::NoError) {
-        setAside(QStringLiteral("%1 at offset %2").arg(error.errorString()).arg(error.offset));
-        return;
+    QString problem;
+    if (error.error != QJsonParseError::NoError)
+        problem = QStringLiteral("%1 at offset %2").arg(error.errorString()).arg(error.offset);
+    else if (!doc.isObject())
+        problem = QStringLiteral("top level is not an object");
+    if (problem.isEmpty()) {
+        m_values = doc.object();
+    } else if (m_writeBlocked) {
+        qCWarning(lcPlatform).noquote() << "[OV] preferences: " + m_filePath + " is not valid (" + problem
+                                               + "); reading defaults, leaving the file untouched";
+    } else {
+        setAside(problem);
     }
-    if (!doc.isObject()) {
-        setAside(QStringLiteral("top level is not an object"));
-        return;
-    }
-    m_values = doc.object();
 }
 
 void PreferencesStore::setAside(const QString &reason)

@@ -31,8 +31,16 @@ class PreferencesStore : public QObject
 {
     Q_OBJECT
 public:
+    enum class Access {
+        ReadWrite,
+        /// For one-shot readers such as `orvella list`: nothing is ever written, and a
+        /// corrupt file is left where it is.
+        ReadOnly,
+    };
+
     /// Opens (or prepares to create) the store at `filePath`.
     explicit PreferencesStore(const QString &filePath, QObject *parent = nullptr);
+    PreferencesStore(const QString &filePath, Access access, QObject *parent = nullptr);
     ~PreferencesStore() override;
 
     /// `$XDG_CONFIG_HOME/orvella/preferences.json` (`~/.config/...` when unset).
@@ -84,7 +92,8 @@ private:
     QJsonObject m_values;
     QTimer m_flushTimer;
     bool m_dirty = false;
-    // Set when the file exists but could not be read: writing would destroy it.
+    // Set for read-only stores, and when the file exists but could not be read:
+    // writing would destroy it.
     bool m_writeBlocked = false;
 };
 

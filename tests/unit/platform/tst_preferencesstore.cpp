@@ -46,6 +46,7 @@ private slots:
     void corruptFileIsSetAsideAndStoreStartsEmpty_data();
     void corruptFileIsSetAsideAndStoreStartsEmpty();
     void nonFiniteNumbersAreRefused();
+    void readOnlyStoreNeverWrites();
     void defaultPathFollowsXdgConfigHome();
     void killedWriterLeavesOldOrNewValues();
 
@@ -182,6 +183,25 @@ void TestPreferencesStore::nonFiniteNumbersAreRefused()
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("non-finite")));
     store.setDouble(QStringLiteral("n"), std::numeric_limits<double>::quiet_NaN());
     QCOMPARE(store.doubleValue(QStringLiteral("n")), std::optional(1.0));
+}
+
+void TestPreferencesStore::readOnlyStoreNeverWrites()
+{
+    writeFile(m_path, "{\"position\": \"right\"}");
+    {
+        PreferencesStore store(m_path, PreferencesStore::Access::ReadOnly);
+        QCOMPARE(store.stringValue(QStringLiteral("position")), std::optional(QStringLiteral("right")));
+        store.setString(QStringLiteral("position"), QStringLiteral("left"));
+        QVERIFY(!store.flush());
+    }
+    QCOMPARE(readFile(m_path), QByteArray("{\"position\": \"right\"}"));
+
+    writeFile(m_path, "{ not json");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("leaving the file untouched")));
+    PreferencesStore corrupt(m_path, PreferencesStore::Access::ReadOnly);
+    QCOMPARE(corrupt.snapshot(), QJsonObject());
+    QCOMPARE(corrupt.setAsidePath(), QString());
+    QCOMPARE(readFile(m_path), QByteArray("{ not json"));
 }
 
 void TestPreferencesStore::defaultPathFollowsXdgConfigHome()

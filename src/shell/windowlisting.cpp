@@ -1,0 +1,91 @@
+// What `orvella list` prints: the tracked windows and the sections they are grouped into.
+#include "shell/windowlisting.h"
+
+#include "tracking/windowmanager.h"
+
+#include <QJsonArray>
+
+namespace orvella::shell::windowListing {
+
+namespace {
+
+QJsonValue optionalText(const std::optional<QString> &text)
+{
+    return text ? QJsonValue(*text) : QJsonValue(QJsonValue::Null);
+}
+
+QJsonObject windowJson(const tracking::WindowItem &w)
+{
+    return {
+        {QStringLiteral("id"), w.id},
+        {QStringLiteral("pid"), w.pid},
+        {QStringLiteral("axIndex"), w.axIndex},
+        {QStringLiteral("appName"), w.appName},
+        {QStringLiteral("bundleIdentifier"), optionalText(w.bundleIdentifier)},
+        {QStringLiteral("title"), w.windowTitle},
+        {QStringLiteral("isMinimized"), w.isMinimized},
+        {QStringLiteral("isActive"), w.isActive},
+        {QStringLiteral("windowNumber"),
+         w.windowNumber ? QJsonValue(*w.windowNumber) : QJsonValue(QJsonValue::Null)},
+        {QStringLiteral("bounds"), QJsonObject{{QStringLiteral("x"), w.bounds.x()},
+                                               {QStringLiteral("y"), w.bounds.y()},
+                                               {QStringLiteral("width"), w.bounds.width()},
+                                               {QStringLiteral("height"), w.bounds.height()}}},
+        {QStringLiteral("assignedShelfName"), optionalText(w.assignedShelfName)},
+        {QStringLiteral("isClosed"), w.isClosed},
+    };
+}
+
+} // namespace
+
+QJsonObject toJson(const tracking::WindowManager &manager)
+{
+    QJsonArray windows;
+    for (const tracking::WindowItem &w : manager.windows())
+        windows.append(windowJson(w));
+    QJsonArray sections;
+    for (const tracking::WindowCategory &c : manager.categories()) {
+        QJsonArray ids;
+        for (const tracking::WindowItem &w : c.windows)
+            ids.append(w.id);
+        sections.append(QJsonObject{{QStringLiteral("id"), c.id},
+                                    {QStringLiteral("displayName"), c.displayName},
+                                    {QStringLiteral("isShelf"), c.isShelf()},
+                                    {QStringLiteral("isCollapsed"), c.isCollapsed},
+                                    {QStringLiteral("isHidden"), c.isHidden},
+                                    {QStringLiteral("windows"), ids}});
+    }
+    const QString active = manager.activeWindowID();
+    return {{QStringLiteral("windows"), windows},
+            {QStringLiteral("activeWindowID"),
+             active.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(active)},
+            {QStringLiteral("sections"), sections}};
+}
+
+QByteArray toText(const tracking::WindowManager &manager)
+{
+    QString out;
+    for (const tracking::WindowCategory &c : manager.categories()) {
+        out += c.displayName;
+        if (c.displayName != c.id)
+            out += QStringLiteral(" (%1)").arg(c.id);
+        out += u'\n';
+        for (const tracking::WindowItem &w : c.windows) {
+            QString flags;
+            if (w.isActive)
+                flags += QStringLiteral(" [active]");
+            if (w.isMinimized)
+                flags += QStringLiteral(" [minimized]");
+            const QString number = w.windowNumber
+                                       ? QStringLiteral("0x%1").arg(*w.windowNumber, 8, 16, QLatin1Char('0'))
+                                       : QStringLiteral("-");
+            out += QStringLiteral("  %1  pid %2  %3%4\n")
+                       .arg(number)
+                       .arg(w.pid)
+                       .arg(w.windowTitle.isEmpty() ? QStringLiteral("(untitled)") : w.windowTitle, flags);
+        }
+    }
+    return out.toUtf8();
+}
+
+} // namespace orvella::shell::windowListing
