@@ -80,6 +80,10 @@ struct TrackingState
     QHash<QString, QRectF> sidebarZoomRestoreFrames;
     QHash<QString, QRectF> nativeZoomRestoredFrames;
     QStringList categoryOrder; ///< persisted "ov.categoryOrder"
+
+    /// The plain descriptor each window number had at the last regrouping, so that a
+    /// retitled window carries the user's choice to its new title (this run only).
+    QHash<qint64, QString> lastDescriptorByWindowNumber;
 };
 
 } // namespace orvella::tracking

@@ -5,7 +5,10 @@
 #include "platform/desktop.h"
 #include "settings/appsettings.h"
 #include "settings/localizationmanager.h"
+#include "tracking/categorybuilder.h"
 #include "tracking/identity.h"
+#include "tracking/shelfoperations.h"
+#include "tracking/shelfpersistence.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -34,10 +37,11 @@ void onMainThread(QPointer<Owner> guard, Work work)
 } // namespace
 
 WindowManager::WindowManager(std::shared_ptr<platform::Desktop> desktop, settings::AppSettings *settings,
-                             Scheduler &scheduler, QObject *parent)
+                             platform::PreferencesStore *store, Scheduler &scheduler, QObject *parent)
     : QObject(parent)
     , m_desktop(std::move(desktop))
     , m_settings(settings)
+    , m_store(store)
     , m_scheduler(scheduler)
 {
     m_refreshPool.setObjectName(QStringLiteral("com.orvella.refresh"));
@@ -164,6 +168,11 @@ void WindowManager::apply(quint64 generation, ReadResult result)
             << QStringLiteral("[OV] refresh() — windows: %1 → %2").arg(m_state.lastWindowCount).arg(count);
         m_state.lastWindowCount = count;
     }
+    bool descriptorsMoved = false;
+    const QList<SigChange> renamed =
+        categoryBuilder::migrateStateForRenamedWindows(m_windows, m_state, &descriptorsMoved);
+    if (!renamed.isEmpty() || descriptorsMoved)
+        persistState();
     buildCategories();
     m_state.isRefreshing = false;
 
@@ -201,38 +210,149 @@ std::optional<WindowItem> WindowManager::canonicalWindow(const QString &id) cons
 
 void WindowManager::buildCategories()
 {
-    // Application sections, keyed by owner, in the user's order first, then in the
-    // order their first window is listed.
-    QList<WindowCategory> sections;
-    QHash<QString, qsizetype> indexByID;
-    for (const WindowItem &w : std::as_const(m_windows)) {
-        const QString id = w.owner();
-        auto it = indexByID.constFind(id);
-        if (it == indexByID.constEnd()) {
-            it = indexByID.insert(id, sections.size());
-            sections.append({id,
-                             m_state.categoryCustomNames.value(id, w.appName),
-                             {},
-                             m_state.categoryCollapsed.value(id, false),
-                             m_state.categoryHidden.contains(id)});
-        }
-        sections[*it].windows.append(w);
+    categoryBuilder::Options options;
+    options.showAllWindowsInAppSection = m_settings ? m_settings->showAllWindowsInAppSection() : true;
+    options.showClosedShelfApps = m_settings ? m_settings->showClosedShelfApps() : false;
+    options.defaultShelfName = [this](const QString &number) { return defaultShelfName(number); };
+    m_state.showAllWindowsInAppSection = options.showAllWindowsInAppSection;
+
+    categoryBuilder::Result result = categoryBuilder::build(m_windows, m_state, options);
+    // Which shelf a window is on is not drawn from `windows`; update it silently.
+    m_windows = std::move(result.windows);
+    m_state.dragJustHappened = false;
+    if (!categoriesUIEqual(m_categories, result.categories)) {
+        m_categories = std::move(result.categories);
+        emit categoriesChanged();
+    } else {
+        m_categories = std::move(result.categories);
     }
-    QList<WindowCategory> ordered;
-    for (const QString &id : std::as_const(m_state.categoryOrder)) {
-        if (const auto it = indexByID.constFind(id); it != indexByID.constEnd())
-            ordered.append(sections[*it]);
-    }
-    for (const WindowCategory &c : std::as_const(sections)) {
-        if (!m_state.categoryOrder.contains(c.id))
-            ordered.append(c);
-    }
-    if (categoriesUIEqual(m_categories, ordered)) {
-        m_categories = ordered;
+    if (result.stateChanged)
+        persistState();
+}
+
+QList<WindowCategory> WindowManager::visibleCategories() const
+{
+    return categoryBuilder::visibleCategories(m_categories, m_state);
+}
+
+void WindowManager::restoreState()
+{
+    if (m_store)
+        shelfPersistence::restoreState(m_state, *m_store);
+}
+
+void WindowManager::persistState()
+{
+    if (m_store)
+        shelfPersistence::persistState(m_state, *m_store);
+}
+
+QString WindowManager::defaultShelfName(const QString &number) const
+{
+    return settings::LocalizationManager::shared().string(QStringLiteral("shelf.defaultName")).arg(number);
+}
+
+void WindowManager::regroupAndPersist()
+{
+    buildCategories();
+    persistState();
+}
+
+QString WindowManager::addShelf()
+{
+    const QString id = shelfOperations::addShelf(
+        m_state, [this](const QString &number) { return defaultShelfName(number); });
+    regroupAndPersist();
+    return id;
+}
+
+bool WindowManager::removeShelf(const QString &shelfID)
+{
+    if (!shelfOperations::removeShelf(m_state, shelfID))
+        return false;
+    regroupAndPersist();
+    return true;
+}
+
+bool WindowManager::renameCategory(const QString &categoryID, const QString &name)
+{
+    if (!shelfOperations::renameCategory(m_state, categoryID, name))
+        return false;
+    regroupAndPersist();
+    return true;
+}
+
+void WindowManager::toggleCategoryCollapsed(const QString &categoryID)
+{
+    shelfOperations::toggleCategoryCollapsed(m_state, categoryID);
+    regroupAndPersist();
+}
+
+void WindowManager::moveCategory(const QString &categoryID, const QString &beforeID)
+{
+    if (shelfOperations::moveCategory(m_state, categoryID,
+                                      beforeID.isEmpty() ? std::nullopt : std::optional(beforeID)))
+        regroupAndPersist();
+}
+
+void WindowManager::setCategoryHidden(const QString &categoryID, bool hidden)
+{
+    if (shelfOperations::setCategoryHidden(m_state, categoryID, hidden))
+        regroupAndPersist();
+}
+
+void WindowManager::setOnlyCategory(const QString &categoryID)
+{
+    const std::optional<QString> only = categoryID.isEmpty() ? std::nullopt : std::optional(categoryID);
+    if (m_state.onlyCategory == only)
         return;
-    }
-    m_categories = ordered;
+    m_state.onlyCategory = only;
     emit categoriesChanged();
+}
+
+bool WindowManager::dragMoveWindow(const QString &windowID, const QString &toCategory,
+                                   const QString &beforeWindowID)
+{
+    const std::optional<WindowItem> window = canonicalWindow(windowID);
+    if (!window || (toCategory.startsWith(kShelfPrefix) && !m_state.shelfIDs.contains(toCategory)))
+        return false;
+    shelfOperations::moveWindow(m_state, *window, toCategory, canonicalWindow(beforeWindowID));
+    regroupAndPersist();
+    return true;
+}
+
+bool WindowManager::removeWindowFromShelf(const QString &windowID)
+{
+    const std::optional<WindowItem> window = canonicalWindow(windowID);
+    if (!window)
+        return false;
+    shelfOperations::removeWindowFromShelf(m_state, *window);
+    regroupAndPersist();
+    return true;
+}
+
+void WindowManager::updateWindowMinimizedStateLocally(const QString &windowID, bool minimized)
+{
+    const QString id = identity::withoutGhostSuffix(windowID);
+    for (WindowItem &w : m_windows) {
+        if (w.id == id && w.isMinimized != minimized) {
+            w.isMinimized = minimized;
+            emit windowsChanged();
+            buildCategories();
+            return;
+        }
+    }
+}
+
+std::optional<QString> WindowManager::categoryIDForWindow(const QString &windowID) const
+{
+    for (const WindowCategory &c : m_categories) {
+        for (const WindowItem &w : c.windows) {
+            if (w.id == windowID)
+                return c.id;
+        }
+    }
+    return std::nullopt;
 }
 
 bool WindowManager::waitForRefresh(int timeoutMs)

@@ -14,7 +14,8 @@
 
 namespace orvella::platform {
 class Desktop;
-}
+class PreferencesStore;
+} // namespace orvella::platform
 namespace orvella::settings {
 class AppSettings;
 }
@@ -35,6 +36,9 @@ class WindowManager : public QObject
     Q_OBJECT
     Q_PROPERTY(QList<orvella::tracking::WindowItem> windows READ windows NOTIFY windowsChanged)
     Q_PROPERTY(QList<orvella::tracking::WindowCategory> categories READ categories NOTIFY categoriesChanged)
+    /// The sections the sidebar shows: hidden ones left out, or only `onlyCategory`.
+    Q_PROPERTY(QList<orvella::tracking::WindowCategory> visibleCategories READ visibleCategories NOTIFY
+                   categoriesChanged)
     /// Empty when no listed window is focused.
     Q_PROPERTY(QString activeWindowID READ activeWindowID NOTIFY activeWindowIDChanged)
     Q_PROPERTY(QString selectedWindowID READ selectedWindowID WRITE setSelectedWindowID NOTIFY
@@ -45,12 +49,16 @@ class WindowManager : public QObject
     Q_PROPERTY(bool showsTrustBanner READ showsTrustBanner NOTIFY showsTrustBannerChanged)
 
 public:
+    /// `store` keeps the shelf state (may be null: nothing is kept); `settings` may be
+    /// null for command-line use.
     WindowManager(std::shared_ptr<platform::Desktop> desktop, settings::AppSettings *settings,
-                  Scheduler &scheduler = Scheduler::system(), QObject *parent = nullptr);
+                  platform::PreferencesStore *store, Scheduler &scheduler = Scheduler::system(),
+                  QObject *parent = nullptr);
     ~WindowManager() override;
 
     const QList<WindowItem> &windows() const { return m_windows; }
     const QList<WindowCategory> &categories() const { return m_categories; }
+    QList<WindowCategory> visibleCategories() const;
     QString activeWindowID() const { return m_activeWindowID; }
     QString selectedWindowID() const { return m_selectedWindowID; }
     void setSelectedWindowID(const QString &id);
@@ -69,8 +77,33 @@ public:
     Q_INVOKABLE void hardRefresh();
     /// The live item for an id; a ghost id resolves to its window.
     std::optional<WindowItem> canonicalWindow(const QString &id) const;
-    /// Regroups `windows` into `categories`.
+    /// Regroups `windows` into `categories`; writes the shelf state when it changed.
     void buildCategories();
+    /// Reads the shelf state from the preferences (once, before the first grouping).
+    void restoreState();
+    /// Writes the whole shelf state to the preferences.
+    void persistState();
+
+    // Shelf operations: each regroups at once and writes the shelf state.
+    Q_INVOKABLE QString addShelf();
+    Q_INVOKABLE bool removeShelf(const QString &shelfID);
+    /// A blank name is refused.
+    Q_INVOKABLE bool renameCategory(const QString &categoryID, const QString &name);
+    Q_INVOKABLE void toggleCategoryCollapsed(const QString &categoryID);
+    /// An empty `beforeID` moves the section to the end.
+    Q_INVOKABLE void moveCategory(const QString &categoryID, const QString &beforeID = QString());
+    Q_INVOKABLE void setCategoryHidden(const QString &categoryID, bool hidden);
+    /// Shows only this section; an empty id shows all again.
+    Q_INVOKABLE void setOnlyCategory(const QString &categoryID);
+    /// Moves a window (ghost ids allowed) to a shelf or back to its app section,
+    /// before another window when `beforeWindowID` is given.
+    Q_INVOKABLE bool dragMoveWindow(const QString &windowID, const QString &toCategory,
+                                    const QString &beforeWindowID = QString());
+    Q_INVOKABLE bool removeWindowFromShelf(const QString &windowID);
+    /// Shows a window as (un)minimized before the next refresh confirms it.
+    void updateWindowMinimizedStateLocally(const QString &windowID, bool minimized);
+    /// The first section (in display order) holding a window with this id.
+    std::optional<QString> categoryIDForWindow(const QString &windowID) const;
 
     /// Waits (processing events) until no refresh is running; for the command line.
     bool waitForRefresh(int timeoutMs);
@@ -91,8 +124,12 @@ private:
     void publishLikelyCount(int count);
     void setShowsTrustBanner(bool shows);
 
+    QString defaultShelfName(const QString &number) const;
+    void regroupAndPersist();
+
     std::shared_ptr<platform::Desktop> m_desktop;
     QPointer<settings::AppSettings> m_settings;
+    platform::PreferencesStore *m_store;
     Scheduler &m_scheduler;
     QThreadPool m_refreshPool;
 

@@ -37,7 +37,7 @@ void TestListing::jsonAndTextDescribeWindowsAndSections()
     desktop->addWindow(20, w);
     desktop->setFocus(0x400001);
 
-    tracking::WindowManager manager(desktop, nullptr);
+    tracking::WindowManager manager(desktop, nullptr, nullptr);
     manager.refresh();
     QVERIFY(manager.waitForRefresh(5000));
 

@@ -83,7 +83,7 @@ void TestRefresh::init()
         {kEditor, QStringLiteral("Text Editor"), QStringLiteral("org.gnome.TextEditor"), true, {}});
     m_desktop->addApp({kFiles, QStringLiteral("Files"), std::nullopt, true, {}});
     m_clock = std::make_unique<platform::sim::ManualScheduler>();
-    m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, *m_clock);
+    m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr, *m_clock);
 }
 
 void TestRefresh::cleanup()
