@@ -118,6 +118,34 @@ QString LocalizationManager::string(const QString &key) const
     return lookup(*m_strings, allTranslations(AppLanguage::en), key);
 }
 
+QString LocalizationManager::formatted(const QString &key, const QStringList &arguments) const
+{
+    return format(string(key), arguments);
+}
+
+QString LocalizationManager::format(const QString &pattern, const QStringList &arguments)
+{
+    QString out;
+    out.reserve(pattern.size());
+    qsizetype next = 0;
+    for (qsizetype i = 0; i < pattern.size(); ++i) {
+        const QChar c = pattern[i];
+        const QChar spec = i + 1 < pattern.size() ? pattern[i + 1] : QChar();
+        if (c != u'%' || (spec != u'@' && spec != u'd' && spec != u'%')) {
+            out += c;
+            continue;
+        }
+        ++i;
+        if (spec == u'%')
+            out += u'%';
+        else if (next < arguments.size())
+            out += arguments[next++];
+        else
+            out += c + QString(spec);
+    }
+    return out;
+}
+
 QString LocalizationManager::lookup(const QHash<QString, QString> &current,
                                     const QHash<QString, QString> &english, const QString &key)
 {

@@ -37,6 +37,12 @@ public:
     /// The text for `key` in the current language (see the class comment).
     Q_INVOKABLE QString string(const QString &key) const;
 
+    /// The text for `key` with its "%@" and "%d" placeholders filled from `arguments`
+    /// in order, and "%%" written as "%".
+    Q_INVOKABLE QString formatted(const QString &key, const QStringList &arguments) const;
+    /// Fills a format text the same way; missing arguments leave their placeholder.
+    static QString format(const QString &pattern, const QStringList &arguments);
+
     /// The lookup chain: `current`, then `english`, then the key itself.
     static QString lookup(const QHash<QString, QString> &current, const QHash<QString, QString> &english,
                           const QString &key);

@@ -249,7 +249,7 @@ void WindowManager::persistState()
 
 QString WindowManager::defaultShelfName(const QString &number) const
 {
-    return settings::LocalizationManager::shared().string(QStringLiteral("shelf.defaultName")).arg(number);
+    return settings::LocalizationManager::shared().formatted(QStringLiteral("shelf.defaultName"), {number});
 }
 
 void WindowManager::regroupAndPersist()

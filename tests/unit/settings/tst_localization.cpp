@@ -25,7 +25,33 @@ private slots:
     void detectionFromEnvironment_data();
     void detectionFromEnvironment();
     void languagesInPickerOrder();
+    void placeholdersAreFilledInOrder_data();
+    void placeholdersAreFilledInOrder();
 };
+
+void TestLocalization::placeholdersAreFilledInOrder_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("two texts") << "%@\nAlready assigned to %@" << QStringList{"a.txt", "Shelf 1"}
+                               << "a.txt\nAlready assigned to Shelf 1";
+    QTest::newRow("percent sign") << "30%% width" << QStringList{} << "30% width";
+    QTest::newRow("count") << "%d windows" << QStringList{"3"} << "3 windows";
+    QTest::newRow("argument holding a placeholder")
+        << "Delete \"%@\"?" << QStringList{"100%@"} << "Delete \"100%@\"?";
+    QTest::newRow("missing argument")
+        << "Result: AX=%@, windows=%@" << QStringList{"yes"} << "Result: AX=yes, windows=%@";
+    QTest::newRow("lone percent at the end") << "100%" << QStringList{} << "100%";
+}
+
+void TestLocalization::placeholdersAreFilledInOrder()
+{
+    QFETCH(QString, pattern);
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, expected);
+    QCOMPARE(LocalizationManager::format(pattern, arguments), expected);
+}
 
 void TestLocalization::englishTableHoldsEveryKeyInOrder()
 {
