@@ -49,8 +49,17 @@ std::optional<QString> ruleIdentity(const std::optional<QString> &bundleID)
 {
     if (!bundleID)
         return std::nullopt;
+    // Asked for every window of every regrouping; remember the answers per thread
+    // instead of lower-casing the same few identifiers again and again.
+    thread_local QHash<QString, QString> memo;
+    if (auto hit = memo.constFind(*bundleID); hit != memo.constEnd())
+        return *hit;
     const auto it = aliases().constFind(bundleID->toLower());
-    return it != aliases().constEnd() ? *it : *bundleID;
+    const QString identity = it != aliases().constEnd() ? *it : *bundleID;
+    if (memo.size() > 4096)
+        memo.clear();
+    memo.insert(*bundleID, identity);
+    return identity;
 }
 
 bool is(const std::optional<QString> &bundleID, const char *rule)

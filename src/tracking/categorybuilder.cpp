@@ -91,6 +91,18 @@ bool fillDefaultShelfNames(TrackingState &state, const Options &options)
     return changed;
 }
 
+// Stored order entries hardly change between regroupings; decoding each one again
+// every time would dominate the grouping of a large desktop.
+const identity::OrderEntry &decodedEntry(const QString &entry)
+{
+    thread_local QHash<QString, identity::OrderEntry> memo;
+    if (auto it = memo.constFind(entry); it != memo.constEnd())
+        return *it;
+    if (memo.size() > 20000)
+        memo.clear();
+    return *memo.insert(entry, identity::decodeOrderEntry(entry));
+}
+
 // Puts a shelf's windows in the user's order and repairs entries whose window came
 // back under another id (new window number after a restart, a retitle).
 bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, TrackingState &state)
@@ -102,7 +114,7 @@ bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, Tracking
         QSet<QString> seenSigs;
         QStringList unique;
         for (const QString &e : std::as_const(entries)) {
-            const identity::OrderEntry d = identity::decodeOrderEntry(e);
+            const identity::OrderEntry &d = decodedEntry(e);
             if (seenSigs.contains(d.sig))
                 continue;
             seenSigs.insert(d.sig);
@@ -124,15 +136,14 @@ bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, Tracking
         bySig.insert(decoded[i].sig, i);
     QList<bool> claimed(decoded.size(), false);
 
-    const auto claim = [&](const WindowItem &w, qsizetype i, const char *fixup) {
+    const auto claim = [&](const QString &fresh, qsizetype i, const char *fixup) {
         claimed[i] = true;
-        const QString fresh = identity::encodeOrderEntry(w);
         if (fixup)
             qCInfo(lcTracking).noquote() << QStringLiteral("%1 shelf='%2' '%3' → '%4'")
                                                 .arg(QLatin1String(fixup), shelf, entries[i], fresh);
         if (entries[i] != fresh) {
             entries[i] = fresh;
-            decoded[i] = identity::decodeOrderEntry(fresh);
+            decoded[i] = decodedEntry(fresh);
             changed = true;
         }
         return i;
@@ -152,9 +163,10 @@ bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, Tracking
     for (const WindowItem &w : windows) {
         const QString pidIdx = identity::pidIdx(w.pid, w.axIndex);
         const QString fp = identity::fingerprint(w);
+        const QString fresh = w.id + QStringLiteral("__") + pidIdx + QStringLiteral("__") + fp;
         qsizetype index = -1;
         if (auto it = bySig.constFind(w.id); it != bySig.constEnd() && !claimed[*it]) {
-            index = claim(w, *it, nullptr);
+            index = claim(fresh, *it, nullptr);
         } else {
             // Entries of windows that are still listed under their own id are not taken over.
             const auto free = [&](const identity::OrderEntry &d) { return !liveIDs.contains(d.sig); };
@@ -162,21 +174,21 @@ bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, Tracking
                 return free(d) && d.pidIdx == pidIdx && d.fingerprint == fp;
             });
             if (i >= 0) {
-                index = claim(w, i, "order-fixup(pid+fp)");
+                index = claim(fresh, i, "order-fixup(pid+fp)");
             } else if ((i = findUnclaimed(
                             [&](const identity::OrderEntry &d) { return free(d) && d.fingerprint == fp; }))
                        >= 0) {
-                index = claim(w, i, "order-fixup(fp)");
+                index = claim(fresh, i, "order-fixup(fp)");
             } else if ((i = findUnclaimed([&](const identity::OrderEntry &d) {
                             return free(d) && !d.fingerprint && d.pidIdx == pidIdx;
                         }))
                        >= 0) {
-                index = claim(w, i, "order-fixup");
+                index = claim(fresh, i, "order-fixup");
             }
         }
         if (index < 0) {
-            entries.append(identity::encodeOrderEntry(w));
-            decoded.append(identity::decodeOrderEntry(entries.constLast()));
+            entries.append(fresh);
+            decoded.append(decodedEntry(fresh));
             claimed.append(true);
             index = entries.size() - 1;
             changed = true;

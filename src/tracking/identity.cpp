@@ -5,6 +5,8 @@
 
 #include <QRegularExpression>
 
+#include <charconv>
+
 namespace orvella::tracking::identity {
 
 namespace {
@@ -37,7 +39,12 @@ QString baseSignature(const QString &owner, std::optional<qint64> windowNumber, 
 
 QString pidIdx(qint32 pid, int axIndex)
 {
-    return QString::number(pid) + u':' + QString::number(axIndex);
+    // Built for every window several times per regrouping: no locale, one allocation.
+    char text[32];
+    char *end = std::to_chars(text, text + 15, pid).ptr;
+    *end++ = ':';
+    end = std::to_chars(end, text + sizeof text, axIndex).ptr;
+    return QString::fromLatin1(text, end - text);
 }
 
 QString fingerprint(const WindowItem &window)

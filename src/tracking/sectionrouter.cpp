@@ -13,6 +13,13 @@ QString appSectionID(const WindowItem &window)
     return window.owner();
 }
 
+namespace {
+
+std::optional<QString> manualShelfTarget(const WindowItem &window, const std::optional<QString> &d,
+                                         TrackingState &state);
+
+} // namespace
+
 QString route(const WindowItem &window, TrackingState &state)
 {
     const QString pidIdx = identity::pidIdx(window.pid, window.axIndex);
@@ -22,7 +29,8 @@ QString route(const WindowItem &window, TrackingState &state)
             it != state.liveWindowCategoryAssignmentByWindowNumber.constEnd())
             live = *it;
     }
-    const std::optional<QString> manual = manualShelfTarget(window, state);
+    const std::optional<QString> descriptor = identity::manualShelfDescriptor(window, false);
+    const std::optional<QString> manual = manualShelfTarget(window, descriptor, state);
     std::optional<QString> previous;
     if (auto it = state.lastShelfByPidAndIndex.constFind(pidIdx);
         it != state.lastShelfByPidAndIndex.constEnd() && state.lastSeenPidIdx.contains(pidIdx)) {
@@ -32,7 +40,6 @@ QString route(const WindowItem &window, TrackingState &state)
             || *recorded == *window.windowNumber)
             previous = *it;
     }
-    const std::optional<QString> descriptor = identity::manualShelfDescriptor(window, false);
 
     QString target;
     if (state.explicitlyRemovedSigs.contains(window.id)
@@ -90,7 +97,14 @@ std::optional<QString> lookupShelfAssignment(const QString &sig, const std::opti
 
 std::optional<QString> manualShelfTarget(const WindowItem &window, TrackingState &state)
 {
-    const std::optional<QString> d = identity::manualShelfDescriptor(window, false);
+    return manualShelfTarget(window, identity::manualShelfDescriptor(window, false), state);
+}
+
+namespace {
+
+std::optional<QString> manualShelfTarget(const WindowItem &window, const std::optional<QString> &d,
+                                         TrackingState &state)
+{
     if (!d)
         return std::nullopt;
     QHash<QString, QString> &manual = state.manualShelfAssignmentByDescriptor;
@@ -121,6 +135,8 @@ std::optional<QString> manualShelfTarget(const WindowItem &window, TrackingState
     state.manualShelfMissCache.insert(n);
     return std::nullopt;
 }
+
+} // namespace
 
 void updateManualShelfDescriptor(const WindowItem &window, const QString &targetCategoryID,
                                  const QString &naturalKey, TrackingState &state)
