@@ -2,6 +2,9 @@
 #include "platform/x11/x11session.h"
 
 #include "logging.h"
+#include "platform/x11/x11atoms.h"
+#include "platform/x11/x11properties.h"
+#include "platform/x11/x11replies.h"
 
 #include <xcb/xcb.h>
 
@@ -14,67 +17,16 @@ namespace orvella::platform::x11 {
 
 namespace {
 
-struct FreeDeleter
-{
-    void operator()(void *p) const { std::free(p); }
-};
-template<typename T>
-using Reply = std::unique_ptr<T, FreeDeleter>;
-
 // Titles longer than this are cut: no window can make us hold megabytes of name.
-constexpr uint32_t kMaxTitleWords = 1024; // 4 KiB
+constexpr uint32_t kMaxTitleWords = kMaxTitleBytes / 4;
 constexpr uint32_t kMaxListWords = 16384; // windows in _NET_CLIENT_LIST, atoms in _NET_SUPPORTED
 
 QList<quint32> cardinals(const xcb_get_property_reply_t *reply, xcb_atom_t expectedType)
 {
-    QList<quint32> out;
-    if (!reply || reply->type != expectedType || reply->format != 32)
-        return out;
-    const int count = xcb_get_property_value_length(reply) / 4;
-    const auto *values = static_cast<const quint32 *>(xcb_get_property_value(reply));
-    out.reserve(count);
-    for (int i = 0; i < count; ++i)
-        out.append(values[i]);
-    return out;
-}
-
-QByteArray bytes(const xcb_get_property_reply_t *reply)
-{
-    if (!reply || reply->format != 8)
-        return {};
-    return QByteArray(static_cast<const char *>(xcb_get_property_value(reply)),
-                      xcb_get_property_value_length(reply));
+    return decodeCardinals(rawProperty(reply), expectedType, kMaxListWords).value;
 }
 
 } // namespace
-
-// Every atom this connection uses, interned together in one round trip.
-struct X11Session::Atoms
-{
-    xcb_atom_t supportingWmCheck = XCB_NONE, supported = XCB_NONE, clientList = XCB_NONE,
-               activeWindow = XCB_NONE, wmName = XCB_NONE, utf8String = XCB_NONE, wmPid = XCB_NONE;
-
-    explicit Atoms(xcb_connection_t *c)
-    {
-        const std::array<std::pair<const char *, xcb_atom_t *>, 7> table{{
-            {"_NET_SUPPORTING_WM_CHECK", &supportingWmCheck},
-            {"_NET_SUPPORTED", &supported},
-            {"_NET_CLIENT_LIST", &clientList},
-            {"_NET_ACTIVE_WINDOW", &activeWindow},
-            {"_NET_WM_NAME", &wmName},
-            {"UTF8_STRING", &utf8String},
-            {"_NET_WM_PID", &wmPid},
-        }};
-        std::array<xcb_intern_atom_cookie_t, table.size()> cookies{};
-        for (size_t i = 0; i < table.size(); ++i)
-            cookies[i] = xcb_intern_atom(c, 0, uint16_t(std::strlen(table[i].first)), table[i].first);
-        for (size_t i = 0; i < table.size(); ++i) {
-            Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(c, cookies[i], nullptr));
-            if (reply)
-                *table[i].second = reply->atom;
-        }
-    }
-};
 
 X11Session::X11Session(xcb_connection_t *connection, int screen)
     : m_connection(connection)
@@ -83,7 +35,8 @@ X11Session::X11Session(xcb_connection_t *connection, int screen)
     for (int i = 0; i < screen && it.rem; ++i)
         xcb_screen_next(&it);
     m_root = it.data ? it.data->root : 0;
-    m_atoms = std::make_unique<Atoms>(connection);
+    m_atoms = std::make_unique<Atoms>();
+    m_atoms->intern(connection);
 }
 
 X11Session::~X11Session()
@@ -116,9 +69,10 @@ WindowManagerInfo X11Session::windowManager() const
 {
     WindowManagerInfo info;
     const Atoms &a = *m_atoms;
-    auto checkCookie = xcb_get_property(m_connection, 0, m_root, a.supportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
+    auto checkCookie =
+        xcb_get_property(m_connection, 0, m_root, a.netSupportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
     auto supportedCookie =
-        xcb_get_property(m_connection, 0, m_root, a.supported, XCB_ATOM_ATOM, 0, kMaxListWords);
+        xcb_get_property(m_connection, 0, m_root, a.netSupported, XCB_ATOM_ATOM, 0, kMaxListWords);
     Reply<xcb_get_property_reply_t> checkReply(xcb_get_property_reply(m_connection, checkCookie, nullptr));
     Reply<xcb_get_property_reply_t> supportedReply(
         xcb_get_property_reply(m_connection, supportedCookie, nullptr));
@@ -127,17 +81,18 @@ WindowManagerInfo X11Session::windowManager() const
     if (!check.isEmpty()) {
         // A stale check window from a window manager that died names nothing, or not itself.
         const xcb_window_t wm = check.constFirst();
-        auto selfCookie = xcb_get_property(m_connection, 0, wm, a.supportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
-        auto nameCookie = xcb_get_property(m_connection, 0, wm, a.wmName, a.utf8String, 0, kMaxTitleWords);
+        auto selfCookie =
+            xcb_get_property(m_connection, 0, wm, a.netSupportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
+        auto nameCookie = xcb_get_property(m_connection, 0, wm, a.netWmName, a.utf8String, 0, kMaxTitleWords);
         Reply<xcb_get_property_reply_t> self(xcb_get_property_reply(m_connection, selfCookie, nullptr));
         Reply<xcb_get_property_reply_t> wmName(xcb_get_property_reply(m_connection, nameCookie, nullptr));
         const QList<quint32> selfCheck = cardinals(self.get(), XCB_ATOM_WINDOW);
         info.ewmh = !selfCheck.isEmpty() && selfCheck.constFirst() == wm;
-        info.name = QString::fromUtf8(bytes(wmName.get()));
+        info.name = decodeUtf8Text(rawProperty(wmName.get()), a.utf8String).value;
     }
     const QList<quint32> supported = cardinals(supportedReply.get(), XCB_ATOM_ATOM);
-    info.listsClients = supported.contains(a.clientList);
-    info.reportsActive = supported.contains(a.activeWindow);
+    info.listsClients = supported.contains(a.netClientList);
+    info.reportsActive = supported.contains(a.netActiveWindow);
     return info;
 }
 
@@ -145,7 +100,7 @@ QList<ClientSummary> X11Session::clients() const
 {
     const Atoms &a = *m_atoms;
     auto listCookie =
-        xcb_get_property(m_connection, 0, m_root, a.clientList, XCB_ATOM_WINDOW, 0, kMaxListWords);
+        xcb_get_property(m_connection, 0, m_root, a.netClientList, XCB_ATOM_WINDOW, 0, kMaxListWords);
     Reply<xcb_get_property_reply_t> listReply(xcb_get_property_reply(m_connection, listCookie, nullptr));
     const QList<quint32> windows = cardinals(listReply.get(), XCB_ATOM_WINDOW);
 
@@ -157,10 +112,10 @@ QList<ClientSummary> X11Session::clients() const
     pending.reserve(size_t(windows.size()));
     for (quint32 w : windows) {
         pending.push_back({
-            xcb_get_property(m_connection, 0, w, a.wmName, a.utf8String, 0, kMaxTitleWords),
+            xcb_get_property(m_connection, 0, w, a.netWmName, a.utf8String, 0, kMaxTitleWords),
             xcb_get_property(m_connection, 0, w, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, 0,
                              kMaxTitleWords),
-            xcb_get_property(m_connection, 0, w, a.wmPid, XCB_ATOM_CARDINAL, 0, 1),
+            xcb_get_property(m_connection, 0, w, a.netWmPid, XCB_ATOM_CARDINAL, 0, 1),
             xcb_get_property(m_connection, 0, w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64),
         });
     }
@@ -185,12 +140,11 @@ QList<ClientSummary> X11Session::clients() const
         }
         ClientSummary client;
         client.window = windows[i];
-        const QByteArray utf8 = bytes(netName.get());
-        client.title = utf8.isEmpty() ? QString::fromLatin1(bytes(name.get())) : QString::fromUtf8(utf8);
+        const QString utf8 = decodeUtf8Text(rawProperty(netName.get()), a.utf8String).value;
+        client.title = utf8.isEmpty() ? decodeLegacyText(rawProperty(name.get()), a.utf8String).value : utf8;
         if (const QList<quint32> pids = cardinals(pid.get(), XCB_ATOM_CARDINAL); !pids.isEmpty())
             client.pid = pids.constFirst();
-        // WM_CLASS is "instance\0class\0".
-        client.wmClass = QString::fromLatin1(bytes(wmClass.get()).split('\0').value(1));
+        client.wmClass = decodeWmClass(rawProperty(wmClass.get())).value.className;
         out.append(client);
     }
     return out;

@@ -11,6 +11,8 @@ struct xcb_connection_t;
 
 namespace orvella::platform::x11 {
 
+struct Atoms;
+
 /// One managed client window as the window manager lists it.
 struct ClientSummary
 {
@@ -52,7 +54,6 @@ public:
 
 private:
     X11Session(xcb_connection_t *connection, int screen);
-    struct Atoms;
 
     xcb_connection_t *m_connection;
     quint32 m_root = 0;

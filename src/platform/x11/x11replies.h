@@ -1,0 +1,81 @@
+// Owned xcb replies, and collecting them for one window while noticing that it has gone.
+#pragma once
+
+#include "platform/x11/x11properties.h"
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace orvella::platform::x11 {
+
+struct FreeDeleter
+{
+    void operator()(void *p) const { std::free(p); }
+};
+/// An xcb reply, freed with free() as xcb requires.
+template<typename T>
+using Reply = std::unique_ptr<T, FreeDeleter>;
+
+/// The value of a property reply as the pure decoders take it; "not set" for no reply.
+inline RawProperty rawProperty(const xcb_get_property_reply_t *reply)
+{
+    if (!reply)
+        return {};
+    const auto *data = static_cast<const char *>(xcb_get_property_value(reply));
+    return {reply->type, reply->format, QByteArrayView(data, xcb_get_property_value_length(reply)),
+            reply->bytes_after};
+}
+
+/// A property reply that owns its buffer and lends it to the pure decoders.
+class PropertyReply
+{
+public:
+    PropertyReply() = default;
+    explicit PropertyReply(Reply<xcb_get_property_reply_t> reply)
+        : m_reply(std::move(reply))
+    {}
+
+    RawProperty raw() const { return rawProperty(m_reply.get()); }
+
+private:
+    Reply<xcb_get_property_reply_t> m_reply;
+};
+
+/**
+ * Collects the replies about one window. Every reply is taken with its error, so that
+ * no error lands in the event queue of a connection nobody reads events from, and a
+ * BadWindow or BadDrawable among them means the window ended while it was being read.
+ */
+class ReplyCollector
+{
+public:
+    explicit ReplyCollector(xcb_connection_t *connection)
+        : m_connection(connection)
+    {}
+
+    template<typename R, typename Cookie>
+    Reply<R> take(R *(*fetch)(xcb_connection_t *, Cookie, xcb_generic_error_t **), Cookie cookie)
+    {
+        xcb_generic_error_t *error = nullptr;
+        Reply<R> reply(fetch(m_connection, cookie, &error));
+        if (error) {
+            m_vanished = m_vanished || error->error_code == XCB_WINDOW || error->error_code == XCB_DRAWABLE;
+            std::free(error);
+        }
+        return reply;
+    }
+    PropertyReply property(xcb_get_property_cookie_t cookie)
+    {
+        return PropertyReply(take(xcb_get_property_reply, cookie));
+    }
+    /// Whether any reply so far said that the window no longer exists.
+    bool vanished() const { return m_vanished; }
+
+private:
+    xcb_connection_t *m_connection;
+    bool m_vanished = false;
+};
+
+} // namespace orvella::platform::x11

@@ -1,0 +1,359 @@
+// Decoding of X window properties, fed with well-formed, truncated and hostile data.
+#include "platform/x11/x11properties.h"
+
+#include <QtTest>
+
+#include <limits>
+
+using namespace orvella::platform::x11;
+
+namespace {
+
+// Any atom number other than STRING and CARDINAL stands in for UTF8_STRING.
+constexpr std::uint32_t kUtf8 = 300;
+constexpr std::uint32_t kAtomAtom = 4;
+constexpr std::uint32_t kPixel = 0xff204060;
+
+QByteArray items(const QList<quint32> &values)
+{
+    return QByteArray(reinterpret_cast<const char *>(values.constData()), values.size() * 4);
+}
+
+// An image header followed by `pixels` pixels (not necessarily width * height of them).
+QList<quint32> image(quint32 width, quint32 height, qsizetype pixels, quint32 colour = kPixel)
+{
+    QList<quint32> out{width, height};
+    out.append(QList<quint32>(pixels, colour));
+    return out;
+}
+
+QList<quint32> square(quint32 side, quint32 colour = kPixel)
+{
+    return image(side, side, qsizetype(side) * side, colour);
+}
+
+RawProperty rawProperty(std::uint32_t type, int format, const QByteArray &bytes, std::uint32_t bytesAfter = 0)
+{
+    return {type, format, QByteArrayView(bytes), bytesAfter};
+}
+
+} // namespace
+
+using Sizes = QList<QSize>;
+using State = DecodeState;
+
+class TestX11Properties : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void iconList_data();
+    void iconList();
+    void bestIcon_data();
+    void bestIcon();
+    void iconProperty_data();
+    void iconProperty();
+    void utf8Text_data();
+    void utf8Text();
+    void legacyText_data();
+    void legacyText();
+    void wmClass_data();
+    void wmClass();
+    void cardinals_data();
+    void cardinals();
+    void frameExtents_data();
+    void frameExtents();
+};
+
+void TestX11Properties::iconList_data()
+{
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<Sizes>("images");
+    QTest::addColumn<bool>("problem");
+
+    QTest::newRow("empty") << QByteArray() << Sizes{} << false;
+    QTest::newRow("one image") << items(square(2)) << Sizes{{2, 2}} << false;
+    QTest::newRow("several images") << items(square(1) + image(3, 2, 6) + square(4))
+                                    << Sizes{{1, 1}, {3, 2}, {4, 4}} << false;
+    QTest::newRow("largest side accepted") << items(image(1024, 1, 1024)) << Sizes{{1024, 1}} << false;
+    QTest::newRow("zero width") << items(image(0, 4, 4)) << Sizes{} << true;
+    QTest::newRow("zero height ends the walk")
+        << items(square(1) + image(4, 0, 0) + square(2)) << Sizes{{1, 1}} << true;
+    QTest::newRow("width over the cap is skipped")
+        << items(image(1025, 1, 1025) + square(2)) << Sizes{{2, 2}} << true;
+    QTest::newRow("height over the cap without its data") << items(image(1, 5000, 10)) << Sizes{} << true;
+    // 0x10000 * 0x10001 is 0x1'0001'0000: cut to 32 bits it would claim just the 0x10000
+    // pixels that follow and let the walk continue into the bytes after them.
+    QTest::newRow("w*h overflowing 32 bits")
+        << items(image(0x10000, 0x10001, 0x10000) + square(1)) << Sizes{} << true;
+    QTest::newRow("largest declared size") << items(image(0xffffffff, 0xffffffff, 3)) << Sizes{} << true;
+    QTest::newRow("declared size beyond the data") << items(image(4, 4, 15)) << Sizes{} << true;
+    QTest::newRow("valid, then beyond the data")
+        << items(square(1) + image(64, 64, 10)) << Sizes{{1, 1}} << true;
+    QTest::newRow("header without its height")
+        << items(square(1) + QList<quint32>{7}) << Sizes{{1, 1}} << true;
+    QTest::newRow("bytes not a whole item")
+        << items(square(1)) + QByteArray("\x01\x02", 2) << Sizes{{1, 1}} << true;
+}
+
+void TestX11Properties::iconList()
+{
+    QFETCH(QByteArray, data);
+    QFETCH(Sizes, images);
+    QFETCH(bool, problem);
+    const IconList list = parseIconList(data);
+    Sizes found;
+    for (const IconImageRef &ref : list.images) {
+        found.append(QSize(ref.width, ref.height));
+        // Every image handed out lies wholly inside the data.
+        QVERIFY(ref.offset >= 2);
+        QVERIFY((ref.offset + qsizetype(ref.width) * ref.height) * 4 <= data.size());
+    }
+    QCOMPARE(found, images);
+    QCOMPARE(list.problem != nullptr, problem);
+}
+
+void TestX11Properties::bestIcon_data()
+{
+    QTest::addColumn<Sizes>("images");
+    QTest::addColumn<int>("best");
+
+    QTest::newRow("none") << Sizes{} << -1;
+    QTest::newRow("one") << Sizes{{128, 128}} << 0;
+    QTest::newRow("exact size") << Sizes{{16, 16}, {32, 32}, {48, 48}} << 1;
+    QTest::newRow("closest smaller") << Sizes{{64, 64}, {24, 24}, {16, 16}} << 1;
+    QTest::newRow("closest larger") << Sizes{{16, 16}, {40, 40}, {128, 128}} << 1;
+    QTest::newRow("tie prefers larger") << Sizes{{16, 16}, {48, 48}} << 1;
+    QTest::newRow("tie prefers larger, either order") << Sizes{{48, 48}, {16, 16}} << 0;
+    QTest::newRow("larger side counts") << Sizes{{64, 16}, {8, 30}} << 1;
+}
+
+void TestX11Properties::bestIcon()
+{
+    QFETCH(Sizes, images);
+    QFETCH(int, best);
+    QList<IconImageRef> refs;
+    for (const QSize &size : images)
+        refs.append({size.width(), size.height(), 2});
+    QCOMPARE(bestIconIndex(refs, 32), qsizetype(best));
+}
+
+void TestX11Properties::iconProperty_data()
+{
+    QTest::addColumn<quint32>("type");
+    QTest::addColumn<int>("format");
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<State>("state");
+    QTest::addColumn<QSize>("size");
+
+    const QByteArray three = items(square(16, 0xff0000ff) + square(32, 0xff00ff00) + square(64, 0xffff0000));
+    QTest::newRow("not set") << 0u << 0 << QByteArray() << State::Absent << QSize(0, 0);
+    QTest::newRow("best of three") << kAtomCardinal << 32 << three << State::Value << QSize(32, 32);
+    QTest::newRow("wrong type") << kAtomString << 32 << three << State::Malformed << QSize(0, 0);
+    QTest::newRow("wrong format") << kAtomCardinal << 8 << three << State::Malformed << QSize(0, 0);
+    QTest::newRow("only a hostile image")
+        << kAtomCardinal << 32 << items(image(65535, 65535, 16)) << State::Malformed << QSize(0, 0);
+    QTest::newRow("valid before a hostile image")
+        << kAtomCardinal << 32 << items(square(16, 0xff00ff00) + image(65535, 65535, 16)) << State::Value
+        << QSize(16, 16);
+    QTest::newRow("empty") << kAtomCardinal << 32 << QByteArray() << State::Malformed << QSize(0, 0);
+}
+
+void TestX11Properties::iconProperty()
+{
+    QFETCH(quint32, type);
+    QFETCH(int, format);
+    QFETCH(QByteArray, data);
+    QFETCH(State, state);
+    QFETCH(QSize, size);
+    const Decoded<QImage> icon = decodeIcon(rawProperty(type, format, data));
+    QCOMPARE(icon.state, state);
+    QCOMPARE(icon.value.size(), size);
+    QCOMPARE(icon.value.isNull(), state != State::Value);
+    if (state == State::Value) {
+        QCOMPARE(icon.value.format(), QImage::Format_ARGB32_Premultiplied);
+        // The chosen image's own pixels, not a neighbour's.
+        QCOMPARE(icon.value.pixel(size.width() - 1, size.height() - 1), qRgba(0, 0xff, 0, 0xff));
+    }
+}
+
+void TestX11Properties::utf8Text_data()
+{
+    QTest::addColumn<quint32>("type");
+    QTest::addColumn<int>("format");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<State>("state");
+    QTest::addColumn<QString>("text");
+
+    const QString unicode = QString::fromUtf8("Überblick — 日本語 🙂");
+    const QByteArray x4095(4095, 'x');
+    QTest::newRow("not set") << 0u << 0 << QByteArray() << State::Absent << QString();
+    QTest::newRow("empty") << kUtf8 << 8 << QByteArray() << State::Value << QString();
+    QTest::newRow("unicode") << kUtf8 << 8 << unicode.toUtf8() << State::Value << unicode;
+    QTest::newRow("invalid bytes replaced") << kUtf8 << 8 << QByteArray("a\xff\xfe z") << State::Value
+                                            << QString::fromUtf8("a\xef\xbf\xbd\xef\xbf\xbd z");
+    QTest::newRow("cut at a NUL") << kUtf8 << 8 << QByteArray("title\0junk", 10) << State::Value << "title";
+    QTest::newRow("bounded") << kUtf8 << 8 << QByteArray(10000, 'y') << State::Value << QString(4096, 'y');
+    QTest::newRow("bound before a split 2-byte character")
+        << kUtf8 << 8 << x4095 + "\xc3\xa9" << State::Value << QString::fromLatin1(x4095);
+    QTest::newRow("bound before a split 4-byte character")
+        << kUtf8 << 8 << x4095.first(4094) + "\xf0\x9f\x99\x82" << State::Value << QString(4094, 'x');
+    QTest::newRow("wrong type") << kAtomString << 8 << QByteArray("abc") << State::Malformed << QString();
+    QTest::newRow("wrong format") << kUtf8 << 32 << QByteArray("abcd") << State::Malformed << QString();
+}
+
+void TestX11Properties::utf8Text()
+{
+    QFETCH(quint32, type);
+    QFETCH(int, format);
+    QFETCH(QByteArray, bytes);
+    QFETCH(State, state);
+    QFETCH(QString, text);
+    const Decoded<QString> decoded = decodeUtf8Text(rawProperty(type, format, bytes), kUtf8);
+    QCOMPARE(decoded.state, state);
+    QCOMPARE(decoded.value, text);
+    QVERIFY(decoded.value.toUtf8().size() <= qsizetype(kMaxTitleBytes));
+}
+
+void TestX11Properties::legacyText_data()
+{
+    QTest::addColumn<quint32>("type");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("Latin-1") << kAtomString << QByteArray("caf\xe9") << QString::fromUtf8("café");
+    QTest::newRow("typed UTF8_STRING") << kUtf8 << QByteArray("caf\xc3\xa9") << QString::fromUtf8("café");
+    QTest::newRow("compound text read as Latin-1") << 400u << QByteArray("plain") << "plain";
+    QTest::newRow("bounded") << kAtomString << QByteArray(5000, 'z') << QString(4096, 'z');
+}
+
+void TestX11Properties::legacyText()
+{
+    QFETCH(quint32, type);
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, text);
+    const Decoded<QString> decoded = decodeLegacyText(rawProperty(type, 8, bytes), kUtf8);
+    QCOMPARE(decoded.state, State::Value);
+    QCOMPARE(decoded.value, text);
+}
+
+void TestX11Properties::wmClass_data()
+{
+    QTest::addColumn<quint32>("type");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<State>("state");
+    QTest::addColumn<QString>("instance");
+    QTest::addColumn<QString>("className");
+    QTest::addColumn<bool>("problem");
+
+    const auto raw = [](const char *text, int size) { return QByteArray(text, size); };
+    QTest::newRow("not set") << 0u << QByteArray() << State::Absent << ""
+                             << "" << false;
+    QTest::newRow("well formed") << kAtomString << raw("navigator\0Firefox\0", 18) << State::Value
+                                 << "navigator"
+                                 << "Firefox" << false;
+    QTest::newRow("no final NUL") << kAtomString << raw("code\0Code", 9) << State::Value << "code"
+                                  << "Code" << true;
+    QTest::newRow("no NUL at all") << kAtomString << raw("xterm", 5) << State::Value << "xterm"
+                                   << "" << true;
+    QTest::newRow("empty parts") << kAtomString << raw("\0\0", 2) << State::Value << ""
+                                 << "" << false;
+    QTest::newRow("extra parts ignored") << kAtomString << raw("a\0b\0c\0", 6) << State::Value << "a"
+                                         << "b" << false;
+    QTest::newRow("empty value") << kAtomString << QByteArray() << State::Value << ""
+                                 << "" << true;
+    QTest::newRow("wrong type") << kUtf8 << raw("a\0b\0", 4) << State::Malformed << ""
+                                << "" << true;
+}
+
+void TestX11Properties::wmClass()
+{
+    QFETCH(quint32, type);
+    QFETCH(QByteArray, bytes);
+    QFETCH(State, state);
+    QFETCH(QString, instance);
+    QFETCH(QString, className);
+    QFETCH(bool, problem);
+    const Decoded<WmClass> decoded = decodeWmClass(rawProperty(type, 8, bytes));
+    QCOMPARE(decoded.state, state);
+    QCOMPARE(decoded.value.instance, instance);
+    QCOMPARE(decoded.value.className, className);
+    QCOMPARE(decoded.problem != nullptr, problem);
+}
+
+void TestX11Properties::cardinals_data()
+{
+    QTest::addColumn<quint32>("type");
+    QTest::addColumn<int>("format");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<quint32>("bytesAfter");
+    QTest::addColumn<State>("state");
+    QTest::addColumn<QList<quint32>>("values");
+    QTest::addColumn<bool>("problem");
+
+    using List = QList<quint32>;
+    QTest::newRow("not set") << 0u << 0 << QByteArray() << 0u << State::Absent << List{} << false;
+    QTest::newRow("list") << kAtomAtom << 32 << items({5, 6, 7}) << 0u << State::Value << List{5, 6, 7}
+                          << false;
+    QTest::newRow("set but empty") << kAtomAtom << 32 << QByteArray() << 0u << State::Value << List{}
+                                   << false;
+    QTest::newRow("longer than the bound")
+        << kAtomAtom << 32 << items({1, 2, 3, 4, 5, 6}) << 0u << State::Value << List{1, 2, 3, 4} << true;
+    QTest::newRow("more left on the server")
+        << kAtomAtom << 32 << items({1, 2}) << 4000u << State::Value << List{1, 2} << true;
+    QTest::newRow("ragged length") << kAtomAtom << 32 << QByteArray(7, '\1') << 0u << State::Malformed
+                                   << List{} << true;
+    QTest::newRow("wrong type") << kAtomCardinal << 32 << items({1}) << 0u << State::Malformed << List{}
+                                << true;
+    QTest::newRow("wrong format") << kAtomAtom << 16 << items({1}) << 0u << State::Malformed << List{}
+                                  << true;
+}
+
+void TestX11Properties::cardinals()
+{
+    QFETCH(quint32, type);
+    QFETCH(int, format);
+    QFETCH(QByteArray, bytes);
+    QFETCH(quint32, bytesAfter);
+    QFETCH(State, state);
+    QFETCH(QList<quint32>, values);
+    QFETCH(bool, problem);
+    const auto decoded = decodeCardinals(rawProperty(type, format, bytes, bytesAfter), kAtomAtom, 4);
+    QCOMPARE(decoded.state, state);
+    QCOMPARE(decoded.value, values);
+    QCOMPARE(decoded.problem != nullptr, problem);
+
+    // The single-value reader refuses what the list reader refuses, and an empty list.
+    const auto single = decodeCardinal(rawProperty(type, format, bytes, bytesAfter), kAtomAtom);
+    QCOMPARE(single.hasValue(), !values.isEmpty());
+    if (single.hasValue())
+        QCOMPARE(single.value, values.first());
+}
+
+void TestX11Properties::frameExtents_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<State>("state");
+    QTest::addColumn<QList<quint32>>("extents");
+
+    using List = QList<quint32>;
+    QTest::newRow("decorations") << items({1, 2, 20, 4}) << State::Value << List{1, 2, 20, 4};
+    QTest::newRow("none") << items({0, 0, 0, 0}) << State::Value << List{0, 0, 0, 0};
+    QTest::newRow("too few") << items({1, 2, 3}) << State::Malformed << List{0, 0, 0, 0};
+    QTest::newRow("implausible") << items({1, 2, std::numeric_limits<quint32>::max(), 4}) << State::Malformed
+                                 << List{0, 0, 0, 0};
+}
+
+void TestX11Properties::frameExtents()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(State, state);
+    QFETCH(QList<quint32>, extents);
+    const Decoded<FrameExtents> decoded = decodeFrameExtents(rawProperty(kAtomCardinal, 32, bytes));
+    QCOMPARE(decoded.state, state);
+    const FrameExtents &e = decoded.value;
+    QCOMPARE((QList<quint32>{e.left, e.right, e.top, e.bottom}), extents);
+}
+
+QTEST_GUILESS_MAIN(TestX11Properties)
+#include "tst_x11properties.moc"
