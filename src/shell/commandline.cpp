@@ -1,10 +1,6 @@
 // Parses Orvella's command line into one request.
 #include "shell/commandline.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
 namespace orvella::shell {
 
 CommandLineRequest parseCommandLine(const QStringList &arguments)
@@ -49,7 +45,7 @@ QString usageText()
                           "\n"
                           "Commands:\n"
                           "  (none)        start Orvella in the current X session\n"
-                          "  list          print the open windows and exit\n"
+                          "  list          print the windows, grouped into shelves and sections, and exit\n"
                           "\n"
                           "Options:\n"
                           "  --json        with list: one JSON document instead of text\n"
@@ -57,32 +53,6 @@ QString usageText()
                           "  -v, --version show the version and exit\n"
                           "\n"
                           "Preferences: $XDG_CONFIG_HOME/orvella/preferences.json\n");
-}
-
-QByteArray formatClientList(const QList<platform::x11::ClientSummary> &clients, bool json)
-{
-    if (json) {
-        QJsonArray array;
-        for (const auto &c : clients) {
-            QJsonObject o{{QStringLiteral("window"), qint64(c.window)},
-                          {QStringLiteral("title"), c.title},
-                          {QStringLiteral("class"), c.wmClass}};
-            if (c.pid)
-                o.insert(QStringLiteral("pid"), qint64(*c.pid));
-            array.append(o);
-        }
-        return QJsonDocument(array).toJson(QJsonDocument::Compact) + '\n';
-    }
-    QByteArray out;
-    for (const auto &c : clients) {
-        out += QStringLiteral("0x%1  %2  %3  %4\n")
-                   .arg(c.window, 8, 16, QLatin1Char('0'))
-                   .arg(c.pid ? QString::number(*c.pid) : QStringLiteral("-"), 7)
-                   .arg(c.wmClass.isEmpty() ? QStringLiteral("-") : c.wmClass, -20)
-                   .arg(c.title)
-                   .toUtf8();
-    }
-    return out;
 }
 
 } // namespace orvella::shell

@@ -1,8 +1,6 @@
 // Parses Orvella's command line into one request.
 #pragma once
 
-#include "platform/x11/x11session.h"
-
 #include <QString>
 #include <QStringList>
 
@@ -20,7 +18,5 @@ struct CommandLineRequest
 CommandLineRequest parseCommandLine(const QStringList &arguments);
 /// The text `--help` prints.
 QString usageText();
-/// What `list` prints: one line per window, or one JSON array with `json`.
-QByteArray formatClientList(const QList<platform::x11::ClientSummary> &clients, bool json);
 
 } // namespace orvella::shell

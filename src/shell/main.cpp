@@ -1,12 +1,16 @@
 // Entry point: the command line, or the application in the current X session.
 #include "logging.h"
 #include "platform/preferencesstore.h"
-#include "platform/x11/x11session.h"
+#include "platform/x11/x11desktop.h"
 #include "settings/appsettings.h"
+#include "settings/localizationmanager.h"
 #include "shell/commandline.h"
+#include "shell/windowlisting.h"
+#include "tracking/windowmanager.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QJsonDocument>
 #include <QTimer>
 
 #include <cstdio>
@@ -15,33 +19,47 @@ using namespace orvella;
 
 namespace {
 
+constexpr int kRefreshTimeoutMs = 15000;
+
 int fail(const QString &message)
 {
     std::fprintf(stderr, "orvella: %s\n", qPrintable(message));
     return 2;
 }
 
-// Connects and checks the window manager; null with a message when Orvella cannot work.
-std::unique_ptr<platform::x11::X11Session> openTrustedSession(QString *error)
+void print(const QByteArray &text)
 {
-    auto session = platform::x11::X11Session::open(QString(), error);
-    if (session && !session->windowManager().trusted()) {
-        *error = QStringLiteral("no EWMH window manager on this display "
-                                "(it must advertise _NET_CLIENT_LIST and _NET_ACTIVE_WINDOW)");
-        session.reset();
-    }
-    return session;
+    std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
+    std::fflush(stdout);
 }
 
+const QString kNoWindowManager = QStringLiteral(
+    "no EWMH window manager on this display (it must advertise _NET_CLIENT_LIST and _NET_ACTIVE_WINDOW)");
+
+// One refresh and one grouping from the stored shelf state, which is only read.
 int listWindows(int argc, char **argv, bool json)
 {
     QCoreApplication app(argc, argv);
     QString error;
-    auto session = openTrustedSession(&error);
-    if (!session)
+    const std::shared_ptr<platform::x11::X11Desktop> desktop =
+        platform::x11::X11Desktop::open(QString(), &error);
+    if (!desktop)
         return fail(error);
-    const QByteArray text = shell::formatClientList(session->clients(), json);
-    std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
+    if (!desktop->isTrusted())
+        return fail(kNoWindowManager);
+
+    platform::PreferencesStore store(platform::PreferencesStore::defaultFilePath(),
+                                     platform::PreferencesStore::Access::ReadOnly);
+    settings::LocalizationManager::shared().setLanguage(
+        store.stringValue(QStringLiteral("appLanguage"))
+            .value_or(settings::LocalizationManager::detectSystemLanguage()));
+    tracking::WindowManager manager(desktop, nullptr, &store);
+    manager.restoreState();
+    manager.refresh();
+    if (!manager.waitForRefresh(kRefreshTimeoutMs))
+        return fail(QStringLiteral("the window list could not be read in time"));
+    print(json ? QJsonDocument(shell::windowListing::toJson(manager)).toJson(QJsonDocument::Compact) + '\n'
+               : shell::windowListing::toText(manager));
     return 0;
 }
 
@@ -49,7 +67,9 @@ int runApplication(int argc, char **argv)
 {
     QString error;
     // QGuiApplication aborts without a display; say why in one line instead.
-    if (!platform::x11::X11Session::open(QString(), &error))
+    const std::shared_ptr<platform::x11::X11Desktop> desktop =
+        platform::x11::X11Desktop::open(QString(), &error);
+    if (!desktop)
         return fail(error + QStringLiteral(" (Orvella needs an X11 session)"));
 
     QGuiApplication app(argc, argv);
@@ -61,6 +81,8 @@ int runApplication(int argc, char **argv)
     settings::AppSettings appSettings(store);
     qCInfo(lcShell).noquote() << "[OV] Orvella" << ORVELLA_VERSION << "language" << appSettings.appLanguage()
                               << "preferences" << store.filePath();
+    tracking::WindowManager manager(desktop, &appSettings, &store);
+    manager.restoreState();
 
     // Until the sidebar exists, running Orvella means listing the session's windows as
     // soon as a window manager Orvella can work with is there.
@@ -68,18 +90,17 @@ int runApplication(int argc, char **argv)
     poll.setInterval(1000);
     bool waitingLogged = false;
     auto attempt = [&] {
-        QString why;
-        auto session = openTrustedSession(&why);
-        if (!session) {
+        if (!desktop->isTrusted()) {
             if (!waitingLogged)
-                qCInfo(lcShell).noquote() << "[OV] waiting for the X session:" << why;
+                qCInfo(lcShell).noquote() << "[OV] waiting for the X session:" << kNoWindowManager;
             waitingLogged = true;
+            manager.refresh();
             return;
         }
         poll.stop();
-        const QByteArray text = shell::formatClientList(session->clients(), false);
-        std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
-        std::fflush(stdout);
+        manager.refresh();
+        if (manager.waitForRefresh(kRefreshTimeoutMs))
+            print(shell::windowListing::toText(manager));
         QCoreApplication::quit();
     };
     QObject::connect(&poll, &QTimer::timeout, &app, attempt);

@@ -56,6 +56,7 @@ bool pruneAssignments(const QList<WindowItem> &windows, TrackingState &state)
                 drop = true;
                 ++prunedNumbers;
                 state.wnAbsenceCount.remove(key);
+                state.pidByWindowNumber.remove(key.section(QStringLiteral("::wn:"), -1).toLongLong());
             }
         }
         it = drop ? state.windowCategoryAssignment.erase(it) : std::next(it);
@@ -105,7 +106,8 @@ const identity::OrderEntry &decodedEntry(const QString &entry)
 
 // Puts a shelf's windows in the user's order and repairs entries whose window came
 // back under another id (new window number after a restart, a retitle).
-bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, TrackingState &state)
+bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, const QList<WindowItem> &allWindows,
+                      TrackingState &state)
 {
     QStringList entries = state.categoryWindowOrder.value(shelf);
     bool changed = false;
@@ -155,9 +157,11 @@ bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, Tracking
         }
         return -1;
     };
-    QSet<QString> liveIDs;
-    for (const WindowItem &w : windows)
-        liveIDs.insert(w.id);
+    // Fingerprints of every listed window by id: an entry whose id now names a window
+    // with another fingerprint (a reused window number) is up for taking.
+    QHash<QString, QString> liveFingerprints;
+    for (const WindowItem &w : allWindows)
+        liveFingerprints.insert(w.id, identity::fingerprint(w));
 
     QList<std::pair<qsizetype, WindowItem>> placed;
     for (const WindowItem &w : windows) {
@@ -169,7 +173,10 @@ bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, Tracking
             index = claim(fresh, *it, nullptr);
         } else {
             // Entries of windows that are still listed under their own id are not taken over.
-            const auto free = [&](const identity::OrderEntry &d) { return !liveIDs.contains(d.sig); };
+            const auto free = [&](const identity::OrderEntry &d) {
+                const auto live = liveFingerprints.constFind(d.sig);
+                return live == liveFingerprints.constEnd() || (d.fingerprint && *d.fingerprint != *live);
+            };
             qsizetype i = findUnclaimed([&](const identity::OrderEntry &d) {
                 return free(d) && d.pidIdx == pidIdx && d.fingerprint == fp;
             });
@@ -211,6 +218,41 @@ QString sectionName(const QString &id, const QString &fallback, const TrackingSt
 }
 
 } // namespace
+
+void forgetReusedWindowNumbers(const QList<WindowItem> &windows, TrackingState &state)
+{
+    QSet<qint64> present;
+    for (const WindowItem &w : windows) {
+        if (!w.windowNumber)
+            continue;
+        const qint64 number = *w.windowNumber;
+        present.insert(number);
+        const auto known = state.pidByWindowNumber.constFind(number);
+        if (known != state.pidByWindowNumber.constEnd() && *known != w.pid) {
+            qCInfo(lcTracking).noquote()
+                << QStringLiteral("[OV] window number %1 now belongs to pid %2 (was %3); "
+                                  "forgetting the old window")
+                       .arg(number)
+                       .arg(w.pid)
+                       .arg(*known);
+            state.liveWindowCategoryAssignmentByWindowNumber.remove(number);
+            state.lastDescriptorByWindowNumber.remove(number);
+            state.lastSignatureByWindowNumber.remove(number);
+            // Marks keyed by the number were the old window's; its title-based marks and
+            // choices still apply to whichever window has its title.
+            if (w.id.contains(QStringLiteral("::wn:"))) {
+                state.windowCategoryAssignment.remove(w.id);
+                state.wnAbsenceCount.remove(w.id);
+                state.explicitlyRemovedSigs.remove(w.id);
+                state.shelfWindowMemory.remove(w.id);
+            }
+        }
+        state.pidByWindowNumber.insert(number, w.pid);
+    }
+    // A placement made in this run holds only while its window lives.
+    state.liveWindowCategoryAssignmentByWindowNumber.removeIf(
+        [&present](const auto &it) { return !present.contains(it.key()); });
+}
 
 Result build(const QList<WindowItem> &windows, TrackingState &state, const Options &options)
 {
@@ -262,7 +304,7 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
     }
 
     for (auto it = shelves.begin(); it != shelves.end(); ++it)
-        result.stateChanged |= applyWindowOrder(it.key(), it->windows, state);
+        result.stateChanged |= applyWindowOrder(it.key(), it->windows, windows, state);
 
     if (options.showClosedShelfApps) {
         QStringList keys = state.shelfWindowMemory.keys();
@@ -304,6 +346,7 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
 QList<SigChange> migrateStateForRenamedWindows(const QList<WindowItem> &windows, TrackingState &state,
                                                bool *descriptorsChanged)
 {
+    forgetReusedWindowNumbers(windows, state);
     QList<SigChange> changes;
     QSet<QString> liveDescriptors;
     for (const WindowItem &w : windows) {

@@ -40,6 +40,11 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
 QList<SigChange> migrateStateForRenamedWindows(const QList<WindowItem> &windows, TrackingState &state,
                                                bool *descriptorsChanged = nullptr);
 
+/// Forgets what was remembered under a window number that now belongs to another
+/// process (the X server reuses the ids of clients that quit), and live placements of
+/// windows that are gone. Run by migrateStateForRenamedWindows.
+void forgetReusedWindowNumbers(const QList<WindowItem> &windows, TrackingState &state);
+
 /// Sections the sidebar shows: hidden ones left out, or only `onlyCategory` when set.
 QList<WindowCategory> visibleCategories(const QList<WindowCategory> &categories, const TrackingState &state);
 

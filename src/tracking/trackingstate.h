@@ -84,6 +84,10 @@ struct TrackingState
     /// The plain descriptor each window number had at the last regrouping, so that a
     /// retitled window carries the user's choice to its new title (this run only).
     QHash<qint64, QString> lastDescriptorByWindowNumber;
+    /// The process each window number belonged to. The X server hands the ids of a
+    /// client that quit to the next one, so a number seen under another process is
+    /// another window, and what was remembered under it is forgotten (this run only).
+    QHash<qint64, qint32> pidByWindowNumber;
 };
 
 } // namespace orvella::tracking

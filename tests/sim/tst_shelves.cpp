@@ -46,6 +46,7 @@ private slots:
     void shelvedWindowsShowAsGhostsAndAsClosedPlaceholders();
     void shelfSurvivesRetitleAppRestartAndManagerRestart();
     void hiddenAndOnlySections();
+    void reusedWindowNumbersAreNewWindows();
 
 private:
     void newManager();
@@ -315,6 +316,28 @@ void TestShelves::hiddenAndOnlySections()
     m_wm->setCategoryHidden(kEditorID, false);
     QCOMPARE(m_wm->visibleCategories().size(), 2);
     QCOMPARE(m_store->stringListValue(QStringLiteral("ov.categoryHidden")), std::optional(QStringList()));
+}
+
+// Regression: the X server gives a restarted client the window ids of the one that
+// quit, so window 1 came back as another document and inherited the shelf, the
+// removal mark and the user's choice of the window that had that number before.
+void TestShelves::reusedWindowNumbersAreNewWindows()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("shelved")));
+    m_desktop->addWindow(kEditor, window(2, QStringLiteral("removed")));
+    refresh();
+    const QString shelf = m_wm->addShelf();
+    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:1"), shelf);
+    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:2"), shelf);
+    m_wm->removeWindowFromShelf(QStringLiteral("org.gnome.TextEditor::wn:2"));
+
+    m_desktop->removeApp(kEditor);
+    m_desktop->addApp({kEditor + 1, QStringLiteral("Text Editor"), kEditorID, true, {}});
+    m_desktop->addWindow(kEditor + 1, window(1, QStringLiteral("removed")));
+    m_desktop->addWindow(kEditor + 1, window(2, QStringLiteral("shelved")));
+    refresh();
+    QCOMPARE(windowTitles(*section(shelf)), QStringList({"shelved"}));
+    QCOMPARE(windowTitles(*section(kEditorID)), QStringList({"shelved", "removed"})); // ghost + window
 }
 
 QTEST_GUILESS_MAIN(TestShelves)

@@ -1,9 +1,6 @@
-// The command line: what each argument list asks for, and what `list` prints.
+// The command line: what each argument list asks for.
 #include "shell/commandline.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTest>
 
 using namespace orvella::shell;
@@ -15,7 +12,6 @@ class TestCommandLine : public QObject
 private slots:
     void parse_data();
     void parse();
-    void listOutput();
 };
 
 void TestCommandLine::parse_data()
@@ -42,25 +38,6 @@ void TestCommandLine::parse()
     QCOMPARE(int(request.action), action);
     QCOMPARE(request.json, json);
     QCOMPARE(request.error.isEmpty(), action != int(Action::Invalid));
-}
-
-void TestCommandLine::listOutput()
-{
-    using orvella::platform::x11::ClientSummary;
-    const QList<ClientSummary> clients{
-        {0x1a00003, 4242, QStringLiteral("Notes — ü"), QStringLiteral("Gedit")},
-        {0x2c00001, std::nullopt, QString(), QString()}};
-    const QList<QByteArray> lines = formatClientList(clients, false).split('\n');
-    QCOMPARE(lines.size(), 3);
-    QVERIFY(lines[0].startsWith("0x01a00003"));
-    QVERIFY(lines[0].contains("4242"));
-    QVERIFY(lines[0].endsWith("Notes — ü"));
-
-    const QJsonArray array = QJsonDocument::fromJson(formatClientList(clients, true)).array();
-    QCOMPARE(array.size(), 2);
-    QCOMPARE(array[0].toObject().value(QStringLiteral("title")).toString(), QStringLiteral("Notes — ü"));
-    QCOMPARE(array[0].toObject().value(QStringLiteral("pid")).toInt(), 4242);
-    QVERIFY(!array[1].toObject().contains(QStringLiteral("pid")));
 }
 
 QTEST_GUILESS_MAIN(TestCommandLine)
