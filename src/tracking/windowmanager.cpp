@@ -7,6 +7,7 @@
 #include "settings/localizationmanager.h"
 #include "tracking/categorybuilder.h"
 #include "tracking/identity.h"
+#include "tracking/observationscheduler.h"
 #include "tracking/shelfoperations.h"
 #include "tracking/shelfpersistence.h"
 
@@ -43,7 +44,9 @@ WindowManager::WindowManager(std::shared_ptr<platform::Desktop> desktop, setting
     , m_settings(settings)
     , m_store(store)
     , m_scheduler(scheduler)
+    , m_observation(new ObservationScheduler(*this, scheduler))
 {
+    connect(m_observation, &ObservationScheduler::desktopLost, this, &WindowManager::desktopLost);
     m_refreshPool.setObjectName(QStringLiteral("com.orvella.refresh"));
     m_refreshPool.setMaxThreadCount(2);
     if (m_settings) {
@@ -150,6 +153,11 @@ void WindowManager::apply(quint64 generation, ReadResult result)
         return; // a newer refresh started; it clears isRefreshing
 
     publishLikelyCount(result.likelyCount);
+    m_runningApps = result.apps;
+    QList<qint32> regularPids;
+    for (const AppSnapshot &app : std::as_const(m_runningApps))
+        regularPids.append(app.pid);
+    m_observation->noteRunningApps(regularPids);
     if (!windowsUIEqual(m_windows, result.items)) {
         m_windows = result.items;
         emit windowsChanged();
@@ -195,7 +203,27 @@ void WindowManager::hardRefresh()
         QMetaObject::invokeMethod(this, &WindowManager::hardRefresh, Qt::QueuedConnection);
         return;
     }
-    refresh(true);
+    startObserving();
+}
+
+void WindowManager::setObserver(platform::DesktopObserver *observer)
+{
+    m_observation->setObserver(observer);
+}
+
+void WindowManager::startObserving()
+{
+    m_observation->startObserving();
+}
+
+void WindowManager::stopObserving()
+{
+    m_observation->stopObserving();
+}
+
+void WindowManager::setRefreshInterval(double seconds)
+{
+    m_observation->setRefreshInterval(seconds);
 }
 
 std::optional<WindowItem> WindowManager::canonicalWindow(const QString &id) const

@@ -14,6 +14,7 @@
 
 namespace orvella::platform {
 class Desktop;
+class DesktopObserver;
 class PreferencesStore;
 } // namespace orvella::platform
 namespace orvella::settings {
@@ -21,6 +22,8 @@ class AppSettings;
 }
 
 namespace orvella::tracking {
+
+class ObservationScheduler;
 
 /**
  * One long-lived object that owns every window and shelf fact. Views read its
@@ -73,8 +76,21 @@ public:
     /// Re-reads the desktop. Without `force` a refresh already running is left to
     /// finish; with it a new one starts and the running one's result is dropped.
     Q_INVOKABLE void refresh(bool force = false);
-    /// Restarts from scratch: a forced refresh, posted to the main thread when needed.
+    /// Restarts observation from scratch (startObserving), posted to the main thread
+    /// when called elsewhere.
     Q_INVOKABLE void hardRefresh();
+
+    /// The source of desktop notifications and idle time; not owned, may be null.
+    void setObserver(platform::DesktopObserver *observer);
+    /// Restores the shelf state, observes the desktop, refreshes and starts the heartbeat.
+    void startObserving();
+    void stopObserving();
+    /// The heartbeat interval (at least 1 s): fastRefreshInterval while the sidebar is
+    /// shown, hiddenRefreshInterval while it is hidden.
+    Q_INVOKABLE void setRefreshInterval(double seconds);
+    ObservationScheduler &observation() { return *m_observation; }
+    /// The regular applications of the last refresh.
+    const QList<AppSnapshot> &runningApps() const { return m_runningApps; }
     /// The live item for an id; a ghost id resolves to its window.
     std::optional<WindowItem> canonicalWindow(const QString &id) const;
     /// Regroups `windows` into `categories`; writes the shelf state when it changed.
@@ -118,6 +134,8 @@ signals:
     void showsTrustBannerChanged();
     /// The windowing system reports no windows while windows exist: restart Orvella.
     void relaunchRequested();
+    /// The X server went away: nothing can be observed or refreshed any more.
+    void desktopLost();
 
 private:
     void apply(quint64 generation, ReadResult result);
@@ -133,6 +151,8 @@ private:
     Scheduler &m_scheduler;
     QThreadPool m_refreshPool;
 
+    ObservationScheduler *m_observation;
+    QList<AppSnapshot> m_runningApps;
     QList<WindowItem> m_windows;
     QList<WindowCategory> m_categories;
     QString m_activeWindowID;

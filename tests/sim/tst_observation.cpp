@@ -1,0 +1,201 @@
+// When refreshes happen: the heartbeat and its idle slow-down, coalesced notifications,
+// application events, and a window manager or X server going away. Time is simulated.
+#include "platform/sim/manualscheduler.h"
+#include "platform/sim/simulateddesktop.h"
+#include "platform/sim/simulatedobserver.h"
+#include "tracking/observationscheduler.h"
+#include "tracking/windowmanager.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace orvella;
+using namespace orvella::tracking;
+using platform::DesktopEvent;
+using Kind = platform::DesktopEvent::Kind;
+using std::chrono::milliseconds;
+
+class TestObservation : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+
+    void startObservingRegistersRunningApps();
+    void refreshIntervalHasAFloorAndLogsChangesOnly();
+    void hiddenSidebarWithAnIdleUserRefreshesEveryThirdTick();
+    void visibleSidebarNeverAsksForIdleTime();
+    void aBurstOfNotificationsCausesOneRefresh();
+    void applicationEventsRefreshShortlyAfter();
+    void windowManagerChangeRestartsObservation();
+    void lostConnectionStopsEverything();
+
+private:
+    /// Moves the clock and lets the refreshes it started land.
+    void advance(milliseconds by);
+    int reads() const { return m_desktop->readCount(); }
+
+    std::shared_ptr<platform::sim::SimulatedDesktop> m_desktop;
+    std::unique_ptr<platform::sim::ManualScheduler> m_clock;
+    std::unique_ptr<platform::sim::SimulatedObserver> m_observer;
+    std::unique_ptr<WindowManager> m_wm;
+};
+
+void TestObservation::init()
+{
+    m_desktop = std::make_shared<platform::sim::SimulatedDesktop>();
+    m_desktop->addApp({10, QStringLiteral("Editor"), QStringLiteral("org.gnome.TextEditor"), true, {}});
+    m_desktop->addApp({20, QStringLiteral("Terminal"), std::nullopt, true, {}});
+    platform::sim::SimulatedDesktop::Window w;
+    w.number = 1;
+    w.title = QStringLiteral("a");
+    m_desktop->addWindow(10, w);
+    m_clock = std::make_unique<platform::sim::ManualScheduler>();
+    m_observer = std::make_unique<platform::sim::SimulatedObserver>();
+    m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr, *m_clock);
+    m_wm->setObserver(m_observer.get());
+}
+
+void TestObservation::cleanup()
+{
+    m_wm.reset();
+}
+
+void TestObservation::advance(milliseconds by)
+{
+    m_clock->advance(by);
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    QCoreApplication::processEvents();
+}
+
+void TestObservation::startObservingRegistersRunningApps()
+{
+    // The first start knows no applications yet; the first refresh finds and registers them.
+    m_observer->setUnobservable({20});
+    QTest::ignoreMessage(QtInfoMsg, "[OV] startObserving() called");
+    QTest::ignoreMessage(QtInfoMsg, "AXObserver scan: 0 regular apps → 0 ok, 0 failed (0 total observed)");
+    m_wm->startObserving();
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    QCOMPARE(m_observer->observed(), QSet<qint32>({10}));
+
+    // A restart scans what the last refresh saw.
+    QTest::ignoreMessage(QtInfoMsg, "[OV] startObserving() called");
+    QTest::ignoreMessage(QtInfoMsg, "AXObserver scan: 2 regular apps → 1 ok, 1 failed (1 total observed)");
+    m_wm->startObserving();
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+}
+
+void TestObservation::refreshIntervalHasAFloorAndLogsChangesOnly()
+{
+    m_wm->startObserving();
+    QTest::ignoreMessage(QtInfoMsg, "[OV] refresh interval = 1.0s");
+    m_wm->setRefreshInterval(0.5);
+    m_wm->setRefreshInterval(0.5); // unchanged: no second line (an unexpected one fails the test)
+    QCOMPARE(m_wm->state().currentRefreshInterval, 1.0);
+
+    // The heartbeat follows the new interval.
+    advance(milliseconds(0));
+    const int before = reads();
+    advance(milliseconds(999));
+    QCOMPARE(reads(), before);
+    advance(milliseconds(1));
+    QCOMPARE(reads(), before + 1);
+}
+
+void TestObservation::hiddenSidebarWithAnIdleUserRefreshesEveryThirdTick()
+{
+    m_wm->startObserving();
+    m_wm->setRefreshInterval(m_wm->state().hiddenRefreshInterval);
+    advance(milliseconds(0));
+    m_observer->setIdleSeconds(125);
+
+    QList<int> refreshedOnTicks;
+    for (int tick = 1; tick <= 6; ++tick) {
+        const int before = reads();
+        if (tick == 3)
+            QTest::ignoreMessage(QtInfoMsg, "deep idle: heartbeat slowed to 30.0s");
+        advance(milliseconds(10000));
+        if (reads() > before)
+            refreshedOnTicks.append(tick);
+    }
+    QCOMPARE(refreshedOnTicks, QList<int>({3, 6}));
+
+    // The first tick after input refreshes again and starts counting anew.
+    m_observer->setIdleSeconds(4);
+    const int before = reads();
+    advance(milliseconds(10000));
+    QCOMPARE(reads(), before + 1);
+    QCOMPARE(m_wm->state().idleTickCounter, 0);
+}
+
+void TestObservation::visibleSidebarNeverAsksForIdleTime()
+{
+    m_observer->setIdleSeconds(500);
+    m_wm->startObserving();
+    const int before = reads();
+    for (int tick = 0; tick < 4; ++tick)
+        advance(milliseconds(1500));
+    QCOMPARE(reads(), before + 4);
+    QCOMPARE(m_observer->idleQueries(), 0);
+}
+
+void TestObservation::aBurstOfNotificationsCausesOneRefresh()
+{
+    m_wm->startObserving();
+    advance(milliseconds(0));
+    const int before = reads();
+    QTest::ignoreMessage(QtInfoMsg, "AXObserver ⚡ AXWindowCreated pid=10 → scheduling refresh");
+    for (int i = 0; i < 10; ++i)
+        m_observer->post({Kind::WindowCreated, 10, 100 + i});
+    QCoreApplication::processEvents();
+    advance(milliseconds(199));
+    QCOMPARE(reads(), before);
+    advance(milliseconds(1));
+    QCOMPARE(reads(), before + 1);
+    QVERIFY(!m_wm->state().axRefreshPending);
+}
+
+void TestObservation::applicationEventsRefreshShortlyAfter()
+{
+    m_wm->startObserving();
+    advance(milliseconds(0));
+    const int before = reads();
+    m_observer->post({Kind::AppLaunched, 30, 0, false}); // background-only: not registered
+    m_observer->post({Kind::AppLaunched, 40, 0, true});
+    m_observer->post({Kind::AppTerminated, 10, 0});
+    QCoreApplication::processEvents();
+    QCOMPARE(m_observer->observed(), QSet<qint32>({40, 20}));
+    advance(milliseconds(149));
+    QCOMPARE(reads(), before);
+    advance(milliseconds(1));
+    QCOMPARE(reads(), before + 1); // three events, refreshes that overlap merge
+}
+
+void TestObservation::windowManagerChangeRestartsObservation()
+{
+    m_wm->startObserving();
+    advance(milliseconds(0));
+    QTest::ignoreMessage(QtInfoMsg, "[OV] startObserving() called");
+    m_observer->post({Kind::WindowManagerChanged});
+    QTRY_COMPARE(m_observer->startCount(), 2);
+    QVERIFY(m_observer->isRunning());
+    QVERIFY(m_wm->observation().isObserving());
+}
+
+void TestObservation::lostConnectionStopsEverything()
+{
+    m_wm->startObserving();
+    advance(milliseconds(0));
+    QSignalSpy lost(m_wm.get(), &WindowManager::desktopLost);
+    m_observer->post({Kind::ConnectionLost});
+    QTRY_COMPARE(lost.count(), 1);
+    QVERIFY(!m_wm->observation().isObserving());
+    QVERIFY(!m_observer->isRunning());
+    const int before = reads();
+    advance(milliseconds(60000));
+    QCOMPARE(reads(), before); // no heartbeat any more
+}
+
+QTEST_GUILESS_MAIN(TestObservation)
+#include "tst_observation.moc"
