@@ -195,6 +195,7 @@ void WindowManager::apply(quint64 generation, ReadResult result)
                    .arg(result.likelyCount);
         emit relaunchRequested();
     }
+    emit refreshApplied();
 }
 
 void WindowManager::hardRefresh()

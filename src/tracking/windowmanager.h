@@ -136,6 +136,8 @@ signals:
     void relaunchRequested();
     /// The X server went away: nothing can be observed or refreshed any more.
     void desktopLost();
+    /// A refresh's result was applied (whether or not anything visible changed).
+    void refreshApplied();
 
 private:
     void apply(quint64 generation, ReadResult result);

@@ -24,10 +24,11 @@ constexpr uint32_t kKeysymN = 0x6e;
 // Without BIG-REQUESTS a request holds at most 256 KiB: large values go in slices.
 constexpr size_t kSliceBytes = 128 * 1024;
 
-const char kUsage[] = "usage: orvella-testclient [--class NAME] [--pid N | --no-pid] [--gtk-app-id ID]\n"
-                      "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title]\n"
-                      "          [--icon SIDE]... [--icon-bytes N] [--bad-icon]]...\n"
-                      "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n";
+const char kUsage[] =
+    "usage: orvella-testclient [--class NAME] [--pid N | --no-pid] [--gtk-app-id ID] [--stay]\n"
+    "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title]\n"
+    "          [--icon SIDE]... [--icon-bytes N] [--bad-icon]]...\n"
+    "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n";
 
 struct WindowSpec
 {
@@ -51,6 +52,8 @@ struct Options
     std::string windowClass = "orvella-testclient";
     std::optional<uint32_t> pid = uint32_t(::getpid());
     std::string gtkAppId;
+    /// Keep running when stdin closes (a background demo); windows and signals end it.
+    bool stay = false;
 };
 
 struct Atoms
@@ -110,6 +113,8 @@ bool parse(int argc, char **argv, Options *o)
             o->pid = uint32_t(std::strtoul(value, nullptr, 10));
         else if (arg == "--no-pid")
             o->pid.reset();
+        else if (arg == "--stay")
+            o->stay = true;
         else if (arg == "--gtk-app-id" && value)
             o->gtkAppId = value;
         else if (arg == "--size" && value && last)
@@ -130,8 +135,8 @@ bool parse(int argc, char **argv, Options *o)
             return false;
         if (!ok)
             return false;
-        const bool tookValue =
-            arg != "--no-pid" && arg != "--iconic" && arg != "--no-title" && arg != "--bad-icon";
+        const bool tookValue = arg != "--no-pid" && arg != "--iconic" && arg != "--no-title"
+                               && arg != "--bad-icon" && arg != "--stay";
         i += tookValue ? 1 : 0;
     }
     if (o->windows.empty())
@@ -467,12 +472,13 @@ bool handleCommand(Client &cl, const std::string &line)
 
 // Reads what stdin has and runs each complete line; false once it is closed or a
 // command ends the client.
-bool handleInput(Client &cl, std::string *pending)
+bool handleInput(Client &cl, std::string *pending, bool *closed)
 {
     char buffer[65536];
     const ssize_t got = ::read(STDIN_FILENO, buffer, sizeof buffer);
     if (got < 0)
         return errno == EINTR || errno == EAGAIN;
+    *closed = got == 0;
     pending->append(buffer, size_t(got));
     for (size_t eol; (eol = pending->find('\n')) != std::string::npos;) {
         const std::string line = pending->substr(0, eol);
@@ -529,8 +535,14 @@ int main(int argc, char **argv)
             continue;
         }
         xcb_flush(cl.c);
-        if (running && ::poll(fds, 2, -1) > 0 && fds[0].revents != 0)
-            running = handleInput(cl, &pending);
+        if (running && ::poll(fds, 2, -1) > 0 && fds[0].revents != 0) {
+            bool closed = false;
+            running = handleInput(cl, &pending, &closed);
+            if (closed && cl.options.stay) {
+                running = true;
+                fds[0].fd = -1; // poll() skips it from now on
+            }
+        }
     }
     xcb_disconnect(cl.c);
     return 0;

@@ -1,0 +1,41 @@
+// `orvella watch`: one line each time the windows, the active window or the sections change.
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+
+#include <functional>
+
+namespace orvella::tracking {
+class WindowManager;
+}
+
+namespace orvella::shell {
+
+/**
+ * Prints the state of a window manager whenever what it publishes changes. The
+ * changes of one refresh (windows, active window, sections) are printed as one line:
+ * a summary, or with `json` the same document as `orvella list --json`.
+ */
+class WatchCommand : public QObject
+{
+    Q_OBJECT
+public:
+    using Output = std::function<void(const QByteArray &line)>;
+    WatchCommand(tracking::WindowManager &manager, bool json, Output output, QObject *parent = nullptr);
+
+    /// The line for the current state (without the newline).
+    QByteArray currentLine() const;
+
+private:
+    void changed();
+    void print();
+
+    tracking::WindowManager &m_manager;
+    bool m_json;
+    Output m_output;
+    bool m_printPending = false;
+    QByteArray m_lastLine;
+};
+
+} // namespace orvella::shell
