@@ -12,6 +12,8 @@ CommandLineRequest parseCommandLine(const QStringList &arguments)
         const QString command = rest.takeFirst();
         if (command == QLatin1String("list")) {
             request.action = Action::List;
+        } else if (command == QLatin1String("watch")) {
+            request.action = Action::Watch;
         } else if (command == QLatin1String("help")) {
             request.action = Action::Help;
         } else {
@@ -25,7 +27,8 @@ CommandLineRequest parseCommandLine(const QStringList &arguments)
             request.action = Action::Version;
         } else if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) {
             request.action = Action::Help;
-        } else if (arg == QLatin1String("--json") && request.action == Action::List) {
+        } else if (arg == QLatin1String("--json")
+                   && (request.action == Action::List || request.action == Action::Watch)) {
             request.json = true;
         } else {
             request.action = Action::Invalid;
@@ -46,9 +49,11 @@ QString usageText()
                           "Commands:\n"
                           "  (none)        start Orvella in the current X session\n"
                           "  list          print the windows, grouped into shelves and sections, and exit\n"
+                          "  watch         print a line each time the windows, the active window or the\n"
+                          "                sections change, until interrupted\n"
                           "\n"
                           "Options:\n"
-                          "  --json        with list: one JSON document instead of text\n"
+                          "  --json        with list and watch: JSON documents instead of text\n"
                           "  -h, --help    show this help and exit\n"
                           "  -v, --version show the version and exit\n"
                           "\n"

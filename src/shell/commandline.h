@@ -8,7 +8,7 @@ namespace orvella::shell {
 
 struct CommandLineRequest
 {
-    enum class Action { Run, Version, Help, List, Invalid };
+    enum class Action { Run, Version, Help, List, Watch, Invalid };
     Action action = Action::Run;
     bool json = false;
     QString error; ///< for Invalid: what was wrong, for the user

@@ -1,10 +1,13 @@
 // Entry point: the command line, or the application in the current X session.
 #include "logging.h"
+#include "platform/linux/quitsignals.h"
 #include "platform/preferencesstore.h"
 #include "platform/x11/x11desktop.h"
+#include "platform/x11/x11desktopobserver.h"
 #include "settings/appsettings.h"
 #include "settings/localizationmanager.h"
 #include "shell/commandline.h"
+#include "shell/watchcommand.h"
 #include "shell/windowlisting.h"
 #include "tracking/windowmanager.h"
 
@@ -36,24 +39,41 @@ void print(const QByteArray &text)
 const QString kNoWindowManager = QStringLiteral(
     "no EWMH window manager on this display (it must advertise _NET_CLIENT_LIST and _NET_ACTIVE_WINDOW)");
 
+// The stored preferences, only ever read, with the user's interface language applied.
+std::unique_ptr<platform::PreferencesStore> readOnlyPreferences()
+{
+    auto store = std::make_unique<platform::PreferencesStore>(platform::PreferencesStore::defaultFilePath(),
+                                                              platform::PreferencesStore::Access::ReadOnly);
+    settings::LocalizationManager::shared().setLanguage(
+        store->stringValue(QStringLiteral("appLanguage"))
+            .value_or(settings::LocalizationManager::detectSystemLanguage()));
+    return store;
+}
+
+// The X11 desktop, or null after printing why Orvella cannot work with this display.
+std::shared_ptr<platform::x11::X11Desktop> openTrustedDesktop(int *status)
+{
+    QString error;
+    std::shared_ptr<platform::x11::X11Desktop> desktop = platform::x11::X11Desktop::open(QString(), &error);
+    if (!desktop)
+        *status = fail(error);
+    else if (!desktop->isTrusted())
+        *status = fail(kNoWindowManager);
+    else
+        return desktop;
+    return nullptr;
+}
+
 // One refresh and one grouping from the stored shelf state, which is only read.
 int listWindows(int argc, char **argv, bool json)
 {
     QCoreApplication app(argc, argv);
-    QString error;
-    const std::shared_ptr<platform::x11::X11Desktop> desktop =
-        platform::x11::X11Desktop::open(QString(), &error);
+    int status = 0;
+    const auto desktop = openTrustedDesktop(&status);
     if (!desktop)
-        return fail(error);
-    if (!desktop->isTrusted())
-        return fail(kNoWindowManager);
-
-    platform::PreferencesStore store(platform::PreferencesStore::defaultFilePath(),
-                                     platform::PreferencesStore::Access::ReadOnly);
-    settings::LocalizationManager::shared().setLanguage(
-        store.stringValue(QStringLiteral("appLanguage"))
-            .value_or(settings::LocalizationManager::detectSystemLanguage()));
-    tracking::WindowManager manager(desktop, nullptr, &store);
+        return status;
+    const auto store = readOnlyPreferences();
+    tracking::WindowManager manager(desktop, nullptr, store.get());
     manager.restoreState();
     manager.refresh();
     if (!manager.waitForRefresh(kRefreshTimeoutMs))
@@ -61,6 +81,35 @@ int listWindows(int argc, char **argv, bool json)
     print(json ? QJsonDocument(shell::windowListing::toJson(manager)).toJson(QJsonDocument::Compact) + '\n'
                : shell::windowListing::toText(manager));
     return 0;
+}
+
+// Follows the desktop like the application does, printing a line per visible change.
+int watchWindows(int argc, char **argv, bool json)
+{
+    QCoreApplication app(argc, argv);
+    int status = 0;
+    const auto desktop = openTrustedDesktop(&status);
+    if (!desktop)
+        return status;
+    QString error;
+    const auto observer = platform::x11::X11DesktopObserver::open(QString(), &error);
+    if (!observer)
+        return fail(error);
+    const auto store = readOnlyPreferences();
+    tracking::WindowManager manager(desktop, nullptr, store.get());
+    manager.setObserver(observer.get());
+    shell::WatchCommand watch(manager, json, print);
+    platform::QuitSignals quitSignals;
+    QObject::connect(&quitSignals, &platform::QuitSignals::quitRequested, &app,
+                     [] { QCoreApplication::exit(0); });
+    QObject::connect(&manager, &tracking::WindowManager::desktopLost, &app, [] {
+        std::fprintf(stderr, "orvella: the X session went away\n");
+        QCoreApplication::exit(2);
+    });
+    manager.startObserving();
+    const int result = app.exec();
+    manager.stopObserving();
+    return result;
 }
 
 int runApplication(int argc, char **argv)
@@ -124,6 +173,7 @@ int main(int argc, char **argv)
     case Action::Help: std::fputs(qPrintable(shell::usageText()), stdout); return 0;
     case Action::Invalid: return fail(request.error + QStringLiteral("\nTry 'orvella --help'."));
     case Action::List: return listWindows(argc, argv, request.json);
+    case Action::Watch: return watchWindows(argc, argv, request.json);
     case Action::Run: break;
     }
     return runApplication(argc, argv);

@@ -24,6 +24,7 @@ void TestCommandLine::parse_data()
     QTest::newRow("help") << QStringList{"-h"} << int(Action::Help) << false;
     QTest::newRow("list") << QStringList{"list"} << int(Action::List) << false;
     QTest::newRow("list json") << QStringList{"list", "--json"} << int(Action::List) << true;
+    QTest::newRow("watch json") << QStringList{"watch", "--json"} << int(Action::Watch) << true;
     QTest::newRow("json without list") << QStringList{"--json"} << int(Action::Invalid) << false;
     QTest::newRow("unknown command") << QStringList{"frobnicate"} << int(Action::Invalid) << false;
     QTest::newRow("unknown option") << QStringList{"list", "--yaml"} << int(Action::Invalid) << false;
