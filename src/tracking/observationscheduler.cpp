@@ -203,7 +203,15 @@ void ObservationScheduler::noteRunningApps(const QList<qint32> &regularPids)
 
 void ObservationScheduler::scheduleWorkspaceRefresh()
 {
-    m_scheduler.schedule(kWorkspaceDelay, this, [this] { m_manager.refresh(false); });
+    // One launch brings its windows and focus along: a refresh already on its way
+    // will see all of it.
+    if (m_workspaceRefreshPending || m_manager.state().axRefreshPending)
+        return;
+    m_workspaceRefreshPending = true;
+    m_scheduler.schedule(kWorkspaceDelay, this, [this] {
+        m_workspaceRefreshPending = false;
+        m_manager.refresh(false);
+    });
 }
 
 void ObservationScheduler::onDesktopEvent(const platform::DesktopEvent &event)

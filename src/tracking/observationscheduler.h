@@ -63,6 +63,7 @@ private:
     QPointer<platform::DesktopObserver> m_observer;
     bool m_observing = false;
     bool m_observerReady = false;
+    bool m_workspaceRefreshPending = false;
     quint64 m_heartbeatToken = 0;
 };
 
