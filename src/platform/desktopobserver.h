@@ -30,6 +30,12 @@ struct DesktopEvent
     bool regular = true; ///< for AppLaunched: the process owns a taskbar window
 };
 
+/// The name a change is logged under ("AXWindowCreated", "application launched", ...).
+const char *eventName(DesktopEvent::Kind kind);
+/// Changes of single windows (created, destroyed, focused, renamed, minimized): the
+/// ones a burst of which is coalesced into one refresh.
+bool isWindowNotification(DesktopEvent::Kind kind);
+
 /**
  * Follows the desktop and reports changes. Implementations read on their own thread
  * and emit desktopEvent() on the thread that owns the observer (the main thread).

@@ -20,18 +20,6 @@ std::chrono::milliseconds toMs(double seconds)
     return std::chrono::milliseconds(qint64(seconds * 1000 + 0.5));
 }
 
-const char *notificationName(Kind kind)
-{
-    switch (kind) {
-    case Kind::WindowCreated: return "AXWindowCreated";
-    case Kind::WindowDestroyed: return "AXUIElementDestroyed";
-    case Kind::FocusChanged: return "AXFocusedWindowChanged";
-    case Kind::TitleChanged: return "AXTitleChanged";
-    case Kind::StateChanged: return "AXWindowMiniaturized";
-    default: return nullptr;
-    }
-}
-
 } // namespace
 
 ObservationScheduler::ObservationScheduler(WindowManager &manager, Scheduler &scheduler)
@@ -218,8 +206,8 @@ void ObservationScheduler::onDesktopEvent(const platform::DesktopEvent &event)
 {
     if (!m_observing)
         return;
-    if (const char *name = notificationName(event.kind)) {
-        handleAXNotification(QString::fromLatin1(name), event.pid);
+    if (platform::isWindowNotification(event.kind)) {
+        handleAXNotification(QString::fromLatin1(platform::eventName(event.kind)), event.pid);
         return;
     }
     switch (event.kind) {

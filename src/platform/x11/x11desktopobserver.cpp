@@ -25,24 +25,6 @@ namespace {
 
 using Kind = DesktopEvent::Kind;
 
-const char *notificationName(Kind kind)
-{
-    switch (kind) {
-    case Kind::WindowCreated: return "AXWindowCreated";
-    case Kind::WindowDestroyed: return "AXUIElementDestroyed";
-    case Kind::FocusChanged: return "AXFocusedWindowChanged";
-    case Kind::TitleChanged: return "AXTitleChanged";
-    case Kind::StateChanged: return "AXWindowMiniaturized";
-    case Kind::AppLaunched: return "application launched";
-    case Kind::AppTerminated: return "application terminated";
-    case Kind::AppActivated: return "application activated";
-    case Kind::AppDeactivated: return "application deactivated";
-    case Kind::WindowManagerChanged: return "window manager changed";
-    case Kind::ConnectionLost: return "connection lost";
-    }
-    return "?";
-}
-
 } // namespace
 
 struct X11DesktopObserver::Private
@@ -103,7 +85,7 @@ void X11DesktopObserver::Private::post(quint64 gen, EventReader::Events events)
         return;
     for (const DesktopEvent &e : events)
         qCDebug(lcPlatform).nospace()
-            << "[OV] " << notificationName(e.kind) << " pid " << e.pid << " window 0x" << Qt::hex << e.window;
+            << "[OV] " << eventName(e.kind) << " pid " << e.pid << " window 0x" << Qt::hex << e.window;
     QMetaObject::invokeMethod(
         q, [q = q, gen, events = std::move(events)] { q->deliver(gen, events); }, Qt::QueuedConnection);
 }
