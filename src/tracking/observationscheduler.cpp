@@ -173,6 +173,12 @@ void ObservationScheduler::handleAXNotification(const QString &notification, qin
     if (state.axRefreshPending)
         return;
     state.axRefreshPending = true;
+    // An application's launch arrives just ahead of its windows: the refresh scheduled
+    // here sees the launch too, so the launch's own refresh is dropped.
+    if (m_workspaceRefreshPending) {
+        m_workspaceRefreshPending = false;
+        ++m_workspaceRefreshToken;
+    }
     qCInfo(lcTracking).noquote() << "AXObserver ⚡ " + notification + " pid=" + QString::number(pid)
                                         + " → scheduling refresh";
     m_scheduler.schedule(kNotificationCoalescing, this, [this] {
@@ -196,7 +202,9 @@ void ObservationScheduler::scheduleWorkspaceRefresh()
     if (m_workspaceRefreshPending || m_manager.state().axRefreshPending)
         return;
     m_workspaceRefreshPending = true;
-    m_scheduler.schedule(kWorkspaceDelay, this, [this] {
+    m_scheduler.schedule(kWorkspaceDelay, this, [this, token = ++m_workspaceRefreshToken] {
+        if (token != m_workspaceRefreshToken)
+            return;
         m_workspaceRefreshPending = false;
         m_manager.refresh(false);
     });

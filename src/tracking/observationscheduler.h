@@ -64,6 +64,7 @@ private:
     bool m_observing = false;
     bool m_observerReady = false;
     bool m_workspaceRefreshPending = false;
+    quint64 m_workspaceRefreshToken = 0;
     quint64 m_heartbeatToken = 0;
 };
 
