@@ -97,6 +97,23 @@ bool XSession::start(QString *error)
     return false;
 }
 
+bool XSession::replaceWindowManager(QString *error)
+{
+    error->clear();
+    if (!m_connection)
+        return fail(error, "no X session is running");
+    m_deadline = QDeadlineTimer(kStartTimeoutMs);
+    m_dir = std::make_unique<QTemporaryDir>(QDir::tempPath() + "/orvella-xsession-XXXXXX");
+    // The first Openbox's mark would make the second look started at once.
+    xcb_delete_property(m_connection, m_root, m_startedAtom);
+    std::unique_ptr<QProcess> previous = std::move(m_windowManager);
+    const bool started = startWindowManager(error, true);
+    if (previous)
+        end(*previous, 2000);
+    m_dir.reset();
+    return started;
+}
+
 bool XSession::startServer(QString *error)
 {
     int displayPipe[2];
@@ -134,7 +151,7 @@ bool XSession::startServer(QString *error)
     return true;
 }
 
-bool XSession::startWindowManager(QString *error)
+bool XSession::startWindowManager(QString *error, bool replacing)
 {
     const auto intern = [this](const char *name) {
         return xcb_intern_atom(m_connection, 0, std::strlen(name), name);
@@ -162,9 +179,10 @@ bool XSession::startWindowManager(QString *error)
     // between may sit unhandled until some later event arrives. The start-up command runs
     // once its event loop is ready, so that command marks the session as started.
     const QString markStarted = QStringLiteral("xprop -root -f %1 8s -set %1 1").arg(kStartedProperty);
-    m_windowManager =
-        launch({"openbox", "--sm-disable", "--config-file", config.fileName(), "--startup", markStarted}, env,
-               "openbox.log", -1, error);
+    QStringList argv{"openbox", "--sm-disable", "--config-file", config.fileName(), "--startup", markStarted};
+    if (replacing)
+        argv << "--replace";
+    m_windowManager = launch(argv, env, "openbox.log", -1, error);
     return m_windowManager && waitForWindowManager(error);
 }
 

@@ -31,6 +31,10 @@ public:
     /// (with the tail of the failing child's log) and cleans up.
     bool start(QString *error);
 
+    /// Starts a second Openbox with --replace, as a user switching window managers does,
+    /// and returns once it manages windows; the first one exits on its own.
+    bool replaceWindowManager(QString *error);
+
     /// Ends the window manager, then the server. Safe to call more than once.
     void stop();
 
@@ -52,7 +56,7 @@ public:
 
 private:
     bool startServer(QString *error);
-    bool startWindowManager(QString *error);
+    bool startWindowManager(QString *error, bool replacing = false);
     bool waitForWindowManager(QString *error);
     bool windowManagerReady() const;
     std::unique_ptr<QProcess> launch(const QStringList &argv, const QStringList &env, const char *logName,

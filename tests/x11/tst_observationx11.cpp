@@ -18,9 +18,12 @@ namespace {
 constexpr int kTimeoutMs = 10000;
 
 // Starts the test client and waits for its "ready" lines.
-std::unique_ptr<QProcess> startClient(const QStringList &titles, QList<qint64> *xids = nullptr)
+std::unique_ptr<QProcess> startClient(const QStringList &titles, QList<qint64> *xids = nullptr,
+                                      const QStringList &environment = {})
 {
     auto client = std::make_unique<QProcess>();
+    if (!environment.isEmpty())
+        client->setEnvironment(environment);
     QStringList args;
     for (const QString &t : titles)
         args << QStringLiteral("--title") << t;
@@ -56,6 +59,7 @@ private slots:
     void burstOfWindowsIsOneRefresh();
     void closedWindowGoesWithoutTheHeartbeat();
     void focusChangeUpdatesTheActiveWindow();
+    void replacedWindowManagerIsSurvived();
     void dyingServerEndsObservation();
 
 private:
@@ -126,6 +130,45 @@ void TestObservationX11::focusChangeUpdatesTheActiveWindow()
     }
     client->kill();
     client->waitForFinished();
+}
+
+void TestObservationX11::replacedWindowManagerIsSurvived()
+{
+    testsupport::XSession session;
+    QString error;
+    QVERIFY2(session.start(&error), qPrintable(error));
+    auto desktop = platform::x11::X11Desktop::open(session.display(), &error);
+    QVERIFY2(desktop, qPrintable(error));
+    auto observer = platform::x11::X11DesktopObserver::open(session.display(), &error);
+    QVERIFY2(observer, qPrintable(error));
+    WindowManager wm(desktop, nullptr, nullptr);
+    wm.setObserver(observer.get());
+    wm.startObserving();
+    wm.setRefreshInterval(60);
+    auto client = startClient({QStringLiteral("kept 1"), QStringLiteral("kept 2")}, nullptr,
+                              session.clientEnvironment());
+    QTRY_COMPARE_WITH_TIMEOUT(countTitled(wm, QStringLiteral("kept ")), 2, kTimeoutMs);
+
+    // The new window manager is noticed and observation starts over.
+    QTest::ignoreMessage(QtInfoMsg, "[OV] startObserving() called");
+    QVERIFY2(session.replaceWindowManager(&error), qPrintable(error));
+    QTRY_COMPARE_WITH_TIMEOUT(countTitled(wm, QStringLiteral("kept ")), 2, kTimeoutMs);
+
+    // Notifications flow again from the new window manager, well before the heartbeat.
+    auto later = startClient({QStringLiteral("after")}, nullptr, session.clientEnvironment());
+    QTRY_COMPARE_WITH_TIMEOUT(countTitled(wm, QStringLiteral("after")), 1, 3000);
+    QVERIFY(wm.observation().isObserving());
+
+    // And the list is what a fresh look at the session finds.
+    WindowManager fresh(desktop, nullptr, nullptr);
+    fresh.refresh();
+    QVERIFY(fresh.waitForRefresh(kTimeoutMs));
+    QTRY_VERIFY_WITH_TIMEOUT(windowsUIEqual(wm.windows(), fresh.windows()), 3000);
+    QCOMPARE(wm.windows().size(), 3);
+    for (QProcess *c : {client.get(), later.get()}) {
+        c->kill();
+        c->waitForFinished();
+    }
 }
 
 void TestObservationX11::dyingServerEndsObservation()
