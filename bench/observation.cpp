@@ -1,0 +1,242 @@
+// How quickly a new window reaches the window list, and what following 200 idle windows
+// costs in CPU time at the shown, hidden and deep-idle rhythms, with tint2 (a taskbar that
+// follows the same windows by X events alone) measured beside Orvella. Prints tables.
+#include "platform/x11/x11desktop.h"
+#include "platform/x11/x11desktopobserver.h"
+#include "tracking/windowmanager.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+using namespace orvella;
+
+namespace {
+
+struct Stats
+{
+    double median = 0;
+    double p95 = 0;
+};
+
+Stats stats(std::vector<double> ms)
+{
+    if (ms.empty())
+        return {};
+    std::sort(ms.begin(), ms.end());
+    const auto at = [&](double q) {
+        return ms[std::min(ms.size() - 1, size_t(q * double(ms.size() - 1) + 0.5))];
+    };
+    return {at(0.5), at(0.95)};
+}
+
+// Runs the event loop for `ms`, or until `done` holds (looked at every few milliseconds).
+template<typename Done>
+bool spin(int ms, Done done)
+{
+    QEventLoop loop;
+    QTimer check;
+    QObject::connect(&check, &QTimer::timeout, &loop, [&] {
+        if (done())
+            loop.quit();
+    });
+    check.start(2);
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    if (!done())
+        loop.exec();
+    return done();
+}
+
+// Runs the event loop for `ms` with no wake-ups of its own, so as not to add to what is measured.
+void idleFor(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+bool listed(const tracking::WindowManager &manager, const QString &title)
+{
+    return std::any_of(manager.windows().begin(), manager.windows().end(),
+                       [&](const tracking::WindowItem &w) { return w.windowTitle == title; });
+}
+
+double ownCpuSeconds()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const timeval &t) { return double(t.tv_sec) + double(t.tv_usec) / 1e6; };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+// User plus system time of another process, from its /proc stat line.
+double processCpuSeconds(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (pid <= 0 || !stat.open(QIODevice::ReadOnly))
+        return 0;
+    const QByteArray line = stat.readAll();
+    // Fields after the parenthesised command name, which may itself hold spaces.
+    const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+    if (fields.size() < 13)
+        return 0;
+    return double(fields[11].toLongLong() + fields[12].toLongLong()) / double(sysconf(_SC_CLK_TCK));
+}
+
+void stopClient(QProcess &client)
+{
+    client.write("quit\n");
+    client.closeWriteChannel();
+    if (!client.waitForFinished(10000))
+        client.kill();
+}
+
+// From a window's process starting, and from the window manager listing it, to the window
+// being in `windows`: one window per client, each its own burst.
+void measureLatency(tracking::WindowManager &manager, int count)
+{
+    std::vector<double> fromStart, fromListed;
+    for (int i = 0; i < count; ++i) {
+        const QString title = QStringLiteral("Latency window %1").arg(i);
+        QProcess client;
+        QElapsedTimer clock;
+        double listedAt = -1;
+        QObject::connect(&client, &QProcess::readyReadStandardOutput, [&] {
+            if (listedAt < 0 && client.readAllStandardOutput().contains("ready"))
+                listedAt = double(clock.nsecsElapsed()) / 1e6;
+        });
+        clock.start();
+        client.start(QStringLiteral(ORVELLA_TESTCLIENT), {QStringLiteral("--title"), title});
+        if (!spin(10000, [&] { return listed(manager, title); })) {
+            std::fprintf(stderr, "bench_observation: \"%s\" never reached the list\n", qPrintable(title));
+            stopClient(client);
+            continue;
+        }
+        const double appearedAt = double(clock.nsecsElapsed()) / 1e6;
+        spin(2000, [&] { return listedAt >= 0; });
+        fromStart.push_back(appearedAt);
+        if (listedAt >= 0)
+            fromListed.push_back(std::max(0.0, appearedAt - listedAt));
+        stopClient(client);
+        idleFor(400); // let the close settle: the next window is a burst of its own
+    }
+    const Stats s = stats(fromStart), l = stats(fromListed);
+    std::printf("\nnew window -> in `windows` (%d windows, ms)\n", count);
+    std::printf("  from its process starting : median %7.1f  p95 %7.1f\n", s.median, s.p95);
+    std::printf("  from the WM listing it    : median %7.1f  p95 %7.1f\n", l.median, l.p95);
+}
+
+std::unique_ptr<QProcess> startTint2(QTemporaryDir &dir)
+{
+    const QString tint2 = QStandardPaths::findExecutable(QStringLiteral("tint2"));
+    if (tint2.isEmpty())
+        return nullptr;
+    // A plain panel with a taskbar: the part that follows every window.
+    QFile config(dir.filePath(QStringLiteral("tint2rc")));
+    if (!config.open(QIODevice::WriteOnly))
+        return nullptr;
+    config.write("panel_items = T\npanel_size = 100% 30\npanel_position = bottom center horizontal\n"
+                 "taskbar_mode = single_desktop\ntask_text = 1\ntask_icon = 1\n");
+    config.close();
+    auto process = std::make_unique<QProcess>();
+    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->start(tint2, {QStringLiteral("-c"), config.fileName()});
+    return process->waitForStarted() ? std::move(process) : nullptr;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    // --seconds N shortens the CPU phases for a quick look; the figures quoted use 60.
+    int seconds = 60;
+    int latencyWindows = 50;
+    for (int i = 1; i + 1 < argc; i += 2) {
+        if (qstrcmp(argv[i], "--seconds") == 0)
+            seconds = std::max(1, atoi(argv[i + 1]));
+        else if (qstrcmp(argv[i], "--windows") == 0)
+            latencyWindows = std::max(1, atoi(argv[i + 1]));
+    }
+    QString error;
+    auto desktop = platform::x11::X11Desktop::open(QString(), &error);
+    auto observer = platform::x11::X11DesktopObserver::open(QString(), &error);
+    if (!desktop || !observer || !desktop->isTrusted()) {
+        std::fprintf(stderr, "bench_observation: needs an X session with an EWMH window manager (%s)\n",
+                     qPrintable(error));
+        return 2;
+    }
+    tracking::WindowManager manager(desktop, nullptr, nullptr);
+    manager.setObserver(observer.get());
+    manager.startObserving();
+    manager.setRefreshInterval(60); // only notifications bring the windows in below
+    measureLatency(manager, latencyWindows);
+
+    // 200 idle windows, then each rhythm for `seconds`.
+    QProcess idle;
+    QStringList args;
+    for (int i = 0; i < 200; ++i)
+        args << QStringLiteral("--title") << QStringLiteral("Idle window %1").arg(i);
+    idle.start(QStringLiteral(ORVELLA_TESTCLIENT), args);
+    if (!spin(60000, [&] { return manager.windows().size() >= 200; })) {
+        std::fprintf(stderr, "bench_observation: the 200 idle windows never reached the list\n");
+        return 1;
+    }
+    QTemporaryDir dir;
+    const auto tint2 = startTint2(dir);
+    idleFor(2000); // both settle on the new windows first
+
+    std::printf("\nCPU time following 200 idle windows for %d s (ms)\n", seconds);
+    std::printf("  %-34s | %-10s | %-10s | %s\n", "rhythm", "Orvella", "refreshes", "tint2");
+    struct Phase
+    {
+        const char *name;
+        double interval;
+        bool needsIdleUser;
+    };
+    const tracking::TrackingState &state = manager.state();
+    for (const Phase &phase : {Phase{"shown (1.5 s)", state.fastRefreshInterval, false},
+                               Phase{"hidden (10 s)", state.hiddenRefreshInterval, false},
+                               Phase{"hidden, user idle (30 s)", state.hiddenRefreshInterval, true}}) {
+        manager.setRefreshInterval(phase.interval);
+        if (phase.needsIdleUser) {
+            // The deep-idle rule needs two minutes without input; the session has had none.
+            const double idleSoFar = observer->userIdleSeconds().value_or(0);
+            if (idleSoFar < 121)
+                idleFor(int((121 - idleSoFar) * 1000));
+        }
+        int refreshes = 0;
+        const QMetaObject::Connection counting =
+            QObject::connect(&manager, &tracking::WindowManager::refreshApplied, [&] { ++refreshes; });
+        const double own0 = ownCpuSeconds();
+        const double tint0 = tint2 ? processCpuSeconds(tint2->processId()) : 0;
+        idleFor(seconds * 1000);
+        const double own = (ownCpuSeconds() - own0) * 1000;
+        const double tint = tint2 ? (processCpuSeconds(tint2->processId()) - tint0) * 1000 : -1;
+        QObject::disconnect(counting);
+        std::printf("  %-34s | %10.0f | %10d | %.0f\n", phase.name, own, refreshes, tint);
+        std::fflush(stdout);
+    }
+    if (!tint2)
+        std::printf("(tint2 not installed: its column shows -1)\n");
+    manager.stopObserving();
+    if (tint2) {
+        tint2->terminate();
+        tint2->waitForFinished(3000);
+    }
+    stopClient(idle);
+    return 0;
+}
