@@ -20,8 +20,8 @@ constexpr qsizetype kMaxSlugLength = 80;
 const QStringList &downloadSuffixes()
 {
     static const QStringList suffixes = {
-        QStringLiteral(".dmg"),    QStringLiteral(".appimage"), QStringLiteral(".deb"),
-        QStringLiteral(".rpm"),    QStringLiteral(".tar.gz"),   QStringLiteral(".tar.xz"),
+        QStringLiteral(".dmg"),     QStringLiteral(".appimage"), QStringLiteral(".deb"),
+        QStringLiteral(".rpm"),     QStringLiteral(".tar.gz"),   QStringLiteral(".tar.xz"),
         QStringLiteral(".tar.zst"), QStringLiteral(".zip"),
     };
     return suffixes;
@@ -170,7 +170,8 @@ std::optional<InstallAttribution> InstallAttribution::discovered(const QStringLi
         const QUrl url(text);
         const QString path = url.path();
         InstallAttribution a;
-        a.sourceType = downloadSuffix(path) ? QStringLiteral("download_url") : QStringLiteral("referrer_page");
+        a.sourceType =
+            downloadSuffix(path) ? QStringLiteral("download_url") : QStringLiteral("referrer_page");
         a.sourceHost = sanitizedHost(url.host());
         a.sourcePath = sanitizedPath(path);
         a.sourceSlug = sourceSlugFor(path);
@@ -180,8 +181,7 @@ std::optional<InstallAttribution> InstallAttribution::discovered(const QStringLi
         if (a.sourceHost || a.sourcePath || a.sourceSlug || a.utmSource || a.utmMedium || a.utmCampaign)
             return a;
     }
-    if (channel == QLatin1String("homebrew") || channel == QLatin1String("direct"))
-    {
+    if (channel == QLatin1String("homebrew") || channel == QLatin1String("direct")) {
         InstallAttribution byChannel;
         byChannel.sourceType = channel + QStringLiteral("_channel");
         return byChannel;

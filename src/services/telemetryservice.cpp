@@ -34,8 +34,8 @@ TelemetryService::TelemetryService(platform::PreferencesStore &store, Options op
     if (m_options.endpoint.isEmpty())
         qCDebug(lcTelemetry).noquote() << "[OV] Telemetry has no endpoint: events stay queued, unsent";
     else if (!m_endpoint)
-        qCWarning(lcTelemetry).noquote() << "[OV] Telemetry endpoint ignored (only https, or http to this machine):"
-                                         << m_options.endpoint;
+        qCWarning(lcTelemetry).noquote()
+            << "[OV] Telemetry endpoint ignored (only https, or http to this machine):" << m_options.endpoint;
 
     m_queue.setObjectName(QStringLiteral("com.orvella.telemetry"));
     m_sender = new platform::TelemetrySender;
@@ -66,15 +66,17 @@ bool TelemetryService::recordLifecycleEvents()
         const QString timestamp = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
         // `service` is the context: once it is gone the call is dropped, never run.
         QMetaObject::invokeMethod(
-            service, [service, facts, timestamp] { service->record(facts, timestamp); }, Qt::QueuedConnection);
+            service, [service, facts, timestamp] { service->record(facts, timestamp); },
+            Qt::QueuedConnection);
     });
     return true;
 }
 
 void TelemetryService::record(const platform::TelemetryHostFacts &facts, const QString &timestamp)
 {
-    const InternalTelemetryState internal = internalTelemetryState(
-        m_store.boolValue(kInternalInstall).value_or(false), facts.internalEnvironment, facts.markerFileExists);
+    const InternalTelemetryState internal =
+        internalTelemetryState(m_store.boolValue(kInternalInstall).value_or(false), facts.internalEnvironment,
+                               facts.markerFileExists);
 
     TelemetryEvent base;
     base.installID = installID();
@@ -126,7 +128,8 @@ QString TelemetryService::installID()
     return id;
 }
 
-std::optional<InstallAttribution> TelemetryService::installAttribution(const platform::TelemetryHostFacts &facts)
+std::optional<InstallAttribution>
+TelemetryService::installAttribution(const platform::TelemetryHostFacts &facts)
 {
     if (m_store.contains(kCachedAttribution)) {
         const auto bytes = m_store.dataValue(kCachedAttribution);
@@ -150,7 +153,8 @@ QStringList TelemetryService::pendingEvents() const
     if (const auto list = m_store.stringListValue(kPendingEvents))
         return *list;
     // Not ours to throw away: a newer version may have written it. Only reading stops.
-    qCWarning(lcTelemetry).noquote() << "[OV] Telemetry: the stored queue is not a list of texts; not sending";
+    qCWarning(lcTelemetry).noquote()
+        << "[OV] Telemetry: the stored queue is not a list of texts; not sending";
     return {};
 }
 
@@ -169,7 +173,8 @@ bool TelemetryService::enqueue(const std::vector<TelemetryEvent> &events)
     }
     if (m_store.flush())
         return true;
-    qCWarning(lcTelemetry).noquote() << "[OV] Telemetry: the queue could not be written; not sending this time";
+    qCWarning(lcTelemetry).noquote()
+        << "[OV] Telemetry: the queue could not be written; not sending this time";
     return false;
 }
 
@@ -181,8 +186,9 @@ void TelemetryService::sendNext(const QStringList &pending)
         return;
     }
     m_inFlight = pending.first();
-    QMetaObject::invokeMethod(m_sender, [sender = m_sender, url = *m_endpoint, body = m_inFlight.toUtf8(),
-                                         timeout = m_options.sendTimeout] { sender->post(url, body, timeout); });
+    QMetaObject::invokeMethod(m_sender,
+                              [sender = m_sender, url = *m_endpoint, body = m_inFlight.toUtf8(),
+                               timeout = m_options.sendTimeout] { sender->post(url, body, timeout); });
 }
 
 void TelemetryService::sendFinished(bool confirmed, const QString &failure)
@@ -232,7 +238,8 @@ QString TelemetryService::installChannel(const QString &installPath, bool isAppI
         if (path.contains(QLatin1String(word)))
             return QStringLiteral("homebrew");
     }
-    if (isAppImage || path.startsWith(QLatin1String("/opt/")) || path.contains(QLatin1String("/applications/")))
+    if (isAppImage || path.startsWith(QLatin1String("/opt/"))
+        || path.contains(QLatin1String("/applications/")))
         return QStringLiteral("direct");
     return QStringLiteral("unknown");
 }

@@ -79,8 +79,8 @@ std::optional<QByteArray> TelemetryHost::readExtendedAttribute(const QString &na
     const ssize_t size = ::getxattr(file.constData(), attribute.constData(), nullptr, 0);
     if (size < 0) {
         if (errno != ENODATA && errno != ENOTSUP)
-            qCDebug(lcTelemetry).noquote() << "[OV] cannot read" << name << "of" << path << ":"
-                                           << std::strerror(errno);
+            qCDebug(lcTelemetry).noquote()
+                << "[OV] cannot read" << name << "of" << path << ":" << std::strerror(errno);
         return std::nullopt;
     }
     if (size > kMaxAttributeSize) {
@@ -91,8 +91,8 @@ std::optional<QByteArray> TelemetryHost::readExtendedAttribute(const QString &na
     const ssize_t read = ::getxattr(file.constData(), attribute.constData(), value.data(), size_t(size));
     if (read < 0) {
         // Changed between the two calls; the next start reads it again.
-        qCDebug(lcTelemetry).noquote() << "[OV] cannot read" << name << "of" << path << ":"
-                                       << std::strerror(errno);
+        qCDebug(lcTelemetry).noquote()
+            << "[OV] cannot read" << name << "of" << path << ":" << std::strerror(errno);
         return std::nullopt;
     }
     value.truncate(read);

@@ -52,13 +52,14 @@ void TelemetrySender::post(const QUrl &endpoint, const QByteArray &body, std::ch
             transportError = timedOut ? QStringLiteral("no answer in time") : reply->errorString();
         }
         // A cancelled reply has nothing left to read.
-        const auto failure = failureOf(transportError, status, transportError ? QByteArray() : reply->readAll());
+        const auto failure =
+            failureOf(transportError, status, transportError ? QByteArray() : reply->readAll());
         emit finished(!failure, failure.value_or(QString()));
     });
 }
 
-std::optional<QString> TelemetrySender::failureOf(const std::optional<QString> &transportError, int httpStatus,
-                                                  const QByteArray &body)
+std::optional<QString> TelemetrySender::failureOf(const std::optional<QString> &transportError,
+                                                  int httpStatus, const QByteArray &body)
 {
     if (transportError)
         return *transportError;
@@ -75,4 +76,3 @@ std::optional<QString> TelemetrySender::failureOf(const std::optional<QString> &
 }
 
 } // namespace orvella::platform
-

@@ -1,5 +1,4 @@
 // Telemetry's pure rules: event JSON, download attribution, internal state, channel, endpoint.
-#include "platform/linux/telemetrysender.h"
 #include "services/installattribution.h"
 #include "services/telemetryevent.h"
 #include "services/telemetryservice.h"
@@ -28,8 +27,6 @@ private slots:
     void installChannel();
     void endpoint_data();
     void endpoint();
-    void answer_data();
-    void answer();
 };
 
 void TestTelemetryRecords::eventJson_data()
@@ -46,26 +43,32 @@ void TestTelemetryRecords::eventJson_data()
     first.timestamp = QStringLiteral("2026-03-01T09:30:00Z");
     QTest::newRow("first launch, nothing optional")
         << first
-        << QByteArray(R"({"channel":"unknown","event":"first_launch","install_id":"0f8fad5b-d9cb-469f-a165-)"
-                      R"(70867728950e","is_internal":false,"platform":"linux","timestamp":"2026-03-01T09:30:00Z",)"
-                      R"("version":"1.3"})");
+        << QByteArray(
+               R"({"channel":"unknown","event":"first_launch","install_id":"0f8fad5b-d9cb-469f-a165-)"
+               R"(70867728950e","is_internal":false,"platform":"linux","timestamp":"2026-03-01T09:30:00Z",)"
+               R"("version":"1.3"})");
 
     services::TelemetryEvent update = first;
     update.event = QStringLiteral("app_update");
     update.previousVersion = QStringLiteral("1.2");
     update.channel = QStringLiteral("direct");
-    update.attribution = InstallAttribution{QStringLiteral("download_url"), QStringLiteral("orvella.app"),
-                                            QStringLiteral("/get/Orvella.AppImage"), QStringLiteral("orvella"),
-                                            QStringLiteral("news"), std::nullopt, QStringLiteral("spring \"26\"")};
+    update.attribution = InstallAttribution{QStringLiteral("download_url"),
+                                            QStringLiteral("orvella.app"),
+                                            QStringLiteral("/get/Orvella.AppImage"),
+                                            QStringLiteral("orvella"),
+                                            QStringLiteral("news"),
+                                            std::nullopt,
+                                            QStringLiteral("spring \"26\"")};
     update.isInternal = true;
     update.internalReason = QStringLiteral("marker_file");
     QTest::newRow("update with attribution and internal reason")
         << update
-        << QByteArray(R"({"channel":"direct","event":"app_update","install_id":"0f8fad5b-d9cb-469f-a165-)"
-                      R"(70867728950e","internal_reason":"marker_file","is_internal":true,"platform":"linux",)"
-                      R"("previous_version":"1.2","source_host":"orvella.app","source_path":"/get/Orvella.AppImage",)"
-                      R"("source_slug":"orvella","source_type":"download_url","timestamp":"2026-03-01T09:30:00Z",)"
-                      R"("utm_campaign":"spring \"26\"","utm_source":"news","version":"1.3"})");
+        << QByteArray(
+               R"({"channel":"direct","event":"app_update","install_id":"0f8fad5b-d9cb-469f-a165-)"
+               R"(70867728950e","internal_reason":"marker_file","is_internal":true,"platform":"linux",)"
+               R"("previous_version":"1.2","source_host":"orvella.app","source_path":"/get/Orvella.AppImage",)"
+               R"("source_slug":"orvella","source_type":"download_url","timestamp":"2026-03-01T09:30:00Z",)"
+               R"("utm_campaign":"spring \"26\"","utm_source":"news","version":"1.3"})");
 }
 
 void TestTelemetryRecords::eventJson()
@@ -102,22 +105,24 @@ void TestTelemetryRecords::attribution_data()
     QTest::addColumn<QByteArray>("expected");
 
     QTest::newRow("disk image download with campaign values")
-        << QStringList{QStringLiteral(
-               "https://Downloads.Example.net/files/Orvella-1.3.dmg?utm_source=news&utm_medium=email&utm_campaign=launch")}
+        << QStringList{QStringLiteral("https://Downloads.Example.net/files/"
+                                      "Orvella-1.3.dmg?utm_source=news&utm_medium=email&utm_campaign=launch")}
         << QStringLiteral("unknown")
         << QByteArray(R"({"source_host":"downloads.example.net","source_path":"/files/Orvella-1.3.dmg",)"
                       R"("source_slug":"orvella-1-3","source_type":"download_url","utm_campaign":"launch",)"
                       R"("utm_medium":"email","utm_source":"news"})");
     QTest::newRow("AppImage download, first of repeated query items")
-        << QStringList{QStringLiteral("https://orvella.app/get/Orvella-x86_64.AppImage?utm_source=a&utm_source=b")}
+        << QStringList{QStringLiteral(
+               "https://orvella.app/get/Orvella-x86_64.AppImage?utm_source=a&utm_source=b")}
         << QStringLiteral("direct")
         << QByteArray(R"({"source_host":"orvella.app","source_path":"/get/Orvella-x86_64.AppImage",)"
                       R"("source_slug":"orvella-x86_64","source_type":"download_url","utm_source":"a"})");
     QTest::newRow("over-long host dropped, the rest kept")
         << QStringList{QStringLiteral("https://%1/blog/tips.html?utm_campaign=c").arg(hostOfLength(121))}
         << QStringLiteral("unknown")
-        << QByteArray(R"({"source_path":"/blog/tips.html","source_slug":"tips","source_type":"referrer_page",)"
-                      R"("utm_campaign":"c"})");
+        << QByteArray(
+               R"({"source_path":"/blog/tips.html","source_slug":"tips","source_type":"referrer_page",)"
+               R"("utm_campaign":"c"})");
     QTest::newRow("host of 120 characters kept")
         << QStringList{QStringLiteral("https://%1").arg(hostOfLength(120))} << QStringLiteral("unknown")
         << QByteArray(R"({"source_host":")" + hostOfLength(120).toLatin1()
@@ -126,7 +131,8 @@ void TestTelemetryRecords::attribution_data()
         << QStringList{QStringLiteral("https://%1").arg(hostOfLength(130)),
                        QStringLiteral("https://forum.example.org/")}
         << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":"forum.example.org","source_path":"/","source_type":"referrer_page"})");
+        << QByteArray(
+               R"({"source_host":"forum.example.org","source_path":"/","source_type":"referrer_page"})");
     QTest::newRow("non-https origins ignored")
         << QStringList{QStringLiteral("http://example.org/Orvella.dmg?utm_source=x"),
                        QStringLiteral("ftp://example.org/Orvella.dmg"), QStringLiteral("not a url")}
@@ -147,22 +153,26 @@ void TestTelemetryRecords::attribution_data()
         << QStringList{QStringLiteral("https://mirror.example/Orvella.dmg"),
                        QStringLiteral("https://www.orvella.app/Orvella.dmg")}
         << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":"www.orvella.app","source_path":"/Orvella.dmg","source_slug":"orvella",)"
-                      R"("source_type":"download_url"})");
+        << QByteArray(
+               R"({"source_host":"www.orvella.app","source_path":"/Orvella.dmg","source_slug":"orvella",)"
+               R"("source_type":"download_url"})");
     QTest::newRow("equal priority keeps the stored order")
         << QStringList{QStringLiteral("https://b.example/first"), QStringLiteral("https://a.example/second")}
         << QStringLiteral("unknown")
         << QByteArray(R"({"source_host":"b.example","source_path":"/first","source_slug":"first",)"
                       R"("source_type":"referrer_page"})");
     QTest::newRow("an index page is its folder")
-        << QStringList{QStringLiteral("https://orvella.app/guides/Shelves/index.html")} << QStringLiteral("unknown")
+        << QStringList{QStringLiteral("https://orvella.app/guides/Shelves/index.html")}
+        << QStringLiteral("unknown")
         << QByteArray(R"({"source_host":"orvella.app","source_path":"/guides/Shelves/index.html",)"
                       R"("source_slug":"shelves","source_type":"referrer_page"})");
     QTest::newRow("site root and /index have no slug")
         << QStringList{QStringLiteral("https://orvella.app/index")} << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":"orvella.app","source_path":"/index","source_type":"referrer_page"})");
+        << QByteArray(
+               R"({"source_host":"orvella.app","source_path":"/index","source_type":"referrer_page"})");
     QTest::newRow("query values trimmed, empty and over-long dropped")
-        << QStringList{QStringLiteral("https://e.example/?utm_source=%20%20spaced%20&utm_medium=&utm_campaign=")
+        << QStringList{QStringLiteral(
+                           "https://e.example/?utm_source=%20%20spaced%20&utm_medium=&utm_campaign=")
                        + QString(121, QLatin1Char('c'))}
         << QStringLiteral("unknown")
         << QByteArray(R"({"source_host":"e.example","source_path":"/","source_type":"referrer_page",)"
@@ -186,8 +196,13 @@ void TestTelemetryRecords::attribution()
 // The cache is read back as written, and a damaged entry is not taken for an attribution.
 void TestTelemetryRecords::attributionCache()
 {
-    const InstallAttribution a{QStringLiteral("referrer_page"), QStringLiteral("e.example"), std::nullopt,
-                               QStringLiteral("tips"), std::nullopt, QStringLiteral("social"), std::nullopt};
+    const InstallAttribution a{QStringLiteral("referrer_page"),
+                               QStringLiteral("e.example"),
+                               std::nullopt,
+                               QStringLiteral("tips"),
+                               std::nullopt,
+                               QStringLiteral("social"),
+                               std::nullopt};
     QCOMPARE(InstallAttribution::fromJson(a.toJson()), a);
     QVERIFY(!InstallAttribution::fromJson(QJsonObject{{QStringLiteral("source_host"), QStringLiteral("x")}}));
     QVERIFY(!InstallAttribution::fromJson(QJsonObject{{QStringLiteral("source_type"), 3}}));
@@ -202,8 +217,8 @@ void TestTelemetryRecords::internalState_data()
     QTest::addColumn<QString>("reason");
 
     QTest::newRow("nothing") << false << QVariant() << false << false << QString();
-    QTest::newRow("switch wins over everything") << true << QVariant(QStringLiteral("1")) << true << true
-                                                 << QStringLiteral("defaults_override");
+    QTest::newRow("switch wins over everything")
+        << true << QVariant(QStringLiteral("1")) << true << true << QStringLiteral("defaults_override");
     QTest::newRow("TRUE in upper case") << false << QVariant(QStringLiteral("TRUE")) << true << true
                                         << QStringLiteral("environment_override");
     QTest::newRow("1") << false << QVariant(QStringLiteral("1")) << false << true
@@ -240,19 +255,19 @@ void TestTelemetryRecords::installChannel_data()
 
     QTest::newRow("linuxbrew") << QStringLiteral("/home/linuxbrew/.linuxbrew/bin/orvella") << false
                                << QStringLiteral("homebrew");
-    QTest::newRow("Caskroom, any case") << QStringLiteral("/usr/local/Caskroom/orvella/orvella") << false
-                                        << QStringLiteral("homebrew");
-    QTest::newRow("homebrew beats AppImage") << QStringLiteral("/opt/homebrew/Orvella.AppImage") << true
-                                             << QStringLiteral("homebrew");
+    QTest::newRow("Caskroom, any case")
+        << QStringLiteral("/usr/local/Caskroom/orvella/orvella") << false << QStringLiteral("homebrew");
+    QTest::newRow("homebrew beats AppImage")
+        << QStringLiteral("/opt/homebrew/Orvella.AppImage") << true << QStringLiteral("homebrew");
     QTest::newRow("AppImage") << QStringLiteral("/home/u/Downloads/Orvella.AppImage") << true
                               << QStringLiteral("direct");
     QTest::newRow("/opt") << QStringLiteral("/opt/orvella/bin/orvella") << false << QStringLiteral("direct");
-    QTest::newRow("/opt only at the start") << QStringLiteral("/home/u/opt/orvella") << false
-                                            << QStringLiteral("unknown");
-    QTest::newRow("Applications folder") << QStringLiteral("/home/u/Applications/orvella") << false
-                                         << QStringLiteral("direct");
-    QTest::newRow("distribution package") << QStringLiteral("/usr/bin/orvella") << false
-                                          << QStringLiteral("unknown");
+    QTest::newRow("/opt only at the start")
+        << QStringLiteral("/home/u/opt/orvella") << false << QStringLiteral("unknown");
+    QTest::newRow("Applications folder")
+        << QStringLiteral("/home/u/Applications/orvella") << false << QStringLiteral("direct");
+    QTest::newRow("distribution package")
+        << QStringLiteral("/usr/bin/orvella") << false << QStringLiteral("unknown");
 }
 
 void TestTelemetryRecords::installChannel()
@@ -285,32 +300,6 @@ void TestTelemetryRecords::endpoint()
     QFETCH(QString, text);
     QFETCH(bool, usable);
     QCOMPARE(TelemetryService::endpointURL(text).has_value(), usable);
-}
-
-void TestTelemetryRecords::answer_data()
-{
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<bool>("confirmed");
-
-    QTest::newRow("200 ok") << 200 << QByteArray(R"({"ok": true, "id": 7})") << true;
-    QTest::newRow("201 ok") << 201 << QByteArray(R"({"ok":true})") << true;
-    QTest::newRow("ok false") << 200 << QByteArray(R"({"ok": false})") << false;
-    QTest::newRow("ok as text") << 200 << QByteArray(R"({"ok": "true"})") << false;
-    QTest::newRow("ok as number") << 200 << QByteArray(R"({"ok": 1})") << false;
-    QTest::newRow("array") << 200 << QByteArray(R"([{"ok": true}])") << false;
-    QTest::newRow("empty body") << 204 << QByteArray() << false;
-    QTest::newRow("redirect") << 302 << QByteArray(R"({"ok": true})") << false;
-    QTest::newRow("server error") << 500 << QByteArray(R"({"ok": true})") << false;
-}
-
-void TestTelemetryRecords::answer()
-{
-    QFETCH(int, status);
-    QFETCH(QByteArray, body);
-    QFETCH(bool, confirmed);
-    QCOMPARE(!platform::TelemetrySender::failureOf(std::nullopt, status, body), confirmed);
-    QVERIFY(platform::TelemetrySender::failureOf(QStringLiteral("refused"), status, body));
 }
 
 QTEST_GUILESS_MAIN(TestTelemetryRecords)

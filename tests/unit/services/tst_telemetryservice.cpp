@@ -73,7 +73,8 @@ private slots:
     void killedBetweenEnqueueAndSendLosesNothing();
 
 private:
-    TelemetryService::Options options(const QString &endpoint, const QString &version = QStringLiteral("1.3"));
+    TelemetryService::Options options(const QString &endpoint,
+                                      const QString &version = QStringLiteral("1.3"));
     // One start: records, and waits until the send chain (if one starts) stops.
     void start(const TelemetryService::Options &options, bool *queueEmpty = nullptr);
 
@@ -144,7 +145,8 @@ void TestTelemetryService::firstLaunchDelivered()
     QVERIFY2(uuid.match(id).hasMatch(), qPrintable(id));
     QCOMPARE(event.value(QStringLiteral("install_id")).toString(), id);
 
-    QCOMPARE(stored.value(QStringLiteral("ov_telemetry_lastTrackedVersion")).toString(), QStringLiteral("1.3"));
+    QCOMPARE(stored.value(QStringLiteral("ov_telemetry_lastTrackedVersion")).toString(),
+             QStringLiteral("1.3"));
     QCOMPARE(stored.value(QStringLiteral("ov_telemetry_firstLaunchQueued")), QJsonValue(true));
     QCOMPARE(texts(stored.value(kPending)), QStringList());
 
@@ -182,14 +184,16 @@ void TestTelemetryService::failedSendKeepsQueue_data()
 
     QTest::newRow("200 ok false") << QStringLiteral("answer") << 200 << QByteArray(R"({"ok": false})")
                                   << QStringLiteral("HTTP 200 without \"ok\": true");
+    QTest::newRow("ok as text") << QStringLiteral("answer") << 200 << QByteArray(R"({"ok": "true"})")
+                                << QStringLiteral("HTTP 200 without \"ok\": true");
     QTest::newRow("500") << QStringLiteral("answer") << 500 << QByteArray(R"({"ok": true})")
                          << QStringLiteral("HTTP status 500");
     QTest::newRow("not JSON") << QStringLiteral("answer") << 200 << QByteArray("<html>ok</html>")
                               << QStringLiteral("HTTP 200 with an answer that is not a JSON object");
-    QTest::newRow("connection refused") << QStringLiteral("refused") << 0 << QByteArray()
-                                        << QStringLiteral("Connection refused");
-    QTest::newRow("no answer in time") << QStringLiteral("silent") << 0 << QByteArray()
-                                       << QStringLiteral("no answer in time");
+    QTest::newRow("connection refused")
+        << QStringLiteral("refused") << 0 << QByteArray() << QStringLiteral("Connection refused");
+    QTest::newRow("no answer in time")
+        << QStringLiteral("silent") << 0 << QByteArray() << QStringLiteral("no answer in time");
 }
 
 // A failed send stops the chain with the whole queue kept; the next start sends it in order.
@@ -281,8 +285,8 @@ void TestTelemetryService::attributionFromDownloadAttributes()
     const QString appImage = m_dir->filePath(QStringLiteral("Orvella-x86_64.AppImage"));
     QVERIFY(QFile(appImage).open(QIODevice::WriteOnly));
     auto setAttribute = [&](const char *name, const QByteArray &value) {
-        return ::setxattr(QFile::encodeName(appImage).constData(), name, value.constData(), size_t(value.size()),
-                          0)
+        return ::setxattr(QFile::encodeName(appImage).constData(), name, value.constData(),
+                          size_t(value.size()), 0)
                == 0;
     };
     if (!setAttribute("user.xdg.referrer.url", "https://blog.example/posts/orvella-review/")) {
@@ -290,8 +294,9 @@ void TestTelemetryService::attributionFromDownloadAttributes()
             QSKIP("this file system keeps no user extended attributes");
         QFAIL("setxattr failed");
     }
-    QVERIFY(setAttribute("user.xdg.origin.url",
-                         "https://orvella.app/get/Orvella-x86_64.AppImage?utm_source=news&utm_campaign=spring"));
+    QVERIFY(
+        setAttribute("user.xdg.origin.url",
+                     "https://orvella.app/get/Orvella-x86_64.AppImage?utm_source=news&utm_campaign=spring"));
     const QString marker = m_dir->filePath(QStringLiteral("data/Orvella/telemetry-internal.flag"));
     QVERIFY(QDir().mkpath(QFileInfo(marker).absolutePath()));
     QVERIFY(QFile(marker).open(QIODevice::WriteOnly));
@@ -359,7 +364,8 @@ void TestTelemetryService::killedBetweenEnqueueAndSendLosesNothing()
 
         const QJsonObject stored = readJsonFile(m_prefs);
         const QStringList pending = texts(stored.value(kPending));
-        const bool firstLaunchQueued = stored.value(QStringLiteral("ov_telemetry_firstLaunchQueued")).toBool();
+        const bool firstLaunchQueued =
+            stored.value(QStringLiteral("ov_telemetry_firstLaunchQueued")).toBool();
         QCOMPARE(pending.size(), firstLaunchQueued ? 1 : 0);
         for (const ReceivedRequest &request : std::as_const(silent.requests))
             QVERIFY2(pending.contains(QString::fromUtf8(request.body)), request.body.constData());
