@@ -4,6 +4,7 @@
 #include "platform/preferencesstore.h"
 #include "platform/x11/x11desktop.h"
 #include "platform/x11/x11desktopobserver.h"
+#include "services/telemetryservice.h"
 #include "settings/appsettings.h"
 #include "settings/localizationmanager.h"
 #include "shell/commandline.h"
@@ -132,6 +133,8 @@ int runApplication(int argc, char **argv)
                               << "preferences" << store.filePath();
     tracking::WindowManager manager(desktop, &appSettings, &store);
     manager.restoreState();
+    services::TelemetryService telemetry(store);
+    telemetry.recordLifecycleEvents();
 
     // Until the sidebar exists, running Orvella means listing the session's windows as
     // soon as a window manager Orvella can work with is there.

@@ -1,0 +1,78 @@
+// A small HTTP server on 127.0.0.1 for the telemetry tests: records requests, answers as told.
+#include "loopbackserver.h"
+
+#include <QHostAddress>
+#include <QTcpSocket>
+
+LoopbackServer::LoopbackServer(QObject *parent)
+    : QObject(parent)
+{
+    connect(&m_server, &QTcpServer::newConnection, this, [this] {
+        while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+            socket->setParent(this);
+            connect(socket, &QTcpSocket::readyRead, this, [this, socket] { serve(socket); });
+        }
+    });
+}
+
+bool LoopbackServer::listen()
+{
+    return m_server.listen(QHostAddress::LocalHost);
+}
+
+QString LoopbackServer::url() const
+{
+    return QStringLiteral("http://127.0.0.1:%1/telemetry.php").arg(m_server.serverPort());
+}
+
+QString LoopbackServer::refusingUrl()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost);
+    const quint16 port = probe.serverPort();
+    probe.close();
+    return QStringLiteral("http://127.0.0.1:%1/telemetry.php").arg(port);
+}
+
+void LoopbackServer::setAnswer(int status, const QByteArray &body)
+{
+    m_status = status;
+    m_body = body;
+}
+
+void LoopbackServer::serve(QTcpSocket *socket)
+{
+    // Requests arrive in pieces; keep what came until the headers and body are complete.
+    QByteArray buffer = socket->property("buffer").toByteArray() + socket->readAll();
+    socket->setProperty("buffer", buffer);
+    const qsizetype headerEnd = buffer.indexOf("\r\n\r\n");
+    if (headerEnd < 0)
+        return;
+    const QList<QByteArray> lines = buffer.left(headerEnd).split('\n');
+    const QList<QByteArray> requestLine = lines.value(0).trimmed().split(' ');
+    ReceivedRequest request;
+    request.method = requestLine.value(0);
+    request.path = requestLine.value(1);
+    qsizetype length = 0;
+    for (const QByteArray &line : lines.mid(1)) {
+        const qsizetype colon = line.indexOf(':');
+        const QByteArray name = line.left(colon).trimmed().toLower();
+        const QByteArray value = line.mid(colon + 1).trimmed();
+        if (name == "content-length")
+            length = value.toLongLong();
+        else if (name == "content-type")
+            request.contentType = value;
+    }
+    if (buffer.size() < headerEnd + 4 + length)
+        return;
+    request.body = buffer.mid(headerEnd + 4, length);
+    socket->setProperty("buffer", QByteArray());
+    requests.append(request);
+    emit requestReceived();
+    if (m_silent)
+        return;
+    socket->write("HTTP/1.1 " + QByteArray::number(m_status) + " Answer\r\nContent-Type: application/json\r\n"
+                  + "Content-Length: " + QByteArray::number(m_body.size()) + "\r\nConnection: close\r\n\r\n"
+                  + m_body);
+    socket->disconnectFromHost();
+}

@@ -1,0 +1,385 @@
+// Telemetry against a real HTTP server on loopback: delivery, failed answers, the backlog,
+// download attribution from real extended attributes, and a process killed mid-way.
+#include "loopbackserver.h"
+#include "platform/preferencesstore.h"
+#include "services/telemetryservice.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cerrno>
+#include <sys/xattr.h>
+
+using namespace orvella;
+using services::TelemetryService;
+
+namespace {
+
+const QString kPending = QStringLiteral("ov_telemetry_pendingEvents");
+
+QJsonObject readJsonFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QJsonDocument::fromJson(file.readAll()).object();
+}
+
+void writeJsonFile(const QString &path, const QJsonObject &json)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QJsonDocument(json).toJson());
+}
+
+QStringList texts(const QJsonValue &list)
+{
+    QStringList result;
+    for (const QJsonValue &v : list.toArray())
+        result.append(v.toString());
+    return result;
+}
+
+QJsonObject bodyOf(const ReceivedRequest &request)
+{
+    return QJsonDocument::fromJson(request.body).object();
+}
+
+} // namespace
+
+class TestTelemetryService : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void firstLaunchDelivered();
+    void updateDelivered();
+    void failedSendKeepsQueue_data();
+    void failedSendKeepsQueue();
+    void withoutUsableEndpointQueuesOnly_data();
+    void withoutUsableEndpointQueuesOnly();
+    void doNotTrackRecordsNothing();
+    void attributionFromDownloadAttributes();
+    void killedBetweenEnqueueAndSendLosesNothing();
+
+private:
+    TelemetryService::Options options(const QString &endpoint,
+                                      const QString &version = QStringLiteral("1.3"));
+    // One start: records, and waits until the send chain (if one starts) stops.
+    void start(const TelemetryService::Options &options, bool *queueEmpty = nullptr);
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString m_prefs;
+};
+
+void TestTelemetryService::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    m_prefs = m_dir->filePath(QStringLiteral("preferences.json"));
+    qunsetenv("ORVELLA_INTERNAL_TELEMETRY");
+}
+
+TelemetryService::Options TestTelemetryService::options(const QString &endpoint, const QString &version)
+{
+    TelemetryService::Options o;
+    o.endpoint = endpoint;
+    o.version = version;
+    o.doNotTrack = false;
+    o.host = platform::TelemetryHost(m_dir->filePath(QStringLiteral("orvella")), false,
+                                     m_dir->filePath(QStringLiteral("data/Orvella/telemetry-internal.flag")));
+    o.sendTimeout = std::chrono::milliseconds(300);
+    return o;
+}
+
+void TestTelemetryService::start(const TelemetryService::Options &options, bool *queueEmpty)
+{
+    platform::PreferencesStore store(m_prefs);
+    TelemetryService service(store, options);
+    QSignalSpy recorded(&service, &TelemetryService::recorded);
+    QSignalSpy finished(&service, &TelemetryService::flushFinished);
+    QVERIFY(service.recordLifecycleEvents());
+    QTRY_COMPARE(recorded.size(), 1);
+    QVERIFY(recorded.first().first().toBool());
+    if (service.isFlushing())
+        QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 20000);
+    if (queueEmpty)
+        *queueEmpty = !finished.isEmpty() && finished.first().first().toBool();
+}
+
+void TestTelemetryService::firstLaunchDelivered()
+{
+    LoopbackServer server;
+    QVERIFY(server.listen());
+    bool queueEmpty = false;
+    start(options(server.url()), &queueEmpty);
+    QVERIFY(queueEmpty);
+
+    QCOMPARE(server.requests.size(), 1);
+    const ReceivedRequest &request = server.requests.first();
+    QCOMPARE(request.method, QByteArray("POST"));
+    QCOMPARE(request.path, QByteArray("/telemetry.php"));
+    QCOMPARE(request.contentType, QByteArray("application/json"));
+    const QJsonObject event = bodyOf(request);
+    const QJsonObject stored = readJsonFile(m_prefs);
+    QCOMPARE(event.value(QStringLiteral("event")).toString(), QStringLiteral("first_launch"));
+    QCOMPARE(event.value(QStringLiteral("version")).toString(), QStringLiteral("1.3"));
+    QVERIFY(!event.contains(QStringLiteral("previous_version")));
+    QCOMPARE(event.value(QStringLiteral("platform")).toString(), QStringLiteral("linux"));
+    QCOMPARE(event.value(QStringLiteral("channel")).toString(), QStringLiteral("unknown"));
+    QCOMPARE(event.value(QStringLiteral("is_internal")), QJsonValue(false));
+    static const QRegularExpression isoTime(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ$"));
+    QVERIFY(isoTime.match(event.value(QStringLiteral("timestamp")).toString()).hasMatch());
+    static const QRegularExpression uuid(QStringLiteral("^[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}$"));
+    const QString id = stored.value(QStringLiteral("ov_telemetry_installID")).toString();
+    QVERIFY2(uuid.match(id).hasMatch(), qPrintable(id));
+    QCOMPARE(event.value(QStringLiteral("install_id")).toString(), id);
+
+    QCOMPARE(stored.value(QStringLiteral("ov_telemetry_lastTrackedVersion")).toString(),
+             QStringLiteral("1.3"));
+    QCOMPARE(stored.value(QStringLiteral("ov_telemetry_firstLaunchQueued")), QJsonValue(true));
+    QCOMPARE(texts(stored.value(kPending)), QStringList());
+
+    // The same version again: nothing new, nothing sent, the same install id.
+    start(options(server.url()));
+    QCOMPARE(server.requests.size(), 1);
+    QCOMPARE(readJsonFile(m_prefs).value(QStringLiteral("ov_telemetry_installID")).toString(), id);
+}
+
+void TestTelemetryService::updateDelivered()
+{
+    writeJsonFile(m_prefs, {{QStringLiteral("ov_telemetry_firstLaunchQueued"), true},
+                            {QStringLiteral("ov_telemetry_lastTrackedVersion"), QStringLiteral("1.2")},
+                            {QStringLiteral("ov_telemetry_installID"), QStringLiteral("kept-id")}});
+    LoopbackServer server;
+    QVERIFY(server.listen());
+    start(options(server.url(), QStringLiteral("1.3")));
+
+    QCOMPARE(server.requests.size(), 1);
+    const QJsonObject event = bodyOf(server.requests.first());
+    QCOMPARE(event.value(QStringLiteral("event")).toString(), QStringLiteral("app_update"));
+    QCOMPARE(event.value(QStringLiteral("previous_version")).toString(), QStringLiteral("1.2"));
+    QCOMPARE(event.value(QStringLiteral("version")).toString(), QStringLiteral("1.3"));
+    QCOMPARE(event.value(QStringLiteral("install_id")).toString(), QStringLiteral("kept-id"));
+    QCOMPARE(readJsonFile(m_prefs).value(QStringLiteral("ov_telemetry_lastTrackedVersion")).toString(),
+             QStringLiteral("1.3"));
+}
+
+void TestTelemetryService::failedSendKeepsQueue_data()
+{
+    QTest::addColumn<QString>("kind"); // "answer", "refused" or "silent"
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("failure"); // what the log line must say
+
+    QTest::newRow("200 ok false") << QStringLiteral("answer") << 200 << QByteArray(R"({"ok": false})")
+                                  << QStringLiteral("HTTP 200 without \"ok\": true");
+    QTest::newRow("ok as text") << QStringLiteral("answer") << 200 << QByteArray(R"({"ok": "true"})")
+                                << QStringLiteral("HTTP 200 without \"ok\": true");
+    QTest::newRow("500") << QStringLiteral("answer") << 500 << QByteArray(R"({"ok": true})")
+                         << QStringLiteral("HTTP status 500");
+    QTest::newRow("not JSON") << QStringLiteral("answer") << 200 << QByteArray("<html>ok</html>")
+                              << QStringLiteral("HTTP 200 with an answer that is not a JSON object");
+    QTest::newRow("connection refused")
+        << QStringLiteral("refused") << 0 << QByteArray() << QStringLiteral("Connection refused");
+    QTest::newRow("no answer in time")
+        << QStringLiteral("silent") << 0 << QByteArray() << QStringLiteral("no answer in time");
+}
+
+// A failed send stops the chain with the whole queue kept; the next start sends it in order.
+void TestTelemetryService::failedSendKeepsQueue()
+{
+    QFETCH(QString, kind);
+    QFETCH(int, status);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, failure);
+
+    const QStringList backlog = {QStringLiteral(R"({"event":"first_launch","n":1})"),
+                                 QStringLiteral(R"({"event":"app_update","n":2})")};
+    writeJsonFile(m_prefs, {{QStringLiteral("ov_telemetry_firstLaunchQueued"), true},
+                            {QStringLiteral("ov_telemetry_lastTrackedVersion"), QStringLiteral("1.3")},
+                            {kPending, QJsonArray::fromStringList(backlog)}});
+
+    LoopbackServer failing;
+    QVERIFY(failing.listen());
+    failing.setAnswer(status, body);
+    failing.setSilent(kind == QLatin1String("silent"));
+    const QString url = kind == QLatin1String("refused") ? LoopbackServer::refusingUrl() : failing.url();
+
+    QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QStringLiteral("^\\[OV\\] Telemetry send failed: .*")
+                                                       + QRegularExpression::escape(failure)));
+    bool queueEmpty = true;
+    start(options(url), &queueEmpty);
+    QVERIFY(!queueEmpty);
+    QCOMPARE(failing.requests.size(), kind == QLatin1String("refused") ? 0 : 1);
+    QCOMPARE(texts(readJsonFile(m_prefs).value(kPending)), backlog);
+
+    LoopbackServer good;
+    QVERIFY(good.listen());
+    start(options(good.url()), &queueEmpty);
+    QVERIFY(queueEmpty);
+    QCOMPARE(good.requests.size(), 2);
+    QCOMPARE(good.requests[0].body, backlog[0].toUtf8());
+    QCOMPARE(good.requests[1].body, backlog[1].toUtf8());
+    QCOMPARE(texts(readJsonFile(m_prefs).value(kPending)), QStringList());
+}
+
+void TestTelemetryService::withoutUsableEndpointQueuesOnly_data()
+{
+    QTest::addColumn<QString>("endpoint");
+    QTest::newRow("none configured") << QString();
+    QTest::newRow("plain http to another machine") << QStringLiteral("http://192.0.2.1/telemetry.php");
+    QTest::newRow("not a URL") << QStringLiteral("::nonsense");
+}
+
+void TestTelemetryService::withoutUsableEndpointQueuesOnly()
+{
+    QFETCH(QString, endpoint);
+    {
+        platform::PreferencesStore store(m_prefs);
+        TelemetryService service(store, options(endpoint));
+        QVERIFY(!service.endpointURL());
+        QSignalSpy recorded(&service, &TelemetryService::recorded);
+        service.recordLifecycleEvents();
+        QTRY_COMPARE(recorded.size(), 1);
+        QVERIFY(!service.isFlushing());
+    }
+    const QStringList pending = texts(readJsonFile(m_prefs).value(kPending));
+    QCOMPARE(pending.size(), 1);
+    QVERIFY(pending.first().contains(QLatin1String(R"("event":"first_launch")")));
+}
+
+void TestTelemetryService::doNotTrackRecordsNothing()
+{
+    LoopbackServer server;
+    QVERIFY(server.listen());
+    auto o = options(server.url());
+    o.doNotTrack = true;
+    {
+        platform::PreferencesStore store(m_prefs);
+        TelemetryService service(store, o);
+        QSignalSpy recorded(&service, &TelemetryService::recorded);
+        QVERIFY(!service.recordLifecycleEvents());
+        QCoreApplication::processEvents();
+        QVERIFY(recorded.isEmpty());
+        QVERIFY(store.snapshot().isEmpty());
+    }
+    QVERIFY(!QFile::exists(m_prefs));
+    QVERIFY(server.requests.isEmpty());
+}
+
+// Origin and referrer as a browser stores them on the downloaded file, the marker file of an
+// internal install, and the attribution cached for later starts.
+void TestTelemetryService::attributionFromDownloadAttributes()
+{
+    const QString appImage = m_dir->filePath(QStringLiteral("Orvella-x86_64.AppImage"));
+    QVERIFY(QFile(appImage).open(QIODevice::WriteOnly));
+    auto setAttribute = [&](const char *name, const QByteArray &value) {
+        return ::setxattr(QFile::encodeName(appImage).constData(), name, value.constData(),
+                          size_t(value.size()), 0)
+               == 0;
+    };
+    if (!setAttribute("user.xdg.referrer.url", "https://blog.example/posts/orvella-review/")) {
+        if (errno == ENOTSUP)
+            QSKIP("this file system keeps no user extended attributes");
+        QFAIL("setxattr failed");
+    }
+    QVERIFY(
+        setAttribute("user.xdg.origin.url",
+                     "https://orvella.app/get/Orvella-x86_64.AppImage?utm_source=news&utm_campaign=spring"));
+    const QString marker = m_dir->filePath(QStringLiteral("data/Orvella/telemetry-internal.flag"));
+    QVERIFY(QDir().mkpath(QFileInfo(marker).absolutePath()));
+    QVERIFY(QFile(marker).open(QIODevice::WriteOnly));
+
+    LoopbackServer server;
+    QVERIFY(server.listen());
+    auto o = options(server.url());
+    o.host = platform::TelemetryHost(appImage, true, marker);
+    start(o);
+    QCOMPARE(server.requests.size(), 1);
+    const QJsonObject expected{
+        {QStringLiteral("source_type"), QStringLiteral("download_url")},
+        {QStringLiteral("source_host"), QStringLiteral("orvella.app")},
+        {QStringLiteral("source_path"), QStringLiteral("/get/Orvella-x86_64.AppImage")},
+        {QStringLiteral("source_slug"), QStringLiteral("orvella-x86_64")},
+        {QStringLiteral("utm_source"), QStringLiteral("news")},
+        {QStringLiteral("utm_campaign"), QStringLiteral("spring")},
+    };
+    QJsonObject event = bodyOf(server.requests.first());
+    for (auto it = expected.begin(); it != expected.end(); ++it)
+        QCOMPARE(event.value(it.key()), it.value());
+    QVERIFY(!event.contains(QStringLiteral("utm_medium")));
+    QCOMPARE(event.value(QStringLiteral("channel")).toString(), QStringLiteral("direct"));
+    QCOMPARE(event.value(QStringLiteral("is_internal")), QJsonValue(true));
+    QCOMPARE(event.value(QStringLiteral("internal_reason")).toString(), QStringLiteral("marker_file"));
+
+    // A later start keeps the first attribution even if the file's origin changed.
+    QVERIFY(setAttribute("user.xdg.origin.url", "https://elsewhere.example/other"));
+    QVERIFY(QFile::remove(marker));
+    o.version = QStringLiteral("1.4");
+    start(o);
+    QCOMPARE(server.requests.size(), 2);
+    event = bodyOf(server.requests.last());
+    QCOMPARE(event.value(QStringLiteral("event")).toString(), QStringLiteral("app_update"));
+    for (auto it = expected.begin(); it != expected.end(); ++it)
+        QCOMPARE(event.value(it.key()), it.value());
+    QCOMPARE(event.value(QStringLiteral("is_internal")), QJsonValue(false));
+    QVERIFY(!event.contains(QStringLiteral("internal_reason")));
+}
+
+// SIGKILL at any moment: whatever reached the server is in the stored queue, the first
+// launch is either fully recorded or not at all, and a later start delivers it exactly once.
+void TestTelemetryService::killedBetweenEnqueueAndSendLosesNothing()
+{
+    for (int attempt = 0; attempt < 8; ++attempt) {
+        init();
+        LoopbackServer silent;
+        QVERIFY(silent.listen());
+        silent.setSilent(true);
+
+        QProcess child;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.remove(QStringLiteral("DO_NOT_TRACK"));
+        env.remove(QStringLiteral("ORVELLA_INTERNAL_TELEMETRY"));
+        child.setProcessEnvironment(env);
+        child.start(QStringLiteral(ORVELLA_TELEMETRY_CHILD), {m_prefs, silent.url(), QStringLiteral("1.3")});
+        QVERIFY(child.waitForStarted());
+        // Even attempts die while the send is under way; odd ones at a random early moment.
+        if (attempt % 2 == 0)
+            QTRY_COMPARE_WITH_TIMEOUT(silent.requests.size(), 1, 20000);
+        else
+            QTest::qWait(int(QRandomGenerator::global()->bounded(60)));
+        child.kill();
+        QVERIFY(child.waitForFinished());
+
+        const QJsonObject stored = readJsonFile(m_prefs);
+        const QStringList pending = texts(stored.value(kPending));
+        const bool firstLaunchQueued =
+            stored.value(QStringLiteral("ov_telemetry_firstLaunchQueued")).toBool();
+        QCOMPARE(pending.size(), firstLaunchQueued ? 1 : 0);
+        for (const ReceivedRequest &request : std::as_const(silent.requests))
+            QVERIFY2(pending.contains(QString::fromUtf8(request.body)), request.body.constData());
+
+        LoopbackServer good;
+        QVERIFY(good.listen());
+        bool queueEmpty = false;
+        start(options(good.url()), &queueEmpty);
+        QVERIFY(queueEmpty);
+        QCOMPARE(good.requests.size(), 1);
+        QCOMPARE(bodyOf(good.requests.first()).value(QStringLiteral("event")).toString(),
+                 QStringLiteral("first_launch"));
+    }
+}
+
+QTEST_GUILESS_MAIN(TestTelemetryService)
+#include "tst_telemetryservice.moc"
