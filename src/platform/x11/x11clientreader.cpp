@@ -24,21 +24,6 @@ constexpr std::uint32_t kMaxIdWords = 64; // WM_CLASS and application ids: 256 b
 // Width, height and one pixel: anything shorter cannot hold an icon.
 constexpr std::uint32_t kMinIconBytes = 12;
 constexpr std::uint32_t kIconicState = 3;
-constexpr std::uint32_t kMaxPid = 0x7fffffff;
-
-std::optional<std::uint32_t> pidFromClientIds(const xcb_res_query_client_ids_reply_t *reply)
-{
-    for (auto it = xcb_res_query_client_ids_ids_iterator(reply); it.rem > 0;
-         xcb_res_client_id_value_next(&it)) {
-        if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) == 0
-            || xcb_res_client_id_value_value_length(it.data) < 1)
-            continue;
-        const std::uint32_t pid = *xcb_res_client_id_value_value(it.data);
-        if (pid > 0 && pid <= kMaxPid)
-            return pid;
-    }
-    return std::nullopt;
-}
 
 } // namespace
 

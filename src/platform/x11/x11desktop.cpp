@@ -5,6 +5,7 @@
 #include "platform/linux/desktopentries.h"
 #include "platform/x11/x11atoms.h"
 #include "platform/x11/x11clientreader.h"
+#include "platform/x11/x11replies.h"
 
 #include <xcb/res.h>
 #include <xcb/xcb.h>
@@ -244,16 +245,7 @@ std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *er
         return nullptr;
     }
 
-    // QueryClientIds, the pid of a window's client, came with X-Resource 1.2.
-    bool hasXRes = false;
-    if (const xcb_query_extension_reply_t *ext = xcb_get_extension_data(c, &xcb_res_id);
-        ext && ext->present) {
-        const std::unique_ptr<xcb_res_query_version_reply_t, decltype(&std::free)> version(
-            xcb_res_query_version_reply(c, xcb_res_query_version(c, 1, 2), nullptr), &std::free);
-        hasXRes =
-            version
-            && (version->server_major > 1 || (version->server_major == 1 && version->server_minor >= 2));
-    }
+    const bool hasXRes = supportsClientIds(c);
     if (!hasXRes)
         qCInfo(lcPlatform)
             << "[OV] no X-Resource 1.2 on this server: windows without _NET_WM_PID have no process";

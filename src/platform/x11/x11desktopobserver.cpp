@@ -154,7 +154,7 @@ std::unique_ptr<X11DesktopObserver> X11DesktopObserver::open(const QString &disp
     if (p.wakeFd < 0)
         return fail(
             QStringLiteral("cannot create an eventfd: %1").arg(QString::fromLocal8Bit(std::strerror(errno))));
-    p.probe = std::make_unique<WindowProbe>(p.connection, p.atoms, WindowProbe::queryXRes(p.connection));
+    p.probe = std::make_unique<WindowProbe>(p.connection, p.atoms, supportsClientIds(p.connection));
     p.reader = std::make_unique<EventReader>(p.connection, p.root, p.atoms, *p.probe);
     const xcb_query_extension_reply_t *saver = xcb_get_extension_data(p.connection, &xcb_screensaver_id);
     p.hasScreenSaver = saver && saver->present;

@@ -3,10 +3,12 @@
 
 #include "platform/x11/x11properties.h"
 
+#include <xcb/res.h>
 #include <xcb/xcb.h>
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 
 namespace orvella::platform::x11 {
 
@@ -77,5 +79,14 @@ private:
     xcb_connection_t *m_connection;
     bool m_vanished = false;
 };
+
+/// Larger process ids are no process's (pid_t is signed).
+inline constexpr std::uint32_t kMaxPid = 0x7fffffff;
+
+/// Whether the server answers X-Resource QueryClientIds (version 1.2), the pid of a
+/// window's client for windows without `_NET_WM_PID`.
+bool supportsClientIds(xcb_connection_t *connection);
+/// The local client pid in a QueryClientIds reply; absent when the server names none.
+std::optional<std::uint32_t> pidFromClientIds(const xcb_res_query_client_ids_reply_t *reply);
 
 } // namespace orvella::platform::x11

@@ -17,21 +17,6 @@ namespace {
 
 constexpr std::uint32_t kMaxTypeAtoms = 32;
 constexpr std::uint32_t kMaxStateAtoms = 64;
-constexpr std::uint32_t kMaxPid = 0x7fffffff;
-
-std::uint32_t pidFromClientIds(const xcb_res_query_client_ids_reply_t *reply)
-{
-    for (auto it = xcb_res_query_client_ids_ids_iterator(reply); it.rem > 0;
-         xcb_res_client_id_value_next(&it)) {
-        if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) == 0
-            || xcb_res_client_id_value_value_length(it.data) < 1)
-            continue;
-        const std::uint32_t pid = *xcb_res_client_id_value_value(it.data);
-        if (pid > 0 && pid <= kMaxPid)
-            return pid;
-    }
-    return 0;
-}
 
 struct Cookies
 {
@@ -46,17 +31,6 @@ WindowProbe::WindowProbe(xcb_connection_t *connection, const Atoms &atoms, bool 
     , m_atoms(atoms)
     , m_hasXRes(hasXRes)
 {}
-
-bool WindowProbe::queryXRes(xcb_connection_t *connection)
-{
-    const xcb_query_extension_reply_t *ext = xcb_get_extension_data(connection, &xcb_res_id);
-    if (!ext || !ext->present)
-        return false;
-    ReplyCollector replies(connection);
-    const auto version = replies.take(xcb_res_query_version_reply, xcb_res_query_version(connection, 1, 2));
-    return version
-           && (version->server_major > 1 || (version->server_major == 1 && version->server_minor >= 2));
-}
 
 std::vector<ProbedWindow> WindowProbe::probe(const QList<std::uint32_t> &windows) const
 {
@@ -109,7 +83,7 @@ std::vector<ProbedWindow> WindowProbe::probe(const QList<std::uint32_t> &windows
     for (auto &[p, cookie] : late) {
         ReplyCollector replies(c);
         if (const auto ids = replies.take(xcb_res_query_client_ids_reply, cookie))
-            p->pid = pidFromClientIds(ids.get());
+            p->pid = pidFromClientIds(ids.get()).value_or(0);
     }
     return out;
 }

@@ -32,9 +32,6 @@ class WindowProbe
 public:
     WindowProbe(xcb_connection_t *connection, const Atoms &atoms, bool hasXRes);
 
-    /// Whether the server offers X-Resource 1.2, whose client-id query gives a window's pid.
-    static bool queryXRes(xcb_connection_t *connection);
-
     /// The facts about `windows`, in the same order.
     std::vector<ProbedWindow> probe(const QList<std::uint32_t> &windows) const;
 
