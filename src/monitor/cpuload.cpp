@@ -7,10 +7,12 @@ namespace orvella::monitor {
 
 namespace {
 
-// Kernel counters only grow; a smaller value means the processor was replaced (hotplug).
-quint64 grownBy(quint64 now, quint64 before)
+// Kernel counters only grow; any smaller value means the processor's counters started
+// over (taken offline and back), so its interval cannot be measured this time.
+bool startedOver(const CpuTicks &now, const CpuTicks &before)
 {
-    return now >= before ? now - before : 0;
+    return now.user < before.user || now.system < before.system || now.idle < before.idle
+           || now.nice < before.nice;
 }
 
 } // namespace
@@ -33,12 +35,12 @@ double CpuLoad::update(const std::optional<QList<CpuTicks>> &ticks)
         }
         // A processor brought online since the last sample has no interval to measure yet.
         const auto previous = m_previous.constFind(t.cpu);
-        if (previous == m_previous.constEnd())
+        if (previous == m_previous.constEnd() || startedOver(t, *previous))
             continue;
-        user += grownBy(t.user, previous->user);
-        system += grownBy(t.system, previous->system);
-        idle += grownBy(t.idle, previous->idle);
-        nice += grownBy(t.nice, previous->nice);
+        user += t.user - previous->user;
+        system += t.system - previous->system;
+        idle += t.idle - previous->idle;
+        nice += t.nice - previous->nice;
     }
     m_previous = std::move(current);
     const double total = double(user) + double(system) + double(idle) + double(nice);

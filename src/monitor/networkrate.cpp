@@ -41,7 +41,8 @@ NetworkInfo NetworkRate::update(const QList<InterfaceEntry> &entries, const QDat
         if (entry.kind == InterfaceEntry::Kind::Link && entry.name != QLatin1String("lo")) {
             down += entry.rxBytes;
             up += entry.txBytes;
-        } else if (entry.kind == InterfaceEntry::Kind::IPv4 && info.ip.isEmpty() && !entry.address.isEmpty()) {
+        } else if (entry.kind == InterfaceEntry::Kind::IPv4 && info.ip.isEmpty()
+                   && !entry.address.isEmpty()) {
             if (const auto label = addressLabel(entry.name)) {
                 info.ip = entry.address;
                 info.iface = *label;

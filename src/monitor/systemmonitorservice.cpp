@@ -100,7 +100,8 @@ void SystemMonitorService::armTimer(quint64 generation, QDateTime deadline, qint
 void SystemMonitorService::queuePoll()
 {
     // Every poll runs on the worker, whoever asks, so the sampler has one thread.
-    QMetaObject::invokeMethod(m_worker, [this] { poll(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        m_worker, [this] { poll(); }, Qt::QueuedConnection);
 }
 
 void SystemMonitorService::poll()

@@ -175,7 +175,7 @@ private:
 
     tracking::Scheduler &m_scheduler;
     QThread m_queue;
-    QObject *m_worker = nullptr; ///< lives on m_queue; the context of every sampling call
+    QObject *m_worker = nullptr;              ///< lives on m_queue; the context of every sampling call
     std::unique_ptr<SystemSampler> m_sampler; ///< m_queue only
     std::atomic<quint64> m_timerGeneration{0};
     bool m_isRunning = false;

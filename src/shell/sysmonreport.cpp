@@ -59,7 +59,8 @@ QByteArray toText(const monitor::SystemMonitorService &m)
                  .arg(S::formatSpeed(m.networkDownSpeed()), S::formatSpeed(m.networkUpSpeed()),
                       m.networkInterface().isEmpty() ? QStringLiteral("-") : m.networkInterface(),
                       m.localIP().isEmpty() ? QStringLiteral("no local address") : m.localIP());
-    lines << QStringLiteral("External     %1").arg(m.externalIP().isEmpty() ? QStringLiteral("-") : m.externalIP());
+    lines << QStringLiteral("External     %1")
+                 .arg(m.externalIP().isEmpty() ? QStringLiteral("-") : m.externalIP());
     if (m.hasBattery()) {
         lines << QStringLiteral("Battery      %1 (%2 of %3), %4, %5 C, %6 V")
                      .arg(m.batteryLevel() < 0 ? QStringLiteral("unknown") : percent(m.batteryLevel()))
@@ -82,7 +83,8 @@ QByteArray toText(const monitor::SystemMonitorService &m)
                                              : QStringLiteral("not available"));
     lines << QStringLiteral("Uptime       %1 (booted %2)")
                  .arg(S::formatUptime(m.uptime()), m.bootDate().toLocalTime().toString(Qt::ISODate));
-    lines << QStringLiteral("Model        %1").arg(m.modelName().isEmpty() ? QStringLiteral("-") : m.modelName());
+    lines << QStringLiteral("Model        %1")
+                 .arg(m.modelName().isEmpty() ? QStringLiteral("-") : m.modelName());
     lines << QStringLiteral("Kernel       %1").arg(m.osVersion());
     return (lines.join(u'\n') + QLatin1String("\n\n")).toUtf8();
 }

@@ -105,7 +105,8 @@ std::optional<monitor::VolumeCapacity> LinuxSystemFacts::homeVolume() const
 {
     struct statvfs fs;
     if (::statvfs(QFile::encodeName(path(m_home)).constData(), &fs) != 0) {
-        qCWarning(lcMonitor).noquote() << "[OV] statvfs of" << path(m_home) << "failed:" << std::strerror(errno);
+        qCWarning(lcMonitor).noquote()
+            << "[OV] statvfs of" << path(m_home) << "failed:" << std::strerror(errno);
         return std::nullopt;
     }
     monitor::VolumeCapacity volume;
@@ -141,7 +142,8 @@ QString LinuxSystemFacts::volumeName(const QString &target) const
     if (source.startsWith(QLatin1String("/dev/"))) {
         const QString device = QFileInfo(path(source)).canonicalFilePath();
         QDir labels(path(QStringLiteral("/dev/disk/by-label")));
-        for (const QFileInfo &link : labels.entryInfoList(QDir::System | QDir::Files | QDir::NoDotAndDotDot)) {
+        for (const QFileInfo &link :
+             labels.entryInfoList(QDir::System | QDir::Files | QDir::NoDotAndDotDot)) {
             if (!link.isSymLink())
                 continue;
             const QFileInfo linked(link.symLinkTarget());

@@ -22,7 +22,8 @@ std::optional<qint64> attribute(const QString &supply, const char *name)
         return std::nullopt;
     const std::optional<qint64> value = monitor::parsers::sysfsInteger(*text);
     if (!value)
-        qCDebug(lcMonitor).noquote() << "[OV] power supply: not a number in" << supply + u'/' + QLatin1String(name);
+        qCDebug(lcMonitor).noquote() << "[OV] power supply: not a number in"
+                                     << supply + u'/' + QLatin1String(name);
     return value;
 }
 
@@ -98,10 +99,15 @@ std::optional<monitor::BatteryInfo> PowerSupplies::battery() const
         if (attribute(adapter, "online").value_or(0) != 1)
             continue;
         info.pluggedIn = true;
-        info.adapterV = double(firstOf(adapter, {"voltage_now", "voltage_max"}).value_or(0)) / 1e6;
-        info.adapterA = double(firstOf(adapter, {"current_now", "current_max"}).value_or(0)) / 1e6;
-        info.adapterW = int(std::lround(info.adapterV * info.adapterA));
-        break;
+        // A "Mains" entry often reports nothing but "online"; the USB-C entry of the
+        // same charger knows its voltage and current.
+        const double volts = double(firstOf(adapter, {"voltage_now", "voltage_max"}).value_or(0)) / 1e6;
+        const double amps = double(firstOf(adapter, {"current_now", "current_max"}).value_or(0)) / 1e6;
+        if (info.adapterW == 0 && volts > 0 && amps > 0) {
+            info.adapterV = volts;
+            info.adapterA = amps;
+            info.adapterW = int(std::lround(volts * amps));
+        }
     }
     // Without an adapter entry at all, a charging battery is the only sign of one.
     if (!adapterSeen)
