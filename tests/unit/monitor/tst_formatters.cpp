@@ -22,18 +22,42 @@ void TestFormatters::bytes_data()
     QTest::addColumn<QString>("speed");
     QTest::addColumn<QString>("speedShort");
     constexpr quint64 K = 1024, M = K * K, G = M * K;
-    QTest::newRow("zero") << quint64(0) << "0 B" << "0 B/s" << "0B";
-    QTest::newRow("one") << quint64(1) << "1 B" << "1 B/s" << "1B";
-    QTest::newRow("K-1") << K - 1 << "1023 B" << "1023 B/s" << "1023B";
-    QTest::newRow("K") << K << "1 KB" << "1 KB/s" << "1K";
-    QTest::newRow("1.5K truncates") << quint64(1536) << "1 KB" << "1 KB/s" << "1K";
-    QTest::newRow("M-1") << M - 1 << "1023 KB" << "1023 KB/s" << "1023K";
-    QTest::newRow("M") << M << "1.0 MB" << "1.0 MB/s" << "1.0M";
-    QTest::newRow("1.5M") << M + M / 2 << "1.5 MB" << "1.5 MB/s" << "1.5M";
-    QTest::newRow("G-1 rounds up") << G - 1 << "1024.0 MB" << "1024.0 MB/s" << "1024.0M";
-    QTest::newRow("G") << G << "1.0 GB" << "1.0 GB/s" << "1.0G";
-    QTest::newRow("5 TiB stays in GB") << 5 * K * G << "5120.0 GB" << "5120.0 GB/s" << "5120.0G";
-    QTest::newRow("largest") << ~quint64(0) << "17179869184.0 GB" << "17179869184.0 GB/s" << "17179869184.0G";
+    QTest::newRow("zero") << quint64(0) << "0 B"
+                          << "0 B/s"
+                          << "0B";
+    QTest::newRow("one") << quint64(1) << "1 B"
+                         << "1 B/s"
+                         << "1B";
+    QTest::newRow("K-1") << K - 1 << "1023 B"
+                         << "1023 B/s"
+                         << "1023B";
+    QTest::newRow("K") << K << "1 KB"
+                       << "1 KB/s"
+                       << "1K";
+    QTest::newRow("1.5K truncates") << quint64(1536) << "1 KB"
+                                    << "1 KB/s"
+                                    << "1K";
+    QTest::newRow("M-1") << M - 1 << "1023 KB"
+                         << "1023 KB/s"
+                         << "1023K";
+    QTest::newRow("M") << M << "1.0 MB"
+                       << "1.0 MB/s"
+                       << "1.0M";
+    QTest::newRow("1.5M") << M + M / 2 << "1.5 MB"
+                          << "1.5 MB/s"
+                          << "1.5M";
+    QTest::newRow("G-1 rounds up") << G - 1 << "1024.0 MB"
+                                   << "1024.0 MB/s"
+                                   << "1024.0M";
+    QTest::newRow("G") << G << "1.0 GB"
+                       << "1.0 GB/s"
+                       << "1.0G";
+    QTest::newRow("5 TiB stays in GB") << 5 * K * G << "5120.0 GB"
+                                       << "5120.0 GB/s"
+                                       << "5120.0G";
+    QTest::newRow("largest") << ~quint64(0) << "17179869184.0 GB"
+                             << "17179869184.0 GB/s"
+                             << "17179869184.0G";
 }
 
 void TestFormatters::bytes()

@@ -46,7 +46,7 @@ private slots:
 void TestMonitorParsers::procStat_data()
 {
     QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<int>("processors"); // -1: absent
+    QTest::addColumn<int>("processors");   // -1: absent
     QTest::addColumn<quint64>("cpu0Busy"); // user + system + nice of the first processor
     QTest::newRow("two processors, aggregate skipped")
         << QByteArray("cpu  30 3 20 100 0 0 0 0 0 0\ncpu0 10 1 5 50 0\ncpu1 20 2 15 50 0\nintr 1 2\n") << 2
@@ -84,24 +84,25 @@ void TestMonitorParsers::memInfo_data()
     QTest::addColumn<double>("compressedGB");
     QTest::addColumn<quint64>("swapUsed");
     // 4 GiB = 4194304 kB; used = Active + Unevictable + Zswap.
-    QTest::newRow("all fields") << QByteArray("MemTotal: 4194304 kB\nMemFree: 1048576 kB\nActive: 1048576 kB\n"
-                                              "Inactive: 1048576 kB\nUnevictable: 524288 kB\nZswap: 524288 kB\n"
-                                              "SwapTotal: 2048 kB\nSwapFree: 1024 kB\n")
+    QTest::newRow("all fields") << QByteArray(
+        "MemTotal: 4194304 kB\nMemFree: 1048576 kB\nActive: 1048576 kB\n"
+        "Inactive: 1048576 kB\nUnevictable: 524288 kB\nZswap: 524288 kB\n"
+        "SwapTotal: 2048 kB\nSwapFree: 1024 kB\n")
                                 << 4.0 << 50.0 << 50.0 << 0.5 << quint64(1048576);
     QTest::newRow("no zswap on older kernels")
-        << QByteArray("MemTotal: 4194304 kB\nMemFree: 2097152 kB\nActive: 1048576 kB\nInactive: 0 kB\n") << 4.0
-        << 25.0 << 50.0 << 0.0 << quint64(0);
+        << QByteArray("MemTotal: 4194304 kB\nMemFree: 2097152 kB\nActive: 1048576 kB\nInactive: 0 kB\n")
+        << 4.0 << 25.0 << 50.0 << 0.0 << quint64(0);
     QTest::newRow("swap free above total reads as none")
-        << QByteArray("MemTotal: 4194304 kB\nSwapTotal: 10 kB\nSwapFree: 20 kB\n") << 4.0 << 0.0 << 100.0 << 0.0
-        << quint64(0);
+        << QByteArray("MemTotal: 4194304 kB\nSwapTotal: 10 kB\nSwapFree: 20 kB\n") << 4.0 << 0.0 << 100.0
+        << 0.0 << quint64(0);
     QTest::newRow("counts beyond total clamp to 100")
         << QByteArray("MemTotal: 1024 kB\nActive: 4096 kB\n") << 1024.0 / 1048576 << 100.0 << 100.0 << 0.0
         << quint64(0);
     QTest::newRow("no MemTotal: all zero")
-        << QByteArray("MemFree: 1048576 kB\nActive: 1048576 kB\nSwapTotal: 8 kB\n") << 0.0 << 0.0 << 0.0 << 0.0
-        << quint64(0);
-    QTest::newRow("garbled value") << QByteArray("MemTotal: lots kB\nActive: 1 kB\n") << 0.0 << 0.0 << 0.0 << 0.0
-                                   << quint64(0);
+        << QByteArray("MemFree: 1048576 kB\nActive: 1048576 kB\nSwapTotal: 8 kB\n") << 0.0 << 0.0 << 0.0
+        << 0.0 << quint64(0);
+    QTest::newRow("garbled value") << QByteArray("MemTotal: lots kB\nActive: 1 kB\n") << 0.0 << 0.0 << 0.0
+                                   << 0.0 << quint64(0);
     QTest::newRow("empty") << QByteArray() << 0.0 << 0.0 << 0.0 << 0.0 << quint64(0);
 }
 
@@ -147,13 +148,14 @@ void TestMonitorParsers::modelName_data()
     QTest::addColumn<QStringList>("fields"); // vendor, product, version, family, board
     QTest::addColumn<QString>("name");
     QTest::newRow("dell") << QStringList{"Dell Inc.", "XPS 13 9310", "", "XPS", "0MRT12"} << "XPS 13 9310";
-    QTest::newRow("lenovo type code")
-        << QStringList{"LENOVO", "20XW0026GE", "ThinkPad X1 Carbon Gen 9", "ThinkPad X1 Carbon Gen 9", "20XW0026GE"}
-        << "ThinkPad X1 Carbon Gen 9";
-    QTest::newRow("lenovo without version") << QStringList{"LENOVO", "20XW0026GE", "", "", ""} << "20XW0026GE";
+    QTest::newRow("lenovo type code") << QStringList{"LENOVO", "20XW0026GE", "ThinkPad X1 Carbon Gen 9",
+                                                     "ThinkPad X1 Carbon Gen 9", "20XW0026GE"}
+                                      << "ThinkPad X1 Carbon Gen 9";
+    QTest::newRow("lenovo without version")
+        << QStringList{"LENOVO", "20XW0026GE", "", "", ""} << "20XW0026GE";
     QTest::newRow("board of a self-built desktop")
-        << QStringList{"System manufacturer", "System Product Name", "System Version", "To be filled by O.E.M.",
-                       "PRIME B450M-A"}
+        << QStringList{"System manufacturer", "System Product Name", "System Version",
+                       "To be filled by O.E.M.", "PRIME B450M-A"}
         << "PRIME B450M-A";
     QTest::newRow("qemu shown as it is")
         << QStringList{"QEMU", "Standard PC (Q35 + ICH9, 2009)", "pc-q35-7.2", "", ""}
@@ -161,9 +163,9 @@ void TestMonitorParsers::modelName_data()
     QTest::newRow("hyper-v") << QStringList{"Microsoft Corporation", "Virtual Machine", "7.0", "", ""}
                              << "Virtual Machine";
     QTest::newRow("nothing") << QStringList{"", "", "", "", ""} << "";
-    QTest::newRow("only placeholders")
-        << QStringList{"Default string", "Default string", "Default string", "Default string", "Default string"}
-        << "";
+    QTest::newRow("only placeholders") << QStringList{"Default string", "Default string", "Default string",
+                                                      "Default string", "Default string"}
+                                       << "";
 }
 
 void TestMonitorParsers::modelName()
@@ -208,11 +210,14 @@ void TestMonitorParsers::networkRate_data()
     QTest::addColumn<quint64>("down");
     QTest::addColumn<quint64>("up");
     // The first sample has 1000 received and 500 sent on eth0, and 1 GB on loopback.
-    QTest::newRow("one second") << qint64(1000) << quint32(3000) << quint32(1500) << quint64(2000) << quint64(1000);
-    QTest::newRow("speed truncated") << qint64(3000) << quint32(2000) << quint32(501) << quint64(333) << quint64(0);
+    QTest::newRow("one second") << qint64(1000) << quint32(3000) << quint32(1500) << quint64(2000)
+                                << quint64(1000);
+    QTest::newRow("speed truncated") << qint64(3000) << quint32(2000) << quint32(501) << quint64(333)
+                                     << quint64(0);
     QTest::newRow("exactly 0.1 s reports nothing")
         << qint64(100) << quint32(9000) << quint32(9000) << quint64(0) << quint64(0);
-    QTest::newRow("just over 0.1 s") << qint64(101) << quint32(2010) << quint32(500) << quint64(10000) << quint64(0);
+    QTest::newRow("just over 0.1 s") << qint64(101) << quint32(2010) << quint32(500) << quint64(10000)
+                                     << quint64(0);
     QTest::newRow("received counter went down")
         << qint64(1000) << quint32(10) << quint32(1500) << quint64(0) << quint64(1000);
     QTest::newRow("32-bit wrap reads as 0")
@@ -227,8 +232,7 @@ void TestMonitorParsers::networkRate()
     QFETCH(quint64, down);
     QFETCH(quint64, up);
     NetworkRate rate;
-    const NetworkInfo first =
-        rate.update({link("lo", 1u << 30, 1u << 30), link("eth0", 1000, 500)}, t0);
+    const NetworkInfo first = rate.update({link("lo", 1u << 30, 1u << 30), link("eth0", 1000, 500)}, t0);
     QCOMPARE(first.downSpeed, quint64(0)); // no previous sample
     const NetworkInfo second =
         rate.update({link("lo", 1u << 31, 1u << 31), link("eth0", rx2, tx2)}, t0.addMSecs(gapMs));
@@ -241,22 +245,32 @@ void TestMonitorParsers::localAddress_data()
     QTest::addColumn<QList<InterfaceEntry>>("entries");
     QTest::addColumn<QString>("ip");
     QTest::addColumn<QString>("iface");
-    QTest::newRow("wifi") << QList{ipv4("lo", "127.0.0.1"), ipv4("wlp0s20f3", "192.168.1.23")} << "192.168.1.23"
+    QTest::newRow("wifi") << QList{ipv4("lo", "127.0.0.1"), ipv4("wlp0s20f3", "192.168.1.23")}
+                          << "192.168.1.23"
                           << "Wi-Fi";
-    QTest::newRow("ethernet, predictable name") << QList{ipv4("enp3s0", "10.0.0.5")} << "10.0.0.5" << "Ethernet";
-    QTest::newRow("ethernet, classic name") << QList{ipv4("eth0", "10.0.0.6")} << "10.0.0.6" << "Ethernet";
-    QTest::newRow("first one wins")
-        << QList{ipv4("enp3s0", "10.0.0.5"), ipv4("wlan0", "192.168.1.2")} << "10.0.0.5" << "Ethernet";
+    QTest::newRow("ethernet, predictable name") << QList{ipv4("enp3s0", "10.0.0.5")} << "10.0.0.5"
+                                                << "Ethernet";
+    QTest::newRow("ethernet, classic name") << QList{ipv4("eth0", "10.0.0.6")} << "10.0.0.6"
+                                            << "Ethernet";
+    QTest::newRow("first one wins") << QList{ipv4("enp3s0", "10.0.0.5"), ipv4("wlan0", "192.168.1.2")}
+                                    << "10.0.0.5"
+                                    << "Ethernet";
     QTest::newRow("bridges never supply it")
-        << QList{ipv4("docker0", "172.17.0.1"), ipv4("virbr0", "192.168.122.1"), ipv4("br-1a2b3c", "172.18.0.1"),
-                 ipv4("veth12ab", "169.254.3.3"), ipv4("wlan0", "192.168.1.2")}
-        << "192.168.1.2" << "Wi-Fi";
-    QTest::newRow("vpn tunnel without label") << QList{ipv4("wg0", "10.8.0.2")} << "10.8.0.2" << "";
-    QTest::newRow("openvpn tun") << QList{ipv4("tun0", "10.9.0.2"), ipv4("eth0", "10.0.0.6")} << "10.9.0.2" << "";
-    QTest::newRow("empty address skipped")
-        << QList{ipv4("wlan0", ""), ipv4("eth0", "10.0.0.6")} << "10.0.0.6" << "Ethernet";
-    QTest::newRow("only bridges") << QList{ipv4("docker0", "172.17.0.1")} << "" << "";
-    QTest::newRow("nothing") << QList<InterfaceEntry>{} << "" << "";
+        << QList{ipv4("docker0", "172.17.0.1"), ipv4("virbr0", "192.168.122.1"),
+                 ipv4("br-1a2b3c", "172.18.0.1"), ipv4("veth12ab", "169.254.3.3"),
+                 ipv4("wlan0", "192.168.1.2")}
+        << "192.168.1.2"
+        << "Wi-Fi";
+    QTest::newRow("vpn tunnel without label") << QList{ipv4("wg0", "10.8.0.2")} << "10.8.0.2"
+                                              << "";
+    QTest::newRow("openvpn tun") << QList{ipv4("tun0", "10.9.0.2"), ipv4("eth0", "10.0.0.6")} << "10.9.0.2"
+                                 << "";
+    QTest::newRow("empty address skipped") << QList{ipv4("wlan0", ""), ipv4("eth0", "10.0.0.6")} << "10.0.0.6"
+                                           << "Ethernet";
+    QTest::newRow("only bridges") << QList{ipv4("docker0", "172.17.0.1")} << ""
+                                  << "";
+    QTest::newRow("nothing") << QList<InterfaceEntry>{} << ""
+                             << "";
 }
 
 void TestMonitorParsers::localAddress()

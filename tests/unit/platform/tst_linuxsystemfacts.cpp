@@ -90,13 +90,17 @@ void TestLinuxSystemFacts::machines_data()
     QTest::addColumn<QString>("os");
     QTest::addColumn<double>("uptime");
     QTest::addColumn<QString>("volume");
-    QTest::newRow("laptop") << "laptop" << "/home/alex" << 8 << 16088332.0 / 1048576 << true << 52.0
-                            << "XPS 13 9310" << "6.1.0" << 93784.52 << "home";
+    QTest::newRow("laptop") << "laptop"
+                            << "/home/alex" << 8 << 16088332.0 / 1048576 << true << 52.0 << "XPS 13 9310"
+                            << "6.1.0" << 93784.52 << "home";
     // The mouse's battery is not the machine's.
-    QTest::newRow("desktop") << "desktop" << "/home/sam" << 12 << 32768000.0 / 1048576 << false << 48.625
-                             << "PRIME B450M-A" << "6.5.0" << 3541.87 << "Data Disk";
-    QTest::newRow("vm") << "vm" << "/root" << 2 << 2014840.0 / 1048576 << false << 0.0 << "" << "6.1.0" << 59.03
-                        << "/";
+    QTest::newRow("desktop") << "desktop"
+                             << "/home/sam" << 12 << 32768000.0 / 1048576 << false << 48.625
+                             << "PRIME B450M-A"
+                             << "6.5.0" << 3541.87 << "Data Disk";
+    QTest::newRow("vm") << "vm"
+                        << "/root" << 2 << 2014840.0 / 1048576 << false << 0.0 << ""
+                        << "6.1.0" << 59.03 << "/";
 }
 
 void TestLinuxSystemFacts::machines()
@@ -140,7 +144,8 @@ void TestLinuxSystemFacts::volumeNames()
 {
     const LinuxSystemFacts desktop(fixture(QStringLiteral("desktop")));
     // Blanks come escaped both in the mount table ("\040") and in the label ("\x20").
-    QCOMPARE(desktop.volumeName(QStringLiteral("/media/sam/Photo Archive/2024")), QStringLiteral("Photo Archive"));
+    QCOMPARE(desktop.volumeName(QStringLiteral("/media/sam/Photo Archive/2024")),
+             QStringLiteral("Photo Archive"));
     QCOMPARE(desktop.volumeName(QStringLiteral("/srv/data")), QStringLiteral("ubuntu"));
     // "/homework" is on the root file system, not below "/home".
     QCOMPARE(desktop.volumeName(QStringLiteral("/homework")), QStringLiteral("ubuntu"));
@@ -166,21 +171,20 @@ void TestLinuxSystemFacts::battery_data()
         << QStringList{"-" + kBattery + "charge_now", "-" + kBattery + "charge_full",
                        kBattery + "energy_now=41232000\n", kBattery + "energy_full=51540000\n"}
         << 80.0 << 41232 << 51540 << true << true << 0.0 << 8.412 << 65;
-    QTest::newRow("battery temperature in tenths")
-        << QStringList{kBattery + "temp=312\n"} << 80.0 << 5208 << 6510 << true << true << 31.2 << 8.412 << 65;
+    QTest::newRow("battery temperature in tenths") << QStringList{kBattery + "temp=312\n"} << 80.0 << 5208
+                                                   << 6510 << true << true << 31.2 << 8.412 << 65;
     QTest::newRow("non-numeric charge: the driver's percentage")
         << QStringList{kBattery + "charge_now=N/A\n", kBattery + "charge_full=\n"} << 80.0 << 0 << 0 << true
         << true << 0.0 << 8.412 << 65;
-    QTest::newRow("unplugged")
-        << QStringList{kBattery + "status=Discharging\n", "sys/class/power_supply/AC/online=0\n",
-                       kUsbC + "online=0\n"}
-        << 80.0 << 5208 << 6510 << false << false << 0.0 << 8.412 << 0;
+    QTest::newRow("unplugged") << QStringList{kBattery + "status=Discharging\n",
+                                              "sys/class/power_supply/AC/online=0\n", kUsbC + "online=0\n"}
+                               << 80.0 << 5208 << 6510 << false << false << 0.0 << 8.412 << 0;
     QTest::newRow("mains without figures, no USB-C entry")
         << QStringList{kUsbC + "type=Unknown\n"} << 80.0 << 5208 << 6510 << true << true << 0.0 << 8.412 << 0;
     QTest::newRow("every attribute empty")
         << QStringList{kBattery + "charge_now=", kBattery + "charge_full=", kBattery + "capacity=",
-                       kBattery + "status=", kBattery + "voltage_now=", kUsbC + "voltage_now=",
-                       kUsbC + "voltage_max=", kUsbC + "online="}
+                       kBattery + "status=",     kBattery + "voltage_now=", kUsbC + "voltage_now=",
+                       kUsbC + "voltage_max=",   kUsbC + "online="}
         << -1.0 << 0 << 0 << false << true << 0.0 << 0.0 << 0;
 }
 
@@ -253,12 +257,12 @@ void TestLinuxSystemFacts::malformedKernelFiles_data()
         << QStringList{"proc/stat=cpu  1843212 3121 612398\ncpu0 1843", "proc/meminfo=MemTotal:  160",
                        "proc/uptime=93", "proc/sys/kernel/osrelease=6."}
         << false << 160.0 / 1048576 << 93.0 << "6.0.0";
-    QTest::newRow("empty files")
-        << QStringList{"proc/stat=", "proc/meminfo=", "proc/uptime=", "proc/sys/kernel/osrelease="} << false << 0.0
-        << 0.0 << "";
-    QTest::newRow("missing files")
-        << QStringList{"-proc/stat", "-proc/meminfo", "-proc/uptime", "-proc/sys/kernel/osrelease"} << false
-        << 0.0 << 0.0 << "";
+    QTest::newRow("empty files") << QStringList{"proc/stat=", "proc/meminfo=", "proc/uptime=",
+                                                "proc/sys/kernel/osrelease="}
+                                 << false << 0.0 << 0.0 << "";
+    QTest::newRow("missing files") << QStringList{"-proc/stat", "-proc/meminfo", "-proc/uptime",
+                                                  "-proc/sys/kernel/osrelease"}
+                                   << false << 0.0 << 0.0 << "";
     QTest::newRow("meminfo without MemTotal")
         << QStringList{"proc/meminfo=MemFree: 1843220 kB\nActive: 7340032 kB\n"} << true << 0.0 << 93784.52
         << "6.1.0";
@@ -311,7 +315,9 @@ void TestLinuxSystemFacts::liveMachine()
     // Every machine has at least a loopback link whose counters can be read.
     bool loopback = false;
     for (const monitor::InterfaceEntry &entry : facts.interfaces())
-        loopback = loopback || (entry.name == QLatin1String("lo") && entry.kind == monitor::InterfaceEntry::Kind::Link);
+        loopback =
+            loopback
+            || (entry.name == QLatin1String("lo") && entry.kind == monitor::InterfaceEntry::Kind::Link);
     QVERIFY(loopback);
 }
 
