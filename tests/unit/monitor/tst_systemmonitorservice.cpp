@@ -215,7 +215,7 @@ void TestSystemMonitorService::startStopRestart()
     service.restart(10);
     QVERIFY(service.isRunning());
     QCOMPARE(m_clock->pendingCount(), 2); // the old timer's last call and the new one
-    advanceAndWait(service, 0ms); // restart polls at once
+    advanceAndWait(service, 0ms);         // restart polls at once
     advanceAndWait(service, 10s);
     QCOMPARE(m_clock->pendingCount(), 1);
 }
