@@ -91,7 +91,8 @@ int main(int argc, char **argv)
     monitor::SystemSampler sampler(facts, tracking::Scheduler::system());
     sampler.sample(true);
     row("poll (disk cached)", 500, [&] { sampler.sample(true); });
-    row("poll (first: disk read)", 200, [&] { monitor::SystemSampler(facts, tracking::Scheduler::system()).sample(true); });
+    row("poll (first: disk read)", 200,
+        [&] { monitor::SystemSampler(facts, tracking::Scheduler::system()).sample(true); });
 
     // top reads every process; this is what a general-purpose tool pays for one screen.
     std::vector<double> topCpu, topWall;
@@ -123,9 +124,10 @@ int main(int argc, char **argv)
     app.exec();
     service.stop();
     const double cpu = usageMs(RUSAGE_SELF) - before;
-    std::printf("\nservice at 3 s for %d s: %lld samples, %.1f ms CPU in all (%.3f ms per sample, %.4f %% of one "
-                "core)\n",
-                seconds, qlonglong(sampled.count()), cpu, cpu / double(std::max<qsizetype>(1, sampled.count())),
-                cpu / (seconds * 10.0));
+    std::printf(
+        "\nservice at 3 s for %d s: %lld samples, %.1f ms CPU in all (%.3f ms per sample, %.4f %% of one "
+        "core)\n",
+        seconds, qlonglong(sampled.count()), cpu, cpu / double(std::max<qsizetype>(1, sampled.count())),
+        cpu / (seconds * 10.0));
     return 0;
 }

@@ -9,6 +9,13 @@
 
 namespace orvella::monitor {
 
+namespace {
+
+constexpr double kMinimumInterval = 0.1;
+constexpr double kDefaultInterval = 3.0;
+
+} // namespace
+
 SystemMonitorService::SystemMonitorService(std::shared_ptr<const platform::SystemFacts> facts,
                                            const QUrl &externalAddressUrl, tracking::Scheduler &scheduler,
                                            QObject *parent)
@@ -44,6 +51,13 @@ void SystemMonitorService::start(double interval)
 {
     if (m_isRunning)
         return;
+    // A damaged preference must not turn sampling into a busy loop.
+    if (!(interval >= kMinimumInterval)) {
+        qCWarning(lcMonitor).noquote() << QString::asprintf(
+            "[OV] SystemMonitorService: interval %g s is unusable; sampling every %.1f s", interval,
+            kDefaultInterval);
+        interval = kDefaultInterval;
+    }
     m_isRunning = true;
     qCInfo(lcMonitor).noquote() << QString::asprintf("[OV] SystemMonitorService started (interval=%.1fs)",
                                                      interval);

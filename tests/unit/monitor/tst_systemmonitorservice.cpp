@@ -218,6 +218,15 @@ void TestSystemMonitorService::startStopRestart()
     advanceAndWait(service, 0ms);         // restart polls at once
     advanceAndWait(service, 10s);
     QCOMPARE(m_clock->pendingCount(), 1);
+
+    // A damaged setting: the default rhythm instead of a busy loop.
+    service.stop();
+    m_clock->advance(10s);
+    QTest::ignoreMessage(QtWarningMsg,
+                         "[OV] SystemMonitorService: interval 0 s is unusable; sampling every 3.0 s");
+    QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitorService started (interval=3.0s)");
+    startAndWaitForFirstSample(service, 0);
+    advanceAndWait(service, 3s);
 }
 
 void TestSystemMonitorService::diskIsReadAtMostEvery30Seconds()
