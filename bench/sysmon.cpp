@@ -88,11 +88,11 @@ int main(int argc, char **argv)
     row("reader: power_supply", 500, [&] { facts->battery(); });
     row("reader: hwmon / thermal", 500, [&] { facts->cpuTemperature(); });
     row("reader: /proc/uptime", 500, [&] { facts->uptimeSeconds(); });
-    monitor::SystemSampler sampler(facts, tracking::Scheduler::system());
-    sampler.sample(true);
-    row("poll (disk cached)", 500, [&] { sampler.sample(true); });
+    monitor::SystemSampler sampler(facts);
+    sampler.sample(true, QDateTime::currentDateTimeUtc());
+    row("poll (disk cached)", 500, [&] { sampler.sample(true, QDateTime::currentDateTimeUtc()); });
     row("poll (first: disk read)", 200,
-        [&] { monitor::SystemSampler(facts, tracking::Scheduler::system()).sample(true); });
+        [&] { monitor::SystemSampler(facts).sample(true, QDateTime::currentDateTimeUtc()); });
 
     // top reads every process; this is what a general-purpose tool pays for one screen.
     std::vector<double> topCpu, topWall;

@@ -21,7 +21,7 @@ SystemMonitorService::SystemMonitorService(std::shared_ptr<const platform::Syste
                                            QObject *parent)
     : QObject(parent)
     , m_scheduler(scheduler)
-    , m_sampler(std::make_unique<SystemSampler>(facts, scheduler))
+    , m_sampler(std::make_unique<SystemSampler>(facts))
 {
     m_disk = SystemSampler::diskInfo(std::nullopt);
     m_modelName = facts->modelName();
@@ -61,7 +61,7 @@ void SystemMonitorService::start(double interval)
     m_isRunning = true;
     qCInfo(lcMonitor).noquote() << QString::asprintf("[OV] SystemMonitorService started (interval=%.1fs)",
                                                      interval);
-    queuePoll();
+    queuePoll(m_scheduler.now());
     const qint64 intervalMs = std::max<qint64>(1, std::llround(interval * 1000));
     armTimer(++m_timerGeneration, m_scheduler.now().addMSecs(intervalMs), intervalMs);
 }
@@ -91,7 +91,7 @@ void SystemMonitorService::setPaused(bool paused)
     }
     qCInfo(lcMonitor).noquote() << QString::asprintf("[OV] SystemMonitor paused=%d", paused ? 1 : 0);
     if (!paused)
-        queuePoll();
+        queuePoll(m_scheduler.now());
 }
 
 void SystemMonitorService::armTimer(quint64 generation, QDateTime deadline, qint64 intervalMs)
@@ -100,32 +100,40 @@ void SystemMonitorService::armTimer(quint64 generation, QDateTime deadline, qint
     m_scheduler.schedule(std::chrono::milliseconds(delay), m_worker, [=, this] {
         if (generation != m_timerGeneration.load())
             return;
-        queuePoll();
+        // The pause is read when the timer fires, as a poll running right here would;
+        // the queued poll reads it again.
+        const QDateTime now = m_scheduler.now();
+        if (!isPaused())
+            queuePoll(now);
         // Deadlines follow the first one exactly; after a suspend the missed ones are
         // skipped instead of fired in a burst.
         QDateTime next = deadline.addMSecs(intervalMs);
-        const QDateTime now = m_scheduler.now();
         if (next <= now)
             next = now.addMSecs(intervalMs);
         armTimer(generation, next, intervalMs);
     });
 }
 
-void SystemMonitorService::queuePoll()
+void SystemMonitorService::queuePoll(const QDateTime &now)
 {
-    // Every poll runs on the worker, whoever asks, so the sampler has one thread.
+    // Every poll runs on the worker, whoever asks, so the sampler has one thread. The
+    // time is taken where the poll is asked for: the clock belongs to the thread that
+    // fires the timer, and the worker never reads it.
     QMetaObject::invokeMethod(
-        m_worker, [this] { poll(); }, Qt::QueuedConnection);
+        m_worker, [this, now] { poll(now); }, Qt::QueuedConnection);
 }
 
-void SystemMonitorService::poll()
+bool SystemMonitorService::isPaused()
 {
-    {
-        std::lock_guard lock(m_pausedLock);
-        if (m_isPaused)
-            return;
-    }
-    MonitorSample sample = m_sampler->sample(m_hasBattery);
+    std::lock_guard lock(m_pausedLock);
+    return m_isPaused;
+}
+
+void SystemMonitorService::poll(const QDateTime &now)
+{
+    if (isPaused())
+        return;
+    MonitorSample sample = m_sampler->sample(m_hasBattery, now);
     // `this` as the context: the call is dropped when the service is gone.
     QMetaObject::invokeMethod(
         this, [this, sample = std::move(sample)] { publish(sample); }, Qt::QueuedConnection);

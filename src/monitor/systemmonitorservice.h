@@ -167,8 +167,9 @@ signals:
     void sampled();
 
 private:
-    void queuePoll();
-    void poll();
+    bool isPaused();
+    void queuePoll(const QDateTime &now);
+    void poll(const QDateTime &now);
     void armTimer(quint64 generation, QDateTime deadline, qint64 intervalMs);
     void publish(const MonitorSample &sample);
     template<typename T>

@@ -12,18 +12,17 @@ const QString kDefaultDiskName = QStringLiteral("/");
 
 } // namespace
 
-SystemSampler::SystemSampler(std::shared_ptr<const platform::SystemFacts> facts, tracking::Scheduler &clock)
+SystemSampler::SystemSampler(std::shared_ptr<const platform::SystemFacts> facts)
     : m_facts(std::move(facts))
-    , m_clock(clock)
 {}
 
-MonitorSample SystemSampler::sample(bool withBattery)
+MonitorSample SystemSampler::sample(bool withBattery, const QDateTime &now)
 {
     MonitorSample s;
     s.cpu = readCPU();
     s.memory = readMemory();
-    s.disk = readDisk();
-    s.network = readNetwork();
+    s.disk = readDisk(now);
+    s.network = readNetwork(now);
     if (withBattery)
         s.battery = m_facts->battery();
     s.cpuTemperature = m_facts->cpuTemperature();
@@ -41,9 +40,8 @@ MemoryInfo SystemSampler::readMemory()
     return m_facts->memory();
 }
 
-DiskInfo SystemSampler::readDisk()
+DiskInfo SystemSampler::readDisk(const QDateTime &now)
 {
-    const QDateTime now = m_clock.now();
     if (m_cachedDiskInfo && m_lastDiskReadAt.isValid()
         && m_lastDiskReadAt.msecsTo(now) < kDiskCacheIntervalSecs * 1000)
         return *m_cachedDiskInfo;
@@ -65,9 +63,9 @@ DiskInfo SystemSampler::diskInfo(const std::optional<VolumeCapacity> &volume)
     return info;
 }
 
-NetworkInfo SystemSampler::readNetwork()
+NetworkInfo SystemSampler::readNetwork(const QDateTime &now)
 {
-    return m_network.update(m_facts->interfaces(), m_clock.now());
+    return m_network.update(m_facts->interfaces(), now);
 }
 
 } // namespace orvella::monitor

@@ -5,7 +5,8 @@
 #include "monitor/networkrate.h"
 #include "monitor/readings.h"
 #include "platform/systemfacts.h"
-#include "tracking/scheduler.h"
+
+#include <QDateTime>
 
 #include <memory>
 
@@ -14,20 +15,21 @@ namespace orvella::monitor {
 /**
  * Reads the facts in the monitor's order and keeps what the next poll needs: the
  * previous processor ticks, the previous network totals and their time, and the disk
- * reading, which is taken at most once per 30 seconds. Not thread-safe: the monitor
- * uses it from its worker only.
+ * reading, which is taken at most once per 30 seconds. `now` is the time of the poll as
+ * the monitor's clock tells it, so tests drive both rules without waiting. Not
+ * thread-safe: the monitor uses it from its worker only.
  */
 class SystemSampler
 {
 public:
-    SystemSampler(std::shared_ptr<const platform::SystemFacts> facts, tracking::Scheduler &clock);
+    explicit SystemSampler(std::shared_ptr<const platform::SystemFacts> facts);
 
-    MonitorSample sample(bool withBattery);
+    MonitorSample sample(bool withBattery, const QDateTime &now);
 
     double readCPU();
     MemoryInfo readMemory();
-    DiskInfo readDisk();
-    NetworkInfo readNetwork();
+    DiskInfo readDisk(const QDateTime &now);
+    NetworkInfo readNetwork(const QDateTime &now);
 
     /// The disk reading from a volume's capacity; used = total - available.
     static DiskInfo diskInfo(const std::optional<VolumeCapacity> &volume);
@@ -36,7 +38,6 @@ public:
 
 private:
     std::shared_ptr<const platform::SystemFacts> m_facts;
-    tracking::Scheduler &m_clock;
     CpuLoad m_cpu;
     NetworkRate m_network;
     std::optional<DiskInfo> m_cachedDiskInfo;

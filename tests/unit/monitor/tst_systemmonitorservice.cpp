@@ -186,7 +186,7 @@ void TestSystemMonitorService::pausedPollsSampleNothing()
     m_clock->advance(9s);
     QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitor paused=0");
     service.setPaused(false);
-    // The worker is serial: had the three paused polls sampled, their publications
+    // The worker is serial: had the three paused ticks sampled, their publications
     // would arrive before the one unpausing asks for.
     QVERIFY(sampled.wait(5000));
     QCOMPARE(sampled.count(), 1);

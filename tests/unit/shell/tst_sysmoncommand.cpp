@@ -1,7 +1,7 @@
 // `orvella sysmon` as a user runs it: a real process reading this machine.
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QJsonArray>
 #include <QProcess>
 #include <QTest>
 
@@ -38,8 +38,8 @@ QByteArray TestSysmonCommand::run(const QStringList &arguments)
 void TestSysmonCommand::jsonSamples()
 {
     const QByteArray output =
-        run({QStringLiteral("sysmon"), QStringLiteral("--json"), QStringLiteral("--count"), QStringLiteral("2"),
-             QStringLiteral("--interval"), QStringLiteral("0.2")});
+        run({QStringLiteral("sysmon"), QStringLiteral("--json"), QStringLiteral("--count"),
+             QStringLiteral("2"), QStringLiteral("--interval"), QStringLiteral("0.2")});
     const QList<QByteArray> lines = output.trimmed().split('\n');
     QCOMPARE(lines.size(), 2);
     for (int i = 0; i < lines.size(); ++i) {
