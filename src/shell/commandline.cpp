@@ -3,6 +3,48 @@
 
 namespace orvella::shell {
 
+namespace {
+
+// sysmon's options, which take values; false with `request` made Invalid on a mistake.
+bool parseSysmonOptions(const QStringList &arguments, CommandLineRequest &request)
+{
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString &arg = arguments[i];
+        if (arg == QLatin1String("--json")) {
+            request.json = true;
+            continue;
+        }
+        if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) {
+            request.action = CommandLineRequest::Action::Help;
+            return true;
+        }
+        if (arg != QLatin1String("--interval") && arg != QLatin1String("--count")) {
+            request.action = CommandLineRequest::Action::Invalid;
+            request.error = QStringLiteral("unknown option \"%1\"").arg(arg);
+            return false;
+        }
+        bool ok = false;
+        const QString value = i + 1 < arguments.size() ? arguments[++i] : QString();
+        if (arg == QLatin1String("--interval")) {
+            request.sysmonInterval = value.toDouble(&ok);
+            ok = ok && request.sysmonInterval >= 0.1 && request.sysmonInterval <= 3600;
+        } else {
+            request.sysmonCount = value.toInt(&ok);
+            ok = ok && request.sysmonCount >= 1;
+        }
+        if (!ok) {
+            request.action = CommandLineRequest::Action::Invalid;
+            request.error = arg == QLatin1String("--interval")
+                                ? QStringLiteral("--interval needs a number of seconds from 0.1 to 3600")
+                                : QStringLiteral("--count needs a whole number of at least 1");
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
 CommandLineRequest parseCommandLine(const QStringList &arguments)
 {
     using Action = CommandLineRequest::Action;
@@ -14,6 +56,10 @@ CommandLineRequest parseCommandLine(const QStringList &arguments)
             request.action = Action::List;
         } else if (command == QLatin1String("watch")) {
             request.action = Action::Watch;
+        } else if (command == QLatin1String("sysmon")) {
+            request.action = Action::Sysmon;
+            parseSysmonOptions(rest, request);
+            return request;
         } else if (command == QLatin1String("help")) {
             request.action = Action::Help;
         } else {
@@ -51,6 +97,9 @@ QString usageText()
                           "  list          print the windows, grouped into shelves and sections, and exit\n"
                           "  watch         print a line each time the windows, the active window or the\n"
                           "                sections change, until interrupted\n"
+                          "  sysmon        print the system monitor's readings (CPU, memory, disk,\n"
+                          "                network, battery, temperature) and exit:\n"
+                          "                sysmon [--json] [--interval SECONDS (3)] [--count N (1)]\n"
                           "\n"
                           "Options:\n"
                           "  --json        with list and watch: JSON documents instead of text\n"

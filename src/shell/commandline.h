@@ -8,10 +8,12 @@ namespace orvella::shell {
 
 struct CommandLineRequest
 {
-    enum class Action { Run, Version, Help, List, Watch, Invalid };
+    enum class Action { Run, Version, Help, List, Watch, Sysmon, Invalid };
     Action action = Action::Run;
     bool json = false;
-    QString error; ///< for Invalid: what was wrong, for the user
+    QString error;             ///< for Invalid: what was wrong, for the user
+    double sysmonInterval = 3; ///< sysmon: seconds between samples
+    int sysmonCount = 1;       ///< sysmon: samples to print
 };
 
 /// `arguments` without the program name.

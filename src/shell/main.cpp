@@ -1,5 +1,8 @@
 // Entry point: the command line, or the application in the current X session.
 #include "logging.h"
+#include "monitor/systemmonitorservice.h"
+#include "platform/externaladdress.h"
+#include "platform/linux/linuxsystemfacts.h"
 #include "platform/linux/quitsignals.h"
 #include "platform/preferencesstore.h"
 #include "platform/x11/x11desktop.h"
@@ -8,6 +11,7 @@
 #include "settings/appsettings.h"
 #include "settings/localizationmanager.h"
 #include "shell/commandline.h"
+#include "shell/sysmonreport.h"
 #include "shell/watchcommand.h"
 #include "shell/windowlisting.h"
 #include "tracking/windowmanager.h"
@@ -113,6 +117,32 @@ int watchWindows(int argc, char **argv, bool json)
     return result;
 }
 
+// Prints `count` of the system monitor's samples, `interval` seconds apart.
+int systemMonitor(int argc, char **argv, bool json, double interval, int count)
+{
+    QCoreApplication app(argc, argv);
+    // The address service can be replaced, or switched off with an empty value.
+    const QByteArray configured = qgetenv("ORVELLA_EXTERNAL_ADDRESS_URL");
+    const QUrl addressUrl = qEnvironmentVariableIsSet("ORVELLA_EXTERNAL_ADDRESS_URL")
+                                ? QUrl(QString::fromUtf8(configured))
+                                : platform::defaultExternalAddressUrl();
+    monitor::SystemMonitorService service(std::make_shared<platform::LinuxSystemFacts>(), addressUrl);
+    int remaining = count;
+    QObject::connect(&service, &monitor::SystemMonitorService::sampled, &app, [&] {
+        print(json ? QJsonDocument(shell::sysmonReport::toJson(service)).toJson(QJsonDocument::Compact) + '\n'
+                   : shell::sysmonReport::toText(service));
+        if (--remaining == 0)
+            QCoreApplication::exit(0);
+    });
+    platform::QuitSignals quitSignals;
+    QObject::connect(&quitSignals, &platform::QuitSignals::quitRequested, &app,
+                     [] { QCoreApplication::exit(0); });
+    service.start(interval);
+    const int result = app.exec();
+    service.stop();
+    return result;
+}
+
 int runApplication(int argc, char **argv)
 {
     QString error;
@@ -177,6 +207,8 @@ int main(int argc, char **argv)
     case Action::Invalid: return fail(request.error + QStringLiteral("\nTry 'orvella --help'."));
     case Action::List: return listWindows(argc, argv, request.json);
     case Action::Watch: return watchWindows(argc, argv, request.json);
+    case Action::Sysmon:
+        return systemMonitor(argc, argv, request.json, request.sysmonInterval, request.sysmonCount);
     case Action::Run: break;
     }
     return runApplication(argc, argv);

@@ -12,6 +12,8 @@ class TestCommandLine : public QObject
 private slots:
     void parse_data();
     void parse();
+    void sysmonOptions_data();
+    void sysmonOptions();
 };
 
 void TestCommandLine::parse_data()
@@ -39,6 +41,42 @@ void TestCommandLine::parse()
     QCOMPARE(int(request.action), action);
     QCOMPARE(request.json, json);
     QCOMPARE(request.error.isEmpty(), action != int(Action::Invalid));
+}
+
+void TestCommandLine::sysmonOptions_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("action");
+    QTest::addColumn<double>("interval");
+    QTest::addColumn<int>("count");
+    QTest::newRow("defaults") << QStringList{"sysmon"} << int(Action::Sysmon) << 3.0 << 1;
+    QTest::newRow("all options") << QStringList{"sysmon", "--count", "5", "--json", "--interval", "0.5"}
+                                 << int(Action::Sysmon) << 0.5 << 5;
+    QTest::newRow("help") << QStringList{"sysmon", "--help"} << int(Action::Help) << 3.0 << 1;
+    QTest::newRow("interval without value")
+        << QStringList{"sysmon", "--interval"} << int(Action::Invalid) << 0.0 << 1;
+    QTest::newRow("interval not a number")
+        << QStringList{"sysmon", "--interval", "soon"} << int(Action::Invalid) << 0.0 << 1;
+    QTest::newRow("interval too short")
+        << QStringList{"sysmon", "--interval", "0.01"} << int(Action::Invalid) << 0.01 << 1;
+    QTest::newRow("count zero") << QStringList{"sysmon", "--count", "0"} << int(Action::Invalid) << 3.0 << 0;
+    QTest::newRow("unknown option") << QStringList{"sysmon", "--yaml"} << int(Action::Invalid) << 3.0 << 1;
+}
+
+void TestCommandLine::sysmonOptions()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, action);
+    QFETCH(double, interval);
+    QFETCH(int, count);
+    const CommandLineRequest request = parseCommandLine(arguments);
+    QCOMPARE(int(request.action), action);
+    QCOMPARE(request.error.isEmpty(), action != int(Action::Invalid));
+    if (action == int(Action::Sysmon)) {
+        QCOMPARE(request.sysmonInterval, interval);
+        QCOMPARE(request.sysmonCount, count);
+        QCOMPARE(request.json, arguments.contains(QStringLiteral("--json")));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestCommandLine)

@@ -1,0 +1,288 @@
+// The monitor's pure parts: kernel text parsers, processor load and network rates.
+#include "monitor/cpuload.h"
+#include "monitor/networkrate.h"
+#include "monitor/parsers.h"
+
+#include <QTest>
+
+using namespace orvella::monitor;
+
+namespace {
+
+const QDateTime t0(QDate(2026, 3, 1), QTime(10, 0), Qt::UTC);
+
+InterfaceEntry link(const char *name, quint32 rx, quint32 tx)
+{
+    return {QString::fromLatin1(name), InterfaceEntry::Kind::Link, rx, tx, {}};
+}
+
+InterfaceEntry ipv4(const char *name, const char *address)
+{
+    return {QString::fromLatin1(name), InterfaceEntry::Kind::IPv4, 0, 0, QString::fromLatin1(address)};
+}
+
+} // namespace
+
+class TestMonitorParsers : public QObject
+{
+    Q_OBJECT
+private slots:
+    void procStat_data();
+    void procStat();
+    void memInfo_data();
+    void memInfo();
+    void kernelVersion_data();
+    void kernelVersion();
+    void modelName_data();
+    void modelName();
+    void cpuLoadSinceBootThenSincePrevious();
+    void cpuLoadSurvivesBadSamplesAndHotplug();
+    void networkRate_data();
+    void networkRate();
+    void localAddress_data();
+    void localAddress();
+};
+
+void TestMonitorParsers::procStat_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("processors");   // -1: absent
+    QTest::addColumn<quint64>("cpu0Busy"); // user + system + nice of the first processor
+    QTest::newRow("two processors, aggregate skipped")
+        << QByteArray("cpu  30 3 20 100 0 0 0 0 0 0\ncpu0 10 1 5 50 0\ncpu1 20 2 15 50 0\nintr 1 2\n") << 2
+        << quint64(16);
+    QTest::newRow("only the four first counters needed") << QByteArray("cpu0 7 1 2 90\n") << 1 << quint64(10);
+    QTest::newRow("truncated last line dropped")
+        << QByteArray("cpu  1 1 1 1\ncpu0 10 1 5 50 0 0\ncpu1 20 2") << 1 << quint64(16);
+    QTest::newRow("non-numeric counter") << QByteArray("cpu0 10 x 5 50\n") << -1 << quint64(0);
+    QTest::newRow("negative counter") << QByteArray("cpu0 10 -1 5 50\n") << -1 << quint64(0);
+    QTest::newRow("aggregate only") << QByteArray("cpu  1 2 3 4\n") << -1 << quint64(0);
+    QTest::newRow("empty") << QByteArray() << -1 << quint64(0);
+    QTest::newRow("binary garbage") << QByteArray("\0\xff\x01cpu", 6) << -1 << quint64(0);
+}
+
+void TestMonitorParsers::procStat()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(int, processors);
+    QFETCH(quint64, cpu0Busy);
+    const auto ticks = parsers::procStat(text);
+    QCOMPARE(ticks.has_value(), processors >= 0);
+    if (!ticks)
+        return;
+    QCOMPARE(ticks->size(), processors);
+    const CpuTicks &first = ticks->constFirst();
+    QCOMPARE(first.user + first.system + first.nice, cpu0Busy);
+}
+
+void TestMonitorParsers::memInfo_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<double>("totalGB");
+    QTest::addColumn<double>("usage");
+    QTest::addColumn<double>("pressure");
+    QTest::addColumn<double>("compressedGB");
+    QTest::addColumn<quint64>("swapUsed");
+    // 4 GiB = 4194304 kB; used = Active + Unevictable + Zswap.
+    QTest::newRow("all fields") << QByteArray(
+        "MemTotal: 4194304 kB\nMemFree: 1048576 kB\nActive: 1048576 kB\n"
+        "Inactive: 1048576 kB\nUnevictable: 524288 kB\nZswap: 524288 kB\n"
+        "SwapTotal: 2048 kB\nSwapFree: 1024 kB\n")
+                                << 4.0 << 50.0 << 50.0 << 0.5 << quint64(1048576);
+    QTest::newRow("no zswap on older kernels")
+        << QByteArray("MemTotal: 4194304 kB\nMemFree: 2097152 kB\nActive: 1048576 kB\nInactive: 0 kB\n")
+        << 4.0 << 25.0 << 50.0 << 0.0 << quint64(0);
+    QTest::newRow("swap free above total reads as none")
+        << QByteArray("MemTotal: 4194304 kB\nSwapTotal: 10 kB\nSwapFree: 20 kB\n") << 4.0 << 0.0 << 100.0
+        << 0.0 << quint64(0);
+    QTest::newRow("counts beyond total clamp to 100")
+        << QByteArray("MemTotal: 1024 kB\nActive: 4096 kB\n") << 1024.0 / 1048576 << 100.0 << 100.0 << 0.0
+        << quint64(0);
+    QTest::newRow("no MemTotal: all zero")
+        << QByteArray("MemFree: 1048576 kB\nActive: 1048576 kB\nSwapTotal: 8 kB\n") << 0.0 << 0.0 << 0.0
+        << 0.0 << quint64(0);
+    QTest::newRow("garbled value") << QByteArray("MemTotal: lots kB\nActive: 1 kB\n") << 0.0 << 0.0 << 0.0
+                                   << 0.0 << quint64(0);
+    QTest::newRow("empty") << QByteArray() << 0.0 << 0.0 << 0.0 << 0.0 << quint64(0);
+}
+
+void TestMonitorParsers::memInfo()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(double, totalGB);
+    QFETCH(double, usage);
+    QFETCH(double, pressure);
+    QFETCH(double, compressedGB);
+    QFETCH(quint64, swapUsed);
+    const MemoryInfo info = parsers::memInfo(text);
+    QCOMPARE(info.totalGB, totalGB);
+    QCOMPARE(info.usage, usage);
+    QCOMPARE(info.pressure, pressure);
+    QCOMPARE(info.compressedGB, compressedGB);
+    QCOMPARE(info.swapUsed, swapUsed);
+}
+
+void TestMonitorParsers::kernelVersion_data()
+{
+    QTest::addColumn<QByteArray>("release");
+    QTest::addColumn<QString>("version");
+    QTest::newRow("debian") << QByteArray("6.1.0-13-amd64\n") << "6.1.0";
+    QTest::newRow("ubuntu") << QByteArray("6.5.0-35-generic") << "6.5.0";
+    QTest::newRow("mainline") << QByteArray("6.18.44") << "6.18.44";
+    QTest::newRow("four numbers") << QByteArray("5.15.153.1-microsoft-standard-WSL2") << "5.15.153";
+    QTest::newRow("rc without patch") << QByteArray("6.8-rc3") << "6.8.0";
+    QTest::newRow("major only") << QByteArray("7") << "7.0.0";
+    QTest::newRow("empty") << QByteArray() << "";
+    QTest::newRow("not a release") << QByteArray("linux") << "";
+}
+
+void TestMonitorParsers::kernelVersion()
+{
+    QFETCH(QByteArray, release);
+    QFETCH(QString, version);
+    QCOMPARE(parsers::kernelVersion(release), version);
+}
+
+void TestMonitorParsers::modelName_data()
+{
+    QTest::addColumn<QStringList>("fields"); // vendor, product, version, family, board
+    QTest::addColumn<QString>("name");
+    QTest::newRow("dell") << QStringList{"Dell Inc.", "XPS 13 9310", "", "XPS", "0MRT12"} << "XPS 13 9310";
+    QTest::newRow("lenovo type code") << QStringList{"LENOVO", "20XW0026GE", "ThinkPad X1 Carbon Gen 9",
+                                                     "ThinkPad X1 Carbon Gen 9", "20XW0026GE"}
+                                      << "ThinkPad X1 Carbon Gen 9";
+    QTest::newRow("lenovo without version")
+        << QStringList{"LENOVO", "20XW0026GE", "", "", ""} << "20XW0026GE";
+    QTest::newRow("board of a self-built desktop")
+        << QStringList{"System manufacturer", "System Product Name", "System Version",
+                       "To be filled by O.E.M.", "PRIME B450M-A"}
+        << "PRIME B450M-A";
+    QTest::newRow("qemu shown as it is")
+        << QStringList{"QEMU", "Standard PC (Q35 + ICH9, 2009)", "pc-q35-7.2", "", ""}
+        << "Standard PC (Q35 + ICH9, 2009)";
+    QTest::newRow("hyper-v") << QStringList{"Microsoft Corporation", "Virtual Machine", "7.0", "", ""}
+                             << "Virtual Machine";
+    QTest::newRow("nothing") << QStringList{"", "", "", "", ""} << "";
+    QTest::newRow("only placeholders") << QStringList{"Default string", "Default string", "Default string",
+                                                      "Default string", "Default string"}
+                                       << "";
+}
+
+void TestMonitorParsers::modelName()
+{
+    QFETCH(QStringList, fields);
+    QFETCH(QString, name);
+    QCOMPARE(parsers::friendlyModelName({fields[0], fields[1], fields[2], fields[3], fields[4]}), name);
+}
+
+void TestMonitorParsers::cpuLoadSinceBootThenSincePrevious()
+{
+    CpuLoad load;
+    // Since boot: busy 10+5+0 + 30+0+5 = 50 of 200.
+    QCOMPARE(load.update(QList<CpuTicks>{{0, 10, 5, 85, 0}, {1, 30, 0, 65, 5}}), 25.0);
+    // Since then: processor 0 busy 10 of 10, processor 1 idle 30 of 30.
+    QCOMPARE(load.update(QList<CpuTicks>{{0, 20, 5, 85, 0}, {1, 30, 0, 95, 5}}), 25.0);
+    // Nothing happened in between.
+    QCOMPARE(load.update(QList<CpuTicks>{{0, 20, 5, 85, 0}, {1, 30, 0, 95, 5}}), 0.0);
+    QCOMPARE(load.update(QList<CpuTicks>{{0, 21, 5, 85, 0}, {1, 30, 0, 95, 5}}), 100.0);
+}
+
+void TestMonitorParsers::cpuLoadSurvivesBadSamplesAndHotplug()
+{
+    CpuLoad load;
+    QCOMPARE(load.update(std::nullopt), 0.0);
+    QCOMPARE(load.update(QList<CpuTicks>{{0, 0, 0, 0, 0}}), 0.0); // total < 1
+    QCOMPARE(load.update(QList<CpuTicks>{{0, 10, 0, 10, 0}}), 50.0);
+    // A failed read keeps the previous sample, so the next one still measures an interval.
+    QCOMPARE(load.update(std::nullopt), 0.0);
+    QCOMPARE(load.update(QList<CpuTicks>{{0, 20, 0, 10, 0}}), 100.0);
+    // A processor that came online has no interval yet; one whose counters went back
+    // (replaced) counts nothing instead of wrapping to a huge number.
+    QCOMPARE(load.update(QList<CpuTicks>{{0, 20, 0, 20, 0}, {1, 5000, 0, 0, 0}}), 0.0);
+    QCOMPARE(load.update(QList<CpuTicks>{{0, 30, 0, 20, 0}, {1, 10, 0, 10, 0}}), 100.0);
+}
+
+void TestMonitorParsers::networkRate_data()
+{
+    QTest::addColumn<qint64>("gapMs");
+    QTest::addColumn<quint32>("rx2");
+    QTest::addColumn<quint32>("tx2");
+    QTest::addColumn<quint64>("down");
+    QTest::addColumn<quint64>("up");
+    // The first sample has 1000 received and 500 sent on eth0, and 1 GB on loopback.
+    QTest::newRow("one second") << qint64(1000) << quint32(3000) << quint32(1500) << quint64(2000)
+                                << quint64(1000);
+    QTest::newRow("speed truncated") << qint64(3000) << quint32(2000) << quint32(501) << quint64(333)
+                                     << quint64(0);
+    QTest::newRow("exactly 0.1 s reports nothing")
+        << qint64(100) << quint32(9000) << quint32(9000) << quint64(0) << quint64(0);
+    QTest::newRow("just over 0.1 s") << qint64(101) << quint32(2010) << quint32(500) << quint64(10000)
+                                     << quint64(0);
+    QTest::newRow("received counter went down")
+        << qint64(1000) << quint32(10) << quint32(1500) << quint64(0) << quint64(1000);
+    QTest::newRow("32-bit wrap reads as 0")
+        << qint64(1000) << quint32(0) << quint32(0) << quint64(0) << quint64(0);
+}
+
+void TestMonitorParsers::networkRate()
+{
+    QFETCH(qint64, gapMs);
+    QFETCH(quint32, rx2);
+    QFETCH(quint32, tx2);
+    QFETCH(quint64, down);
+    QFETCH(quint64, up);
+    NetworkRate rate;
+    const NetworkInfo first = rate.update({link("lo", 1u << 30, 1u << 30), link("eth0", 1000, 500)}, t0);
+    QCOMPARE(first.downSpeed, quint64(0)); // no previous sample
+    const NetworkInfo second =
+        rate.update({link("lo", 1u << 31, 1u << 31), link("eth0", rx2, tx2)}, t0.addMSecs(gapMs));
+    QCOMPARE(second.downSpeed, down);
+    QCOMPARE(second.upSpeed, up);
+}
+
+void TestMonitorParsers::localAddress_data()
+{
+    QTest::addColumn<QList<InterfaceEntry>>("entries");
+    QTest::addColumn<QString>("ip");
+    QTest::addColumn<QString>("iface");
+    QTest::newRow("wifi") << QList{ipv4("lo", "127.0.0.1"), ipv4("wlp0s20f3", "192.168.1.23")}
+                          << "192.168.1.23"
+                          << "Wi-Fi";
+    QTest::newRow("ethernet, predictable name") << QList{ipv4("enp3s0", "10.0.0.5")} << "10.0.0.5"
+                                                << "Ethernet";
+    QTest::newRow("ethernet, classic name") << QList{ipv4("eth0", "10.0.0.6")} << "10.0.0.6"
+                                            << "Ethernet";
+    QTest::newRow("first one wins") << QList{ipv4("enp3s0", "10.0.0.5"), ipv4("wlan0", "192.168.1.2")}
+                                    << "10.0.0.5"
+                                    << "Ethernet";
+    QTest::newRow("bridges never supply it")
+        << QList{ipv4("docker0", "172.17.0.1"), ipv4("virbr0", "192.168.122.1"),
+                 ipv4("br-1a2b3c", "172.18.0.1"), ipv4("veth12ab", "169.254.3.3"),
+                 ipv4("wlan0", "192.168.1.2")}
+        << "192.168.1.2"
+        << "Wi-Fi";
+    QTest::newRow("vpn tunnel without label") << QList{ipv4("wg0", "10.8.0.2")} << "10.8.0.2"
+                                              << "";
+    QTest::newRow("openvpn tun") << QList{ipv4("tun0", "10.9.0.2"), ipv4("eth0", "10.0.0.6")} << "10.9.0.2"
+                                 << "";
+    QTest::newRow("empty address skipped") << QList{ipv4("wlan0", ""), ipv4("eth0", "10.0.0.6")} << "10.0.0.6"
+                                           << "Ethernet";
+    QTest::newRow("only bridges") << QList{ipv4("docker0", "172.17.0.1")} << ""
+                                  << "";
+    QTest::newRow("nothing") << QList<InterfaceEntry>{} << ""
+                             << "";
+}
+
+void TestMonitorParsers::localAddress()
+{
+    QFETCH(QList<InterfaceEntry>, entries);
+    QFETCH(QString, ip);
+    QFETCH(QString, iface);
+    NetworkRate rate;
+    const NetworkInfo info = rate.update(entries, t0);
+    QCOMPARE(info.ip, ip);
+    QCOMPARE(info.iface, iface);
+}
+
+QTEST_GUILESS_MAIN(TestMonitorParsers)
+#include "tst_monitorparsers.moc"

@@ -1,0 +1,272 @@
+// The system monitor service on a copied laptop tree, with time on a manual clock.
+#include "monitor/systemmonitorservice.h"
+#include "platform/linux/linuxsystemfacts.h"
+#include "platform/sim/manualscheduler.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace orvella;
+using namespace std::chrono_literals;
+using monitor::SystemMonitorService;
+
+namespace {
+
+void writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    QVERIFY2(file.open(QIODevice::WriteOnly | QIODevice::Truncate), qPrintable(path));
+    file.write(content);
+}
+
+// A one-processor /proc/stat with the given cumulative busy (user) and idle ticks.
+QByteArray procStat(quint64 busy, quint64 idle)
+{
+    return QStringLiteral("cpu  %1 0 0 %2 0 0 0 0 0 0\ncpu0 %1 0 0 %2 0 0 0 0 0 0\nctxt 1\n")
+        .arg(busy)
+        .arg(idle)
+        .toLatin1();
+}
+
+} // namespace
+
+class TestSystemMonitorService : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void constructionReadsTheFixedFacts();
+    void firstPollSinceBootThenSincePrevious();
+    void historiesKeepTheLatest60();
+    void implausibleTemperaturesLeaveTheHistory();
+    void pausedPollsSampleNothing();
+    void startStopRestart();
+    void diskIsReadAtMostEvery30Seconds();
+    void externalAddressFetchedOnce();
+
+private:
+    // Starts the service and waits for the immediate poll's publication.
+    void startAndWaitForFirstSample(SystemMonitorService &service, double interval = 3);
+    void advanceAndWait(SystemMonitorService &service, std::chrono::milliseconds by, int samples = 1);
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString m_root;
+    std::shared_ptr<platform::LinuxSystemFacts> m_facts;
+    std::unique_ptr<platform::sim::ManualScheduler> m_clock;
+};
+
+void TestSystemMonitorService::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_root = m_dir->path() + QStringLiteral("/laptop");
+    QCOMPARE(QProcess::execute(QStringLiteral("cp"),
+                               {QStringLiteral("-a"), QStringLiteral(ORVELLA_FIXTURES "/laptop"), m_root}),
+             0);
+    m_facts = std::make_shared<platform::LinuxSystemFacts>(m_root, QStringLiteral("/home/alex"));
+    m_clock = std::make_unique<platform::sim::ManualScheduler>();
+}
+
+void TestSystemMonitorService::cleanup()
+{
+    m_facts.reset();
+    m_dir.reset();
+}
+
+void TestSystemMonitorService::startAndWaitForFirstSample(SystemMonitorService &service, double interval)
+{
+    QSignalSpy sampled(&service, &SystemMonitorService::sampled);
+    service.start(interval);
+    QVERIFY(sampled.wait(5000));
+}
+
+void TestSystemMonitorService::advanceAndWait(SystemMonitorService &service, std::chrono::milliseconds by,
+                                              int samples)
+{
+    QSignalSpy sampled(&service, &SystemMonitorService::sampled);
+    m_clock->advance(by);
+    while (sampled.count() < samples)
+        QVERIFY(sampled.wait(5000));
+    QCOMPARE(sampled.count(), samples);
+}
+
+void TestSystemMonitorService::constructionReadsTheFixedFacts()
+{
+    SystemMonitorService service(m_facts, QUrl(), *m_clock);
+    QCOMPARE(service.modelName(), QStringLiteral("XPS 13 9310"));
+    QCOMPARE(service.osVersion(), QStringLiteral("6.1.0"));
+    QVERIFY(service.hasBattery());
+    QCOMPARE(service.bootDate(), m_clock->now().addMSecs(-93784520));
+    // Nothing sampled before start.
+    QCOMPARE(service.batteryLevel(), -1.0);
+    QCOMPARE(service.diskName(), QStringLiteral("/"));
+    QVERIFY(service.cpuHistory().isEmpty());
+    QVERIFY(!service.isRunning());
+}
+
+void TestSystemMonitorService::firstPollSinceBootThenSincePrevious()
+{
+    writeFile(m_root + QStringLiteral("/proc/stat"), procStat(100, 300));
+    SystemMonitorService service(m_facts, QUrl(), *m_clock);
+    QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitorService started (interval=3.0s)");
+    startAndWaitForFirstSample(service);
+    QCOMPARE(service.cpuUsage(), 25.0); // since boot
+    QCOMPARE(service.memoryTotalGB(), 16088332.0 / 1048576);
+    QCOMPARE(service.memoryCompressedGB(), 0.5);
+    QCOMPARE(service.swapUsedBytes(), quint64(1048576) * 1024);
+    QCOMPARE(service.diskName(), QStringLiteral("home"));
+    QVERIFY(service.diskTotalGB() > 0);
+    QCOMPARE(service.networkDownSpeed(), quint64(0)); // no previous totals yet
+    QCOMPARE(service.cpuTemperature(), 52.0);
+    QCOMPARE(service.uptime(), 93784.52);
+    QCOMPARE(service.batteryLevel(), 80.0);
+    QCOMPARE(service.batteryCapacityMAh(), 5208);
+    QVERIFY(service.isCharging());
+    QVERIFY(service.isPluggedIn());
+    QCOMPARE(service.adapterWatts(), 65);
+
+    writeFile(m_root + QStringLiteral("/proc/stat"), procStat(190, 310));
+    advanceAndWait(service, 3s);
+    QCOMPARE(service.cpuUsage(), 90.0); // 90 busy of 100 since the first poll
+    QCOMPARE(service.cpuHistory(), (QList<double>{25.0, 90.0}));
+}
+
+void TestSystemMonitorService::historiesKeepTheLatest60()
+{
+    writeFile(m_root + QStringLiteral("/proc/stat"), procStat(0, 0));
+    SystemMonitorService service(m_facts, QUrl(), *m_clock);
+    startAndWaitForFirstSample(service);
+    quint64 busy = 0, idle = 0;
+    for (int i = 1; i <= 60; ++i) {
+        busy += quint64(i);
+        idle += quint64(100 - i);
+        writeFile(m_root + QStringLiteral("/proc/stat"), procStat(busy, idle));
+        advanceAndWait(service, 3s);
+    }
+    // The since-boot sample dropped, the rest oldest first.
+    const QList<double> history = service.cpuHistory();
+    QCOMPARE(history.size(), SystemMonitorService::cpuHistoryMax);
+    for (int i = 0; i < history.size(); ++i)
+        QCOMPARE(history[i], double(i + 1));
+    QCOMPARE(service.temperatureHistory().size(), SystemMonitorService::temperatureHistoryMax);
+}
+
+void TestSystemMonitorService::implausibleTemperaturesLeaveTheHistory()
+{
+    SystemMonitorService service(m_facts, QUrl(), *m_clock);
+    startAndWaitForFirstSample(service);
+    QCOMPARE(service.temperatureHistory(), QList<double>{52.0});
+
+    writeFile(m_root + QStringLiteral("/sys/class/hwmon/hwmon4/temp1_input"), "140000\n");
+    writeFile(m_root + QStringLiteral("/sys/class/thermal/thermal_zone0/temp"), "0\n");
+    advanceAndWait(service, 3s);
+    QCOMPARE(service.cpuTemperature(), 45.5);
+    QCOMPARE(service.temperatureHistory(), (QList<double>{52.0, 45.5}));
+
+    writeFile(m_root + QStringLiteral("/sys/class/thermal/thermal_zone10/temp"), "131000\n");
+    advanceAndWait(service, 3s);
+    QCOMPARE(service.cpuTemperature(), 0.0);
+    QCOMPARE(service.temperatureHistory(), (QList<double>{52.0, 45.5}));
+    QCOMPARE(service.cpuHistory().size(), 3);
+}
+
+void TestSystemMonitorService::pausedPollsSampleNothing()
+{
+    SystemMonitorService service(m_facts, QUrl(), *m_clock);
+    startAndWaitForFirstSample(service);
+    QSignalSpy sampled(&service, &SystemMonitorService::sampled);
+    QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitor paused=1");
+    service.setPaused(true);
+    service.setPaused(true); // unchanged: no second line
+    m_clock->advance(9s);
+    QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitor paused=0");
+    service.setPaused(false);
+    // The worker is serial: had the three paused ticks sampled, their publications
+    // would arrive before the one unpausing asks for.
+    QVERIFY(sampled.wait(5000));
+    QCOMPARE(sampled.count(), 1);
+    QCOMPARE(service.cpuHistory().size(), 2);
+    QCOMPARE(m_clock->pendingCount(), 1); // the timer kept running
+}
+
+void TestSystemMonitorService::startStopRestart()
+{
+    SystemMonitorService service(m_facts, QUrl(), *m_clock);
+    startAndWaitForFirstSample(service);
+    service.start(1); // already running: nothing
+    QCOMPARE(m_clock->pendingCount(), 1);
+    QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitorService stopped");
+    service.stop();
+    QVERIFY(!service.isRunning());
+    service.stop();
+    m_clock->advance(3s); // the cancelled timer fires once more and ends
+    QCOMPARE(m_clock->pendingCount(), 0);
+
+    QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitorService started (interval=1.5s)");
+    startAndWaitForFirstSample(service, 1.5);
+    // Deadlines stay on the 1.5-second grid.
+    advanceAndWait(service, 4500ms, 3);
+    QCOMPARE(service.cpuHistory().size(), 5);
+    service.restart(10);
+    QVERIFY(service.isRunning());
+    QCOMPARE(m_clock->pendingCount(), 2); // the old timer's last call and the new one
+    advanceAndWait(service, 0ms);         // restart polls at once
+    advanceAndWait(service, 10s);
+    QCOMPARE(m_clock->pendingCount(), 1);
+
+    // A damaged setting: the default rhythm instead of a busy loop.
+    service.stop();
+    m_clock->advance(10s);
+    QTest::ignoreMessage(QtWarningMsg,
+                         "[OV] SystemMonitorService: interval 0 s is unusable; sampling every 3.0 s");
+    QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitorService started (interval=3.0s)");
+    startAndWaitForFirstSample(service, 0);
+    advanceAndWait(service, 3s);
+}
+
+void TestSystemMonitorService::diskIsReadAtMostEvery30Seconds()
+{
+    SystemMonitorService service(m_facts, QUrl(), *m_clock);
+    startAndWaitForFirstSample(service);
+    QCOMPARE(service.diskName(), QStringLiteral("home"));
+    const QString labels = m_root + QStringLiteral("/dev/disk/by-label/");
+    QVERIFY(QFile::rename(labels + QStringLiteral("home"), labels + QStringLiteral("Home\\x20Files")));
+    advanceAndWait(service, 27s, 9);
+    QCOMPARE(service.diskName(), QStringLiteral("home"));
+    advanceAndWait(service, 3s);
+    QCOMPARE(service.diskName(), QStringLiteral("Home Files"));
+}
+
+void TestSystemMonitorService::externalAddressFetchedOnce()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    int requests = 0;
+    connect(&server, &QTcpServer::newConnection, this, [&] {
+        QTcpSocket *socket = server.nextPendingConnection();
+        ++requests;
+        connect(socket, &QTcpSocket::readyRead, socket, [socket] {
+            socket->readAll();
+            socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 15\r\n"
+                          "Connection: close\r\n\r\n  203.0.113.7\r\n");
+            socket->disconnectFromHost();
+        });
+    });
+    const QUrl url(QStringLiteral("http://127.0.0.1:%1/").arg(server.serverPort()));
+    SystemMonitorService service(m_facts, url, *m_clock);
+    QSignalSpy changed(&service, &SystemMonitorService::externalIPChanged);
+    QVERIFY(changed.wait(5000));
+    QCOMPARE(service.externalIP(), QStringLiteral("203.0.113.7"));
+    startAndWaitForFirstSample(service);
+    advanceAndWait(service, 6s, 2);
+    QCOMPARE(requests, 1);
+    QCOMPARE(service.externalIP(), QStringLiteral("203.0.113.7"));
+}
+
+QTEST_GUILESS_MAIN(TestSystemMonitorService)
+#include "tst_systemmonitorservice.moc"
