@@ -79,8 +79,15 @@ void EventReader::handle(const void *event, QSet<std::pair<int, std::uint32_t>> 
         const auto *error = static_cast<const xcb_generic_error_t *>(event);
         qCDebug(lcPlatform) << "[OV] X error" << error->error_code << "for resource" << error->resource_id;
     } else if (type == XCB_DESTROY_NOTIFY) {
+        // The server gives a destroyed window's id to the next client that asks: a window
+        // that ends between two reads of the client list may be back in it under another
+        // process, so its end is taken from here and the list read again.
         const auto *e = static_cast<const xcb_destroy_notify_event_t *>(event);
-        m_rootDirty = m_rootDirty || e->window == m_watchedCheck;
+        QMutexLocker lock(&m_mutex);
+        if (e->window == m_watchedCheck || m_windows.contains(e->window))
+            m_rootDirty = true;
+        if (m_windows.contains(e->window))
+            forget(e->window, out);
     } else if (type == XCB_PROPERTY_NOTIFY) {
         const auto *e = static_cast<const xcb_property_notify_event_t *>(event);
         const Atoms &a = m_atoms;
@@ -150,19 +157,13 @@ void EventReader::applyClients(const QList<std::uint32_t> &listed, Events &out)
         added.isEmpty() ? std::vector<ProbedWindow>() : m_probe.probe(added);
 
     QMutexLocker lock(&m_mutex);
-    for (auto it = m_windows.begin(); it != m_windows.end();) {
-        if (current.contains(it.key())) {
-            ++it;
-            continue;
-        }
-        const qint32 pid = it.value();
-        out.push_back(makeEvent(Kind::WindowDestroyed, pid, it.key()));
-        it = m_windows.erase(it);
-        if (pid != 0 && --m_windowCounts[pid] <= 0) {
-            m_windowCounts.remove(pid);
-            out.push_back(makeEvent(Kind::AppTerminated, pid));
-        }
+    QList<std::uint32_t> gone;
+    for (auto it = m_windows.cbegin(); it != m_windows.cend(); ++it) {
+        if (!current.contains(it.key()))
+            gone.append(it.key());
     }
+    for (std::uint32_t window : gone)
+        forget(window, out);
     QHash<qint32, bool> launched; // pid -> regular, for the processes new in this batch
     for (const ProbedWindow &p : probed) {
         if (!p.vanished && p.pid != 0 && !m_windowCounts.contains(qint32(p.pid)))
@@ -184,10 +185,23 @@ void EventReader::applyClients(const QList<std::uint32_t> &listed, Events &out)
         if (pid != 0)
             ++m_windowCounts[pid];
         out.push_back(makeEvent(Kind::WindowCreated, pid, p.window));
-        // An observed process's new windows are observed too. Only this connection's own
-        // mask on the window is extended; other clients' masks are their own.
-        if (pid != 0 && m_observed.contains(pid))
-            select(m_connection, p.window, p.eventMask | XCB_EVENT_MASK_PROPERTY_CHANGE);
+        // Its end is reported to this connection, and an observed process's new windows
+        // are observed too. Only this connection's own mask on the window is extended;
+        // other clients' masks are their own.
+        const bool observed = pid != 0 && m_observed.contains(pid);
+        select(m_connection, p.window,
+               p.eventMask | XCB_EVENT_MASK_STRUCTURE_NOTIFY
+                   | (observed ? XCB_EVENT_MASK_PROPERTY_CHANGE : 0));
+    }
+}
+
+void EventReader::forget(std::uint32_t window, Events &out)
+{
+    const qint32 pid = m_windows.take(window);
+    out.push_back(makeEvent(Kind::WindowDestroyed, pid, window));
+    if (pid != 0 && --m_windowCounts[pid] <= 0) {
+        m_windowCounts.remove(pid);
+        out.push_back(makeEvent(Kind::AppTerminated, pid));
     }
 }
 

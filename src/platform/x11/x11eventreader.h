@@ -53,6 +53,9 @@ private:
     void handle(const void *event, QSet<std::pair<int, std::uint32_t>> &seen, Events &out);
     void refreshRoot(Events &out);
     void applyClients(const QList<std::uint32_t> &listed, Events &out);
+    /// Drops a window that ended, reporting it (and its process's end with its last window).
+    /// Called with m_mutex held.
+    void forget(std::uint32_t window, Events &out);
     void applyActive(std::uint32_t window, Events &out);
     void applyWindowManager(std::uint32_t check, Events &out);
     std::uint32_t confirmedCheck(std::uint32_t check) const;
