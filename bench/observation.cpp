@@ -1,6 +1,7 @@
 // How quickly a new window reaches the window list, and what following 200 idle windows
 // costs in CPU time at the shown, hidden and deep-idle rhythms, with tint2 (a taskbar that
 // follows the same windows by X events alone) measured beside Orvella. Prints tables.
+#include "benchstats.h"
 #include "platform/x11/x11desktop.h"
 #include "platform/x11/x11desktopobserver.h"
 #include "tracking/windowmanager.h"
@@ -28,22 +29,8 @@ using namespace orvella;
 
 namespace {
 
-struct Stats
-{
-    double median = 0;
-    double p95 = 0;
-};
-
-Stats stats(std::vector<double> ms)
-{
-    if (ms.empty())
-        return {};
-    std::sort(ms.begin(), ms.end());
-    const auto at = [&](double q) {
-        return ms[std::min(ms.size() - 1, size_t(q * double(ms.size() - 1) + 0.5))];
-    };
-    return {at(0.5), at(0.95)};
-}
+using bench::Stats;
+using bench::stats;
 
 // Runs the event loop for `ms`, or until `done` holds (looked at every few milliseconds).
 template<typename Done>

@@ -1,5 +1,6 @@
 // How long one refresh and one `orvella list` take for 10 to 500 windows, with
 // `wmctrl -lpG` timed beside them on the same windows. Prints a table.
+#include "benchstats.h"
 #include "platform/x11/x11desktop.h"
 #include "tracking/windowmanager.h"
 
@@ -16,22 +17,8 @@ using namespace orvella;
 
 namespace {
 
-struct Stats
-{
-    double median = 0;
-    double p95 = 0;
-};
-
-Stats stats(std::vector<double> ms)
-{
-    if (ms.empty())
-        return {};
-    std::sort(ms.begin(), ms.end());
-    const auto at = [&](double q) {
-        return ms[std::min(ms.size() - 1, size_t(q * double(ms.size() - 1) + 0.5))];
-    };
-    return {at(0.5), at(0.95)};
-}
+using bench::Stats;
+using bench::stats;
 
 // Starts one test client with `count` windows and waits until all are managed.
 bool startClient(QProcess &client, int count)

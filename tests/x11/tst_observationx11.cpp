@@ -48,6 +48,29 @@ int countTitled(const WindowManager &wm, const QString &prefix)
     return n;
 }
 
+/// A window manager observing a private session of its own, which a test may end or change.
+struct PrivateSession
+{
+    bool start(QString *error)
+    {
+        if (!session.start(error))
+            return false;
+        desktop = platform::x11::X11Desktop::open(session.display(), error);
+        observer = desktop ? platform::x11::X11DesktopObserver::open(session.display(), error) : nullptr;
+        if (!observer)
+            return false;
+        wm = std::make_unique<WindowManager>(desktop, nullptr, nullptr);
+        wm->setObserver(observer.get());
+        wm->startObserving();
+        return true;
+    }
+
+    testsupport::XSession session;
+    std::shared_ptr<platform::x11::X11Desktop> desktop;
+    std::unique_ptr<platform::x11::X11DesktopObserver> observer;
+    std::unique_ptr<WindowManager> wm;
+};
+
 } // namespace
 
 class TestObservationX11 : public QObject
@@ -134,16 +157,11 @@ void TestObservationX11::focusChangeUpdatesTheActiveWindow()
 
 void TestObservationX11::replacedWindowManagerIsSurvived()
 {
-    testsupport::XSession session;
+    PrivateSession own;
     QString error;
-    QVERIFY2(session.start(&error), qPrintable(error));
-    auto desktop = platform::x11::X11Desktop::open(session.display(), &error);
-    QVERIFY2(desktop, qPrintable(error));
-    auto observer = platform::x11::X11DesktopObserver::open(session.display(), &error);
-    QVERIFY2(observer, qPrintable(error));
-    WindowManager wm(desktop, nullptr, nullptr);
-    wm.setObserver(observer.get());
-    wm.startObserving();
+    QVERIFY2(own.start(&error), qPrintable(error));
+    testsupport::XSession &session = own.session;
+    WindowManager &wm = *own.wm;
     wm.setRefreshInterval(60);
     auto client = startClient({QStringLiteral("kept 1"), QStringLiteral("kept 2")}, nullptr,
                               session.clientEnvironment());
@@ -160,7 +178,7 @@ void TestObservationX11::replacedWindowManagerIsSurvived()
     QVERIFY(wm.observation().isObserving());
 
     // And the list is what a fresh look at the session finds.
-    WindowManager fresh(desktop, nullptr, nullptr);
+    WindowManager fresh(own.desktop, nullptr, nullptr);
     fresh.refresh();
     QVERIFY(fresh.waitForRefresh(kTimeoutMs));
     QTRY_VERIFY_WITH_TIMEOUT(windowsUIEqual(wm.windows(), fresh.windows()), 3000);
@@ -173,19 +191,13 @@ void TestObservationX11::replacedWindowManagerIsSurvived()
 
 void TestObservationX11::dyingServerEndsObservation()
 {
-    testsupport::XSession session;
+    PrivateSession own;
     QString error;
-    QVERIFY2(session.start(&error), qPrintable(error));
-    auto desktop = platform::x11::X11Desktop::open(session.display(), &error);
-    QVERIFY2(desktop, qPrintable(error));
-    auto observer = platform::x11::X11DesktopObserver::open(session.display(), &error);
-    QVERIFY2(observer, qPrintable(error));
-    WindowManager wm(desktop, nullptr, nullptr);
-    wm.setObserver(observer.get());
-    wm.startObserving();
+    QVERIFY2(own.start(&error), qPrintable(error));
+    WindowManager &wm = *own.wm;
     QTRY_VERIFY(!wm.state().isRefreshing);
     QSignalSpy lost(&wm, &WindowManager::desktopLost);
-    session.stop();
+    own.session.stop();
     QTRY_COMPARE_WITH_TIMEOUT(lost.count(), 1, kTimeoutMs);
     QVERIFY(!wm.observation().isObserving());
     wm.refresh(); // harmless now
