@@ -1,6 +1,7 @@
 // What the system monitor costs: CPU time of one poll and of a running service at the
 // default 3-second interval, beside `top -b -n 1` reading the same facts. Prints a table.
 //   build/bench/bench_sysmon [--seconds 60]
+#include "benchstats.h"
 #include "monitor/systemmonitorservice.h"
 #include "monitor/systemsampler.h"
 #include "platform/linux/linuxsystemfacts.h"
@@ -38,16 +39,8 @@ double usageMs(int who)
     return ms(usage.ru_utime) + ms(usage.ru_stime);
 }
 
-struct Stats
-{
-    double p50 = 0, p95 = 0, max = 0;
-};
-
-Stats stats(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return {values[values.size() / 2], values[size_t(double(values.size() - 1) * 0.95)], values.back()};
-}
+using bench::Stats;
+using bench::stats;
 
 // CPU time (this thread) and wall time per call of `work`, over `runs` calls.
 void row(const char *name, int runs, const std::function<void()> &work)
@@ -62,7 +55,8 @@ void row(const char *name, int runs, const std::function<void()> &work)
         wall.push_back(double(timer.nsecsElapsed()) / 1e6);
     }
     const Stats c = stats(cpu), w = stats(wall);
-    std::printf("%-34s | %5d | %8.3f | %8.3f | %8.3f | %8.3f\n", name, runs, c.p50, c.p95, c.max, w.p50);
+    std::printf("%-34s | %5d | %8.3f | %8.3f | %8.3f | %8.3f\n", name, runs, c.median, c.p95, c.max,
+                w.median);
 }
 
 } // namespace
@@ -112,7 +106,7 @@ int main(int argc, char **argv)
     if (!topCpu.empty()) {
         const Stats c = stats(topCpu), w = stats(topWall);
         std::printf("%-34s | %5zu | %8.3f | %8.3f | %8.3f | %8.3f\n", "reference: top -b -n 1 (process)",
-                    topCpu.size(), c.p50, c.p95, c.max, w.p50);
+                    topCpu.size(), c.median, c.p95, c.max, w.median);
     }
 
     // The service as the application runs it: its worker, the timer and the publication.
