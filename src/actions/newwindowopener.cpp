@@ -27,7 +27,8 @@ struct AppState
     std::optional<qint64> topmost;
 };
 
-AppState appState(const platform::DesktopSnapshot &snapshot, const QString &bundleID, std::optional<qint32> pid = {})
+AppState appState(const platform::DesktopSnapshot &snapshot, const QString &bundleID,
+                  std::optional<qint32> pid = {})
 {
     AppState state;
     for (const platform::RunningApp &app : snapshot.apps) {
@@ -72,7 +73,8 @@ void NewWindowOpener::openNewWindowForItem(const tracking::WindowItem &item, Com
                                             item.bundleIdentifier.value_or(QStringLiteral("nil")));
     if (!item.bundleIdentifier) {
         qCInfo(lcActions).noquote() << "openNewWindowForItem FAILED: no bundleID for " + item.id;
-        qCInfo(lcActions).noquote() << QStringLiteral("[OV] openNewWindowForItem: no bundleID for %1").arg(item.id);
+        qCInfo(lcActions).noquote()
+            << QStringLiteral("[OV] openNewWindowForItem: no bundleID for %1").arg(item.id);
         if (completion)
             completion();
         return;
@@ -101,18 +103,20 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
             if (!outcome->known)
                 return;
             outcome->before = appState(desktop->readSnapshot(), bundleID);
-            qCInfo(lcActions).noquote() << QStringLiteral("openNewWindow %1 pid=%2 winCountBefore=%3 shortcut=%4")
-                                               .arg(bundleID)
-                                               .arg(outcome->before.pid.value_or(0))
-                                               .arg(outcome->before.windowCount)
-                                               .arg(shortcut.description());
             qCInfo(lcActions).noquote()
-                << QStringLiteral("[OV] openNewWindow for %1 — will send %2").arg(bundleID, shortcut.description());
+                << QStringLiteral("openNewWindow %1 pid=%2 winCountBefore=%3 shortcut=%4")
+                       .arg(bundleID)
+                       .arg(outcome->before.pid.value_or(0))
+                       .arg(outcome->before.windowCount)
+                       .arg(shortcut.description());
+            qCInfo(lcActions).noquote() << QStringLiteral("[OV] openNewWindow for %1 — will send %2")
+                                               .arg(bundleID, shortcut.description());
             // A running application is only activated: launching it again would start
             // a second instance of anything that is not single-instance.
             if (outcome->before.topmost)
-                outcome->launch = control->activate(*outcome->before.topmost) ? platform::LaunchOutcome::Launched
-                                                                              : platform::LaunchOutcome::Failed;
+                outcome->launch = control->activate(*outcome->before.topmost)
+                                      ? platform::LaunchOutcome::Launched
+                                      : platform::LaunchOutcome::Failed;
             else
                 outcome->launch = control->launch(bundleID, &outcome->error);
         },
@@ -125,10 +129,9 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
             } else {
                 const int countBefore = outcome->before.windowCount;
                 const qint32 pid = outcome->before.pid.value_or(0);
-                settleThen(m_context, this, kActiveCheckMs,
-                           [this, bundleID, pid, countBefore, completion] {
-                               afterLaunch(bundleID, pid, countBefore, completion);
-                           });
+                settleThen(m_context, this, kActiveCheckMs, [this, bundleID, pid, countBefore, completion] {
+                    afterLaunch(bundleID, pid, countBefore, completion);
+                });
                 return;
             }
             if (completion)
@@ -177,7 +180,8 @@ void NewWindowOpener::sendNewWindowShortcut(const QString &bundleID, Completion 
         [desktop, control, bundleID] {
             const AppState app = appState(desktop->readSnapshot(), bundleID);
             if (!app.pid || !app.topmost) {
-                qCInfo(lcActions).noquote() << "sendNewWindowShortcut FAILED: app not running for " + bundleID;
+                qCInfo(lcActions).noquote()
+                    << "sendNewWindowShortcut FAILED: app not running for " + bundleID;
                 return;
             }
             const NewWindowShortcut shortcut = newWindowShortcut(bundleID);
@@ -185,15 +189,18 @@ void NewWindowOpener::sendNewWindowShortcut(const QString &bundleID, Completion 
                 qCInfo(lcActions).noquote() << "sendNewWindowShortcut FAILED: keys not sent to " + bundleID;
                 return;
             }
-            qCInfo(lcActions).noquote()
-                << QStringLiteral("sendNewWindowShortcut OK: sent %1 pid=%2").arg(shortcut.description()).arg(*app.pid);
-            qCInfo(lcActions).noquote()
-                << QStringLiteral("[OV] Sent %1 to %2 (pid %3)").arg(shortcut.description(), bundleID).arg(*app.pid);
+            qCInfo(lcActions).noquote() << QStringLiteral("sendNewWindowShortcut OK: sent %1 pid=%2")
+                                               .arg(shortcut.description())
+                                               .arg(*app.pid);
+            qCInfo(lcActions).noquote() << QStringLiteral("[OV] Sent %1 to %2 (pid %3)")
+                                               .arg(shortcut.description(), bundleID)
+                                               .arg(*app.pid);
         },
         std::move(then));
 }
 
-void NewWindowOpener::moveNewestWindow(const QString &bundleID, qint32 pid, int countBefore, Completion completion)
+void NewWindowOpener::moveNewestWindow(const QString &bundleID, qint32 pid, int countBefore,
+                                       Completion completion)
 {
     const std::optional<platform::ScreenInfo> target = sidebarScreen();
     if (!target) {
@@ -219,12 +226,15 @@ void NewWindowOpener::moveNewestWindow(const QString &bundleID, qint32 pid, int 
             if (screen.frame.contains(frame->topLeft() + QPointF(kOnScreenProbe, kOnScreenProbe)))
                 return;
             const QRectF &visible = screen.visibleFrame;
-            const double x = clampedStart(visible.center().x(), frame->width(), visible.left(), visible.right());
-            const double y = clampedStart(visible.center().y(), frame->height(), visible.top(), visible.bottom());
+            const double x =
+                clampedStart(visible.center().x(), frame->width(), visible.left(), visible.right());
+            const double y =
+                clampedStart(visible.center().y(), frame->height(), visible.top(), visible.bottom());
             control->setPosition(*app.topmost, {x, y});
-            qCInfo(lcActions).noquote() << QStringLiteral("[OV] Moved new window to sidebar screen at (%1, %2)")
-                                               .arg(x, 0, 'f', 0)
-                                               .arg(y, 0, 'f', 0);
+            qCInfo(lcActions).noquote()
+                << QStringLiteral("[OV] Moved new window to sidebar screen at (%1, %2)")
+                       .arg(x, 0, 'f', 0)
+                       .arg(y, 0, 'f', 0);
         },
         std::move(completion));
 }
@@ -236,12 +246,14 @@ void NewWindowOpener::relaunchClosedApp(const QString &bundleID)
         m_context, this,
         [control, bundleID] {
             if (!control->hasApplication(bundleID)) {
-                qCWarning(lcActions).noquote() << QStringLiteral("[OV] No app URL found for bundleID: %1").arg(bundleID);
+                qCWarning(lcActions).noquote()
+                    << QStringLiteral("[OV] No app URL found for bundleID: %1").arg(bundleID);
                 return;
             }
             QString error;
             if (control->launch(bundleID, &error) != platform::LaunchOutcome::Launched)
-                qCWarning(lcActions).noquote() << QStringLiteral("[OV] Failed to relaunch %1: %2").arg(bundleID, error);
+                qCWarning(lcActions).noquote()
+                    << QStringLiteral("[OV] Failed to relaunch %1: %2").arg(bundleID, error);
         },
         nullptr);
 }

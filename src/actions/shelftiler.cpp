@@ -117,7 +117,9 @@ void ShelfTiler::verify(const QList<Placed> &placed, const ColumnPlan &plan, con
     const QList<double> expected = expectedTops(plan.area.y(), actualHeights, planned);
     bool misplaced = false;
     for (qsizetype i = 0; i < placed.size(); ++i)
-        misplaced = misplaced || (!std::isnan(actualTops[i]) && std::abs(actualTops[i] - expected[i]) > kVerifyTolerance);
+        misplaced =
+            misplaced
+            || (!std::isnan(actualTops[i]) && std::abs(actualTops[i] - expected[i]) > kVerifyTolerance);
     if (!misplaced)
         return;
     qCInfo(lcActions) << "[OV] Tile verification: correcting positions";

@@ -175,9 +175,8 @@ void ShowDesktop::minimizeCategoryWindows(const QString &categoryID, Completion 
         windows.append(w);
         ids.insert(tracking::identity::withoutGhostSuffix(w.id));
     }
-    qCInfo(lcActions).noquote() << QStringLiteral("minimizeCategoryWindows category=%1 count=%2")
-                                       .arg(categoryID)
-                                       .arg(windows.size());
+    qCInfo(lcActions).noquote()
+        << QStringLiteral("minimizeCategoryWindows category=%1 count=%2").arg(categoryID).arg(windows.size());
     m_context.manager->setWindowsMinimizedLocally(
         [&ids](const tracking::WindowItem &w) { return ids.contains(w.id); }, true);
     const auto desktop = m_context.desktop;
@@ -205,9 +204,8 @@ void ShowDesktop::restoreCategoryWindows(const QString &categoryID, Completion c
         windows.append(w);
         ids.insert(w.id);
     }
-    qCInfo(lcActions).noquote() << QStringLiteral("restoreCategoryWindows category=%1 count=%2")
-                                       .arg(categoryID)
-                                       .arg(windows.size());
+    qCInfo(lcActions).noquote()
+        << QStringLiteral("restoreCategoryWindows category=%1 count=%2").arg(categoryID).arg(windows.size());
     m_context.manager->setWindowsMinimizedLocally(
         [&ids](const tracking::WindowItem &w) { return ids.contains(w.id); }, false);
     const auto desktop = m_context.desktop;
@@ -246,7 +244,8 @@ void ShowDesktop::restoreAndRaiseCategoryWindows(const QString &categoryID, Comp
     runInBackground(
         m_context, this,
         [desktop, control, scheduler, windows, bundles] {
-            qCInfo(lcActions).noquote() << QStringLiteral("restoreAndRaise START: %1 windows").arg(windows.size());
+            qCInfo(lcActions).noquote()
+                << QStringLiteral("restoreAndRaise START: %1 windows").arg(windows.size());
             const platform::DesktopSnapshot snapshot = desktop->readSnapshot();
             QHash<qint32, qint64> raisedByPid;
             // Un-minimises and raises one window; the window raised last per process
@@ -263,12 +262,13 @@ void ShowDesktop::restoreAndRaiseCategoryWindows(const QString &categoryID, Comp
                 const qint64 number = *element->windowNumber;
                 if (w.isMinimized || element->minimized) {
                     const bool ok = control->setMinimized(number, false);
-                    qCInfo(lcActions).noquote() << QStringLiteral("restoreAndRaise UNMINIMIZE %1'%2' result=%3")
-                                                       .arg(tag, w.windowTitle, resultCode(ok));
+                    qCInfo(lcActions).noquote()
+                        << QStringLiteral("restoreAndRaise UNMINIMIZE %1'%2' result=%3")
+                               .arg(tag, w.windowTitle, resultCode(ok));
                 }
                 const bool ok = control->raise(number);
-                qCInfo(lcActions).noquote()
-                    << QStringLiteral("restoreAndRaise RAISE %1'%2' result=%3").arg(tag, w.windowTitle, resultCode(ok));
+                qCInfo(lcActions).noquote() << QStringLiteral("restoreAndRaise RAISE %1'%2' result=%3")
+                                                   .arg(tag, w.windowTitle, resultCode(ok));
                 raisedByPid.insert(w.pid, number);
             };
             const auto activate = [&](qint32 pid, const QString &prefix) {
@@ -292,8 +292,8 @@ void ShowDesktop::restoreAndRaiseCategoryWindows(const QString &categoryID, Comp
             QStringList pidTexts;
             for (qint32 pid : otherPids)
                 pidTexts.append(QString::number(pid));
-            qCInfo(lcActions).noquote()
-                << QStringLiteral("restoreAndRaise ACTIVATE other apps: pids=[%1]").arg(pidTexts.join(QStringLiteral(", ")));
+            qCInfo(lcActions).noquote() << QStringLiteral("restoreAndRaise ACTIVATE other apps: pids=[%1]")
+                                               .arg(pidTexts.join(QStringLiteral(", ")));
             for (qint32 pid : otherPids) {
                 activate(pid, QStringLiteral("restoreAndRaise ACTIVATE pid="));
                 scheduler->pause(kBetweenActivations);

@@ -16,14 +16,24 @@ namespace orvella::actions {
 enum class TileAlignment { left, center, right };
 
 /// Where a single window is snapped to; raw values are the names below.
-enum class TilePosition { leftHalf, rightHalf, topHalf, bottomHalf, topLeft, topRight, bottomLeft, bottomRight,
-                          maximize, center };
+enum class TilePosition {
+    leftHalf,
+    rightHalf,
+    topHalf,
+    bottomHalf,
+    topLeft,
+    topRight,
+    bottomLeft,
+    bottomRight,
+    maximize,
+    center
+};
 
 /// Every position, in menu order.
 inline constexpr std::array kAllTilePositions{
-    TilePosition::leftHalf,   TilePosition::rightHalf,  TilePosition::topHalf,     TilePosition::bottomHalf,
-    TilePosition::topLeft,    TilePosition::topRight,   TilePosition::bottomLeft,  TilePosition::bottomRight,
-    TilePosition::maximize,   TilePosition::center};
+    TilePosition::leftHalf, TilePosition::rightHalf, TilePosition::topHalf,    TilePosition::bottomHalf,
+    TilePosition::topLeft,  TilePosition::topRight,  TilePosition::bottomLeft, TilePosition::bottomRight,
+    TilePosition::maximize, TilePosition::center};
 
 namespace tilePosition {
 /// The raw value ("leftHalf"); also the position's `id`.

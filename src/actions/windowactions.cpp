@@ -44,8 +44,9 @@ void WindowActions::refreshAfter(int delayMs, Completion completion)
     });
 }
 
-void WindowActions::tileCategoryWindows(const QString &categoryID, TileAlignment alignment, double widthFraction,
-                                        double sidebarWidth, const QString &sidebarPosition, Completion completion)
+void WindowActions::tileCategoryWindows(const QString &categoryID, TileAlignment alignment,
+                                        double widthFraction, double sidebarWidth,
+                                        const QString &sidebarPosition, Completion completion)
 {
     QList<tracking::WindowItem> windows;
     for (const tracking::WindowCategory &c : m_context.manager->categories()) {
@@ -121,7 +122,8 @@ void WindowActions::focusWindow(const tracking::WindowItem &window, Completion c
         [desktop, control, window] {
             const auto element = findAXWindow(window, desktop->readSnapshot());
             if (!element || !element->windowNumber) {
-                qCInfo(lcActions).noquote() << "[OV] focusWindow: no window element for" << window.windowTitle;
+                qCInfo(lcActions).noquote()
+                    << "[OV] focusWindow: no window element for" << window.windowTitle;
                 return;
             }
             if (window.isMinimized || element->minimized)
@@ -141,7 +143,8 @@ void WindowActions::closeWindow(const tracking::WindowItem &window, Completion c
         [desktop, control, window] {
             const auto element = findAXWindow(window, desktop->readSnapshot());
             if (!element || !element->windowNumber) {
-                qCInfo(lcActions).noquote() << "[OV] closeWindow: no window element for" << window.windowTitle;
+                qCInfo(lcActions).noquote()
+                    << "[OV] closeWindow: no window element for" << window.windowTitle;
                 return;
             }
             control->close(*element->windowNumber);

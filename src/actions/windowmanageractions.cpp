@@ -51,13 +51,13 @@ void WindowManager::setWindowsMinimizedLocally(const std::function<bool(const Wi
     buildCategories();
 }
 
-void WindowManager::tileCategoryWindows(const QString &categoryID, TileAlignment alignment, double widthFraction,
-                                        double sidebarWidth, const QString &sidebarPosition,
-                                        actions::Completion completion)
+void WindowManager::tileCategoryWindows(const QString &categoryID, TileAlignment alignment,
+                                        double widthFraction, double sidebarWidth,
+                                        const QString &sidebarPosition, actions::Completion completion)
 {
     if (!unavailable(m_windowActions, completion))
-        m_windowActions->tileCategoryWindows(categoryID, alignment, widthFraction, sidebarWidth, sidebarPosition,
-                                             std::move(completion));
+        m_windowActions->tileCategoryWindows(categoryID, alignment, widthFraction, sidebarWidth,
+                                             sidebarPosition, std::move(completion));
 }
 
 void WindowManager::tileWindow(const WindowItem &window, TilePosition position, double sidebarWidth,

@@ -222,7 +222,8 @@ void TestActionsX11::tiledShelfLandsWhereComputed()
 
 void TestActionsX11::windowThatWillNotShrinkKeepsItsHeight()
 {
-    const QStringList titles{QStringLiteral("a"), QStringLiteral("tall"), QStringLiteral("c"), QStringLiteral("d")};
+    const QStringList titles{QStringLiteral("a"), QStringLiteral("tall"), QStringLiteral("c"),
+                             QStringLiteral("d")};
     startClient({{titles[0], {}},
                  {titles[1], {QStringLiteral("--min-size"), QStringLiteral("100x300")}},
                  {titles[2], {}},
@@ -242,10 +243,12 @@ void TestActionsX11::windowThatWillNotShrinkKeepsItsHeight()
     double y = area->y();
     for (const QString &title : titles) {
         const QRectF frame = element(title)->frame;
-        QVERIFY2(qAbs(frame.y() - y) <= kTolerance, qPrintable(title + QStringLiteral(" at y=%1").arg(frame.y())));
+        QVERIFY2(qAbs(frame.y() - y) <= kTolerance,
+                 qPrintable(title + QStringLiteral(" at y=%1").arg(frame.y())));
         if (title != titles[1])
-            QVERIFY2(qAbs(frame.height() - share) <= kTolerance,
-                     qPrintable(title + QStringLiteral(" height %1, share %2").arg(frame.height()).arg(share)));
+            QVERIFY2(
+                qAbs(frame.height() - share) <= kTolerance,
+                qPrintable(title + QStringLiteral(" height %1, share %2").arg(frame.height()).arg(share)));
         y += frame.height();
     }
 }
@@ -259,7 +262,8 @@ void TestActionsX11::showDesktopTwiceRestoresWhatItMinimized()
 
     m_wm->toggleShowDesktop();
     QCOMPARE(m_wm->state().showDesktopSavedSignatures.size(), 2);
-    QTRY_VERIFY_WITH_TIMEOUT(minimized(QStringLiteral("open 1")) && minimized(QStringLiteral("open 2")), kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(minimized(QStringLiteral("open 1")) && minimized(QStringLiteral("open 2")),
+                             kTimeoutMs);
     QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("open 1"))->isMinimized; }));
 
     m_wm->toggleShowDesktop();
@@ -308,7 +312,8 @@ void TestActionsX11::closeAsksTheClient()
     QByteArray out;
     const QByteArray expected = "closed 0x" + QByteArray::number(number, 16);
     QTRY_VERIFY_WITH_TIMEOUT((out += m_client->readAllStandardOutput()).contains(expected), kTimeoutMs);
-    QVERIFY(refreshUntil([&] { return !byTitle(QStringLiteral("doomed")) && byTitle(QStringLiteral("keep")); }));
+    QVERIFY(
+        refreshUntil([&] { return !byTitle(QStringLiteral("doomed")) && byTitle(QStringLiteral("keep")); }));
 }
 
 void TestActionsX11::newWindowFromDesktopEntryMovesToSidebarScreen()

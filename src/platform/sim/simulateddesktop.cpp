@@ -1,6 +1,8 @@
 // An in-memory desktop for deterministic tests of the tracking core.
 #include "platform/sim/simulateddesktop.h"
 
+#include <algorithm>
+
 namespace orvella::platform::sim {
 
 void SimulatedDesktop::setTrusted(bool trusted)
@@ -302,6 +304,12 @@ bool SimulatedDesktop::close(qint64 window)
     return true;
 }
 
+void SimulatedDesktop::setShortcutOpens(qint32 pid, Window window)
+{
+    QMutexLocker lock(&m_mutex);
+    m_shortcutOpens = std::pair(pid, std::move(window));
+}
+
 bool SimulatedDesktop::sendShortcut(qint64 window, const KeyShortcut &shortcut)
 {
     QMutexLocker lock(&m_mutex);
@@ -313,6 +321,16 @@ bool SimulatedDesktop::sendShortcut(qint64 window, const KeyShortcut &shortcut)
     if (!find(window))
         return false;
     m_focus = window;
+    for (App &app : m_apps) {
+        const bool typedIntoApp = std::any_of(app.windows.begin(), app.windows.end(),
+                                              [window](const Window &w) { return w.number == window; });
+        if (m_shortcutOpens && typedIntoApp && app.pid == m_shortcutOpens->first) {
+            app.windows.prepend(m_shortcutOpens->second);
+            m_focus = m_shortcutOpens->second.number;
+            m_shortcutOpens.reset();
+            break;
+        }
+    }
     return true;
 }
 

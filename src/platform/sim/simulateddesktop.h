@@ -91,6 +91,8 @@ public:
     /// Every write so far, one line each ("setMinimized 3 1", "raise 3", "close 3").
     QStringList controlLog() const;
     void clearControlLog();
+    /// The next shortcut typed into one of `pid`'s windows opens `window` on top of them.
+    void setShortcutOpens(qint32 pid, Window window);
 
     std::optional<QRectF> frame(qint64 window) override;
     bool setSize(qint64 window, const QSizeF &size) override;
@@ -124,6 +126,7 @@ private:
     QList<ScreenInfo> m_screens;
     QStringList m_installed;
     QStringList m_controlLog;
+    std::optional<std::pair<qint32, Window>> m_shortcutOpens;
 };
 
 } // namespace orvella::platform::sim

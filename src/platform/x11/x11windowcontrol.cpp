@@ -68,8 +68,8 @@ std::uint32_t X11WindowControl::Private::timestamp()
 {
     // The server stamps a PropertyNotify with its own time: a zero-length append to a
     // property of our own window costs one round trip and changes nothing.
-    xcb_change_property(connection, XCB_PROP_MODE_APPEND, ownWindow, atoms.orvellaTimestamp, XCB_ATOM_STRING, 8,
-                        0, nullptr);
+    xcb_change_property(connection, XCB_PROP_MODE_APPEND, ownWindow, atoms.orvellaTimestamp, XCB_ATOM_STRING,
+                        8, 0, nullptr);
     xcb_flush(connection);
     while (xcb_generic_event_t *event = xcb_wait_for_event(connection)) {
         const Reply<xcb_generic_event_t> owned(event);
@@ -105,8 +105,8 @@ bool X11WindowControl::Private::sendToRoot(std::uint32_t window, std::uint32_t t
 std::optional<FrameExtents> X11WindowControl::Private::extents(std::uint32_t window)
 {
     ReplyCollector replies(connection);
-    const PropertyReply reply =
-        replies.property(xcb_get_property(connection, 0, window, atoms.netFrameExtents, XCB_ATOM_CARDINAL, 0, 4));
+    const PropertyReply reply = replies.property(
+        xcb_get_property(connection, 0, window, atoms.netFrameExtents, XCB_ATOM_CARDINAL, 0, 4));
     if (replies.vanished())
         return std::nullopt;
     // No extents: an undecorated window, or a manager that does not say; both are 0.
@@ -143,8 +143,9 @@ QList<xcb_keycode_t> X11WindowControl::Private::keycodes(std::uint32_t keysym)
     const xcb_setup_t *setup = xcb_get_setup(connection);
     const int count = setup->max_keycode - setup->min_keycode + 1;
     ReplyCollector replies(connection);
-    const auto map = replies.take(xcb_get_keyboard_mapping_reply,
-                                  xcb_get_keyboard_mapping(connection, setup->min_keycode, std::uint8_t(count)));
+    const auto map =
+        replies.take(xcb_get_keyboard_mapping_reply,
+                     xcb_get_keyboard_mapping(connection, setup->min_keycode, std::uint8_t(count)));
     QList<xcb_keycode_t> out;
     if (!map || map->keysyms_per_keycode == 0)
         return out;
@@ -228,8 +229,9 @@ bool X11WindowControl::setSize(qint64 window, const QSizeF &size)
     // The request names the client's size; the frame the user sees adds the decoration.
     const auto width = std::uint32_t(std::max(1.0, size.width() - e->left - e->right));
     const auto height = std::uint32_t(std::max(1.0, size.height() - e->top - e->bottom));
-    return d->sendToRoot(w, d->atoms.netMoveresizeWindow,
-                         {kGravityNorthWest | kMoveWidth | kMoveHeight | kSourcePager << 12, 0, 0, width, height});
+    return d->sendToRoot(
+        w, d->atoms.netMoveresizeWindow,
+        {kGravityNorthWest | kMoveWidth | kMoveHeight | kSourcePager << 12, 0, 0, width, height});
 }
 
 bool X11WindowControl::setPosition(qint64 window, const QPointF &topLeft)
@@ -280,7 +282,8 @@ bool X11WindowControl::close(qint64 window)
     QMutexLocker lock(&d->mutex);
     if (!d->alive() || !d->exists(std::uint32_t(window)))
         return false;
-    return d->sendToRoot(std::uint32_t(window), d->atoms.netCloseWindow, {d->timestamp(), kSourcePager, 0, 0, 0});
+    return d->sendToRoot(std::uint32_t(window), d->atoms.netCloseWindow,
+                         {d->timestamp(), kSourcePager, 0, 0, 0});
 }
 
 bool X11WindowControl::sendShortcut(qint64 window, const KeyShortcut &shortcut)
@@ -350,7 +353,8 @@ QList<ScreenInfo> X11WindowControl::screens()
         monitorsCookie = xcb_randr_get_monitors(c, d->root, 1);
     const auto desktopCookie =
         xcb_get_property(c, 0, d->root, d->atoms.netCurrentDesktop, XCB_ATOM_CARDINAL, 0, 1);
-    const auto workareaCookie = xcb_get_property(c, 0, d->root, d->atoms.netWorkarea, XCB_ATOM_CARDINAL, 0, 4 * 64);
+    const auto workareaCookie =
+        xcb_get_property(c, 0, d->root, d->atoms.netWorkarea, XCB_ATOM_CARDINAL, 0, 4 * 64);
     const auto geometry = replies.take(xcb_get_geometry_reply, geometryCookie);
     const Reply<xcb_randr_get_monitors_reply_t> monitors =
         monitorsCookie ? replies.take(xcb_randr_get_monitors_reply, *monitorsCookie) : nullptr;
