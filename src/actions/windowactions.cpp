@@ -152,4 +152,19 @@ void WindowActions::closeWindow(const tracking::WindowItem &window, Completion c
         [this, completion] { refreshAfter(kFocusRefreshMs, completion); });
 }
 
+void WindowActions::minimizeWindow(const tracking::WindowItem &window, Completion completion)
+{
+    m_context.manager->updateWindowMinimizedStateLocally(window.id, true);
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    runInBackground(
+        m_context, this,
+        [desktop, control, window] {
+            const auto element = findAXWindow(window, desktop->readSnapshot());
+            if (element && element->windowNumber && !element->minimized)
+                control->setMinimized(*element->windowNumber, true);
+        },
+        [this, completion] { refreshAfter(kFocusRefreshMs, completion); });
+}
+
 } // namespace orvella::actions

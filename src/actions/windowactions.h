@@ -29,6 +29,8 @@ public:
                     const QString &sidebarPosition, Completion completion);
     void focusWindow(const tracking::WindowItem &window, Completion completion);
     void closeWindow(const tracking::WindowItem &window, Completion completion);
+    /// Minimises one window (a double click on its row).
+    void minimizeWindow(const tracking::WindowItem &window, Completion completion);
 
 private:
     SidebarPlacement sidebar(double width, const QString &position) const;

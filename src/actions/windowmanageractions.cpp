@@ -121,6 +121,12 @@ void WindowManager::closeWindow(const WindowItem &window, actions::Completion co
         m_windowActions->closeWindow(window, std::move(completion));
 }
 
+void WindowManager::minimizeWindow(const WindowItem &window, actions::Completion completion)
+{
+    if (!unavailable(m_windowActions, completion))
+        m_windowActions->minimizeWindow(window, std::move(completion));
+}
+
 void WindowManager::openNewWindowForItem(const WindowItem &item, actions::Completion completion)
 {
     if (!unavailable(m_newWindowOpener, completion))

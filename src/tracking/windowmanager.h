@@ -157,6 +157,7 @@ public:
     void restoreAndRaiseCategoryWindows(const QString &categoryID, actions::Completion completion = {});
     void focusWindow(const WindowItem &window, actions::Completion completion = {});
     void closeWindow(const WindowItem &window, actions::Completion completion = {});
+    void minimizeWindow(const WindowItem &window, actions::Completion completion = {});
     void openNewWindowForItem(const WindowItem &item, actions::Completion completion = {});
     void openNewWindow(const QString &bundleID, actions::Completion completion = {});
     void relaunchClosedApp(const QString &bundleID);

@@ -236,7 +236,8 @@ void TestActions::shelfIsRaisedWithItsFirstWindowLast()
     refresh();
     const QString shelf = shelfOf({1, 2, 3});
     m_desktop->clearControlLog();
-    QVERIFY(run([&](actions::Completion done) { m_wm->restoreAndRaiseCategoryWindows(shelf, std::move(done)); }));
+    QVERIFY(
+        run([&](actions::Completion done) { m_wm->restoreAndRaiseCategoryWindows(shelf, std::move(done)); }));
     QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 2 0", "raise 2", "raise 3", "activate 2",
                                                    "activate 3", "raise 1", "activate 1"}));
     QCOMPARE(m_desktop->focus(), 1);
@@ -285,7 +286,9 @@ void TestActions::newWindowOfAnUnknownApplication()
 {
     const QString notes = QStringLiteral("org.example.Notes");
     m_desktop->setInstalledApps({notes});
-    QVERIFY(run([&](actions::Completion done) { m_wm->openNewWindow(QStringLiteral("no.such.app"), std::move(done)); }));
+    QVERIFY(run([&](actions::Completion done) {
+        m_wm->openNewWindow(QStringLiteral("no.such.app"), std::move(done));
+    }));
     QVERIFY(m_desktop->controlLog().isEmpty());
 
     // Installed but not running: started, then the shortcut finds nobody to type into.

@@ -10,6 +10,7 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -47,6 +48,8 @@ private slots:
     void focusMakesTheWindowActive();
     void closeAsksTheClient();
     void newWindowFromDesktopEntryMovesToSidebarScreen();
+    void commandLine_data();
+    void commandLine();
 
 private:
     void startClient(const QList<ClientWindow> &windows);
@@ -334,6 +337,53 @@ void TestActionsX11::newWindowFromDesktopEntryMovesToSidebarScreen()
     QVERIFY2(sidebarScreen.contains(moved.center()),
              qPrintable(QStringLiteral("new window at %1,%2").arg(moved.x()).arg(moved.y())));
     QVERIFY(!sidebarScreen.contains(element(QStringLiteral("Fresh"))->frame.center()));
+}
+
+void TestActionsX11::commandLine_data()
+{
+    QTest::addColumn<QStringList>("arguments"); // "ID" stands for the window's id
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("outcome"); // "unmoved", "maximized", "minimized"
+    QTest::newRow("tile-window") << QStringList{"tile-window", "ID", "maximize"} << 0 << "maximized";
+    QTest::newRow("minimize") << QStringList{"minimize", "ID"} << 0 << "minimized";
+    QTest::newRow("unknown window") << QStringList{"tile-window", "nobody::wn:1", "maximize"} << 2
+                                    << "unmoved";
+    QTest::newRow("unknown position") << QStringList{"tile-window", "ID", "sideways"} << 2 << "unmoved";
+    QTest::newRow("unknown shelf") << QStringList{"tile-shelf", "shelf-9", "--width", "1"} << 2 << "unmoved";
+    QTest::newRow("unknown application") << QStringList{"new-window", "no.such.app"} << 2 << "unmoved";
+}
+
+void TestActionsX11::commandLine()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, status);
+    QFETCH(QString, outcome);
+    startClient({{QStringLiteral("target"), {}}});
+    const QRectF before = element(QStringLiteral("target"))->frame;
+    arguments.replaceInStrings(QRegularExpression(QStringLiteral("^ID$")),
+                               byTitle(QStringLiteral("target"))->id);
+
+    QProcess orvella;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir.filePath(QStringLiteral("config")));
+    orvella.setProcessEnvironment(env);
+    orvella.start(QStringLiteral(ORVELLA_BINARY), arguments);
+    QVERIFY(orvella.waitForFinished(kTimeoutMs));
+    const QByteArray err = orvella.readAllStandardError();
+    QCOMPARE(orvella.exitCode(), status);
+    // Log lines share standard error; the message for the user is a line of its own.
+    if (status != 0)
+        QVERIFY2(err.startsWith("orvella: ") || err.contains("\norvella: "), err.constData());
+
+    if (outcome == QLatin1String("maximized")) {
+        const auto area = actions::usableArea(m_control->screens(), {});
+        QVERIFY(actions::framesMatch(element(QStringLiteral("target"))->frame, *area, kTolerance));
+    } else if (outcome == QLatin1String("minimized")) {
+        QTRY_VERIFY_WITH_TIMEOUT(minimized(QStringLiteral("target")), kTimeoutMs);
+    } else {
+        QCOMPARE(element(QStringLiteral("target"))->frame, before);
+        QVERIFY(!minimized(QStringLiteral("target")));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestActionsX11)

@@ -113,9 +113,11 @@ void TestTileGeometry::usableArea_data()
         << two << 250.0 << "left" << std::optional(QPointF(-1200, 0)) << std::optional(kVisible);
     QTest::newRow("no sidebar width") << oneScreen() << 0.0 << "left" << unknown << std::optional(kVisible);
     QTest::newRow("first screen without a main one")
-        << QList<ScreenInfo>{{kScreen, kVisible, false}, {QRectF(1000, 0, 800, 600), QRectF(1000, 0, 800, 600), false}}
+        << QList<ScreenInfo>{{kScreen, kVisible, false},
+                             {QRectF(1000, 0, 800, 600), QRectF(1000, 0, 800, 600), false}}
         << 0.0 << "left" << unknown << std::optional(kVisible);
-    QTest::newRow("no screens") << QList<ScreenInfo>{} << 250.0 << "left" << unknown << std::optional<QRectF>();
+    QTest::newRow("no screens") << QList<ScreenInfo>{} << 250.0 << "left" << unknown
+                                << std::optional<QRectF>();
 }
 
 void TestTileGeometry::usableArea()
@@ -141,7 +143,8 @@ void TestTileGeometry::column_data()
     QTest::newRow("right 30%") << int(TileAlignment::right) << 0.3 << 2 << 800.0 << 300.0 << 300.0;
     QTest::newRow("too narrow is 10%") << int(TileAlignment::right) << 0.05 << 1 << 1000.0 << 100.0 << 600.0;
     QTest::newRow("too wide is 100%") << int(TileAlignment::center) << 1.5 << 4 << 100.0 << 1000.0 << 150.0;
-    QTest::newRow("one window, whole height") << int(TileAlignment::left) << 0.5 << 1 << 100.0 << 500.0 << 600.0;
+    QTest::newRow("one window, whole height")
+        << int(TileAlignment::left) << 0.5 << 1 << 100.0 << 500.0 << 600.0;
 }
 
 void TestTileGeometry::column()
@@ -152,7 +155,8 @@ void TestTileGeometry::column()
     QFETCH(double, x);
     QFETCH(double, width);
     QFETCH(double, rowHeight);
-    const ColumnPlan plan = planColumn(QRectF(100, 50, 1000, 600), TileAlignment(alignment), fraction, windows);
+    const ColumnPlan plan =
+        planColumn(QRectF(100, 50, 1000, 600), TileAlignment(alignment), fraction, windows);
     QCOMPARE(plan.columnX, x);
     QCOMPARE(plan.columnWidth, width);
     QCOMPARE(plan.rowHeight, rowHeight);
@@ -228,19 +232,20 @@ void TestTileGeometry::findsElement_data()
     QTest::addColumn<QList<platform::AppWindow>>("elements");
     QTest::addColumn<int>("expected"); // index into elements, -1 for none
     const std::optional<qint64> none;
-    QTest::newRow("by number, whatever the title")
-        << std::optional<qint64>(7) << "Old title" << 0
-        << QList{element("Doc", 5), element("New title", 7)} << 1;
+    QTest::newRow("by number, whatever the title") << std::optional<qint64>(7) << "Old title" << 0
+                                                   << QList{element("Doc", 5), element("New title", 7)} << 1;
     QTest::newRow("a number no longer listed is gone, even with its title taken")
         << std::optional<qint64>(7) << "Doc" << 0 << QList{element("Doc", 5)} << -1;
     QTest::newRow("elements without numbers: by title")
         << std::optional<qint64>(7) << "Doc" << 0 << QList{element("Other", none), element("Doc", none)} << 1;
-    QTest::newRow("no number: by title") << none << "Doc" << 0 << QList{element("x", 1), element("Doc", 2)} << 1;
+    QTest::newRow("no number: by title")
+        << none << "Doc" << 0 << QList{element("x", 1), element("Doc", 2)} << 1;
     QTest::newRow("equal titles: the one nearest its old place")
         << none << "Untitled" << 2
         << QList{element("Untitled", none), element("x", none), element("Untitled", none)} << 2;
     QTest::newRow("no title match") << none << "Doc" << 0 << QList{element("Other", none)} << -1;
-    QTest::newRow("empty list") << std::optional<qint64>(7) << "Doc" << 0 << QList<platform::AppWindow>{} << -1;
+    QTest::newRow("empty list") << std::optional<qint64>(7) << "Doc" << 0 << QList<platform::AppWindow>{}
+                                << -1;
 }
 
 void TestTileGeometry::findsElement()
