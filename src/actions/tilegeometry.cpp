@@ -137,7 +137,9 @@ ColumnPlan planColumn(const QRectF &area, TileAlignment alignment, double widthF
 {
     ColumnPlan plan;
     plan.area = area;
-    plan.columnWidth = std::clamp(widthFraction, kMinWidthFraction, kMaxWidthFraction) * area.width();
+    // A fraction that is not a number at all gets the whole width.
+    const double fraction = std::isnan(widthFraction) ? kMaxWidthFraction : widthFraction;
+    plan.columnWidth = std::clamp(fraction, kMinWidthFraction, kMaxWidthFraction) * area.width();
     plan.rowHeight = area.height() / std::max(1, windowCount);
     switch (alignment) {
     case TileAlignment::left: plan.columnX = area.x(); break;

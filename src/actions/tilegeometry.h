@@ -77,7 +77,8 @@ struct ColumnPlan
     double rowHeight = 0;
 };
 
-/// The width fraction is clamped to 0.1 ... 1.0; `windowCount` must be positive.
+/// The width fraction is clamped to 0.1 ... 1.0 (NaN counts as 1.0); `windowCount`
+/// below 1 counts as 1.
 ColumnPlan planColumn(const QRectF &area, TileAlignment alignment, double widthFraction, int windowCount);
 
 /// Each coordinate (x, y, width, height) within `tolerance` points.

@@ -9,6 +9,7 @@
 #include <QHash>
 
 #include <algorithm>
+#include <cmath>
 
 namespace orvella::shell {
 
@@ -23,12 +24,9 @@ constexpr int kActionTimeoutMs = 30000;
 const QHash<QString, Verb> &verbs()
 {
     static const QHash<QString, Verb> table{
-        {QStringLiteral("focus"), Verb::Focus},
-        {QStringLiteral("close"), Verb::Close},
-        {QStringLiteral("minimize"), Verb::Minimize},
-        {QStringLiteral("tile-window"), Verb::TileWindow},
-        {QStringLiteral("tile-shelf"), Verb::TileShelf},
-        {QStringLiteral("minimize-all"), Verb::MinimizeAll},
+        {QStringLiteral("focus"), Verb::Focus},          {QStringLiteral("close"), Verb::Close},
+        {QStringLiteral("minimize"), Verb::Minimize},    {QStringLiteral("tile-window"), Verb::TileWindow},
+        {QStringLiteral("tile-shelf"), Verb::TileShelf}, {QStringLiteral("minimize-all"), Verb::MinimizeAll},
         {QStringLiteral("new-window"), Verb::NewWindow},
     };
     return table;
@@ -57,7 +55,7 @@ std::variant<WindowCommand, QString> parseTileShelfOptions(WindowCommand command
         } else if (option == QLatin1String("--width")) {
             bool ok = false;
             command.widthFraction = value.toDouble(&ok);
-            if (!ok || command.widthFraction <= 0)
+            if (!ok || !std::isfinite(command.widthFraction) || command.widthFraction <= 0)
                 return QStringLiteral("--width takes a fraction of the screen width, such as 0.5, not \"%1\"")
                     .arg(value);
         } else {
@@ -92,11 +90,11 @@ std::variant<WindowCommand, QString> parseWindowCommand(const QString &name, con
     if (positional.size() < needed || std::any_of(positional.begin(), positional.end(), [](const QString &a) {
             return a.startsWith(u'-');
         }))
-        return QStringLiteral("%1 needs %2").arg(name, needed == 2 ? QStringLiteral("a window id and a position")
-                                                        : command.verb == Verb::TileShelf ? QStringLiteral("a shelf id")
-                                                        : command.verb == Verb::NewWindow
-                                                            ? QStringLiteral("an application id")
-                                                            : QStringLiteral("a window id"));
+        return QStringLiteral("%1 needs %2")
+            .arg(name, needed == 2                       ? QStringLiteral("a window id and a position")
+                       : command.verb == Verb::TileShelf ? QStringLiteral("a shelf id")
+                       : command.verb == Verb::NewWindow ? QStringLiteral("an application id")
+                                                         : QStringLiteral("a window id"));
     if (needed > 0)
         command.target = positional.first();
     if (command.verb == Verb::TileWindow) {
@@ -134,7 +132,8 @@ int runWindowCommand(const WindowCommand &command, tracking::WindowManager &mana
         || command.verb == Verb::TileWindow) {
         window = manager.canonicalWindow(command.target);
         if (!window) {
-            printError(QStringLiteral("no window with id \"%1\" (see orvella list --json)").arg(command.target));
+            printError(
+                QStringLiteral("no window with id \"%1\" (see orvella list --json)").arg(command.target));
             return 2;
         }
     }
@@ -147,9 +146,10 @@ int runWindowCommand(const WindowCommand &command, tracking::WindowManager &mana
         break;
     case Verb::TileShelf: {
         const auto &categories = manager.categories();
-        const bool known = std::any_of(categories.begin(), categories.end(), [&](const tracking::WindowCategory &c) {
-            return c.isShelf() && c.id == command.target;
-        });
+        const bool known =
+            std::any_of(categories.begin(), categories.end(), [&](const tracking::WindowCategory &c) {
+                return c.isShelf() && c.id == command.target;
+            });
         if (!known) {
             printError(QStringLiteral("no shelf with id \"%1\" (see orvella list)").arg(command.target));
             return 2;

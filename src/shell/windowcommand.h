@@ -42,6 +42,7 @@ std::variant<WindowCommand, QString> parseWindowCommand(const QString &command, 
  * With no sidebar running, tiling uses the whole work area and a new window is not moved.
  */
 int runWindowCommand(const WindowCommand &command, tracking::WindowManager &manager,
-                     platform::WindowControl &control, const std::function<void(const QString &)> &printError);
+                     platform::WindowControl &control,
+                     const std::function<void(const QString &)> &printError);
 
 } // namespace orvella::shell

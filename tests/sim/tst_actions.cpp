@@ -41,6 +41,7 @@ private slots:
     void tilingWithWindowsThatRefuseToShrink();
     void tilingUnminimizesAndSkipsVanishedWindows();
     void tileWindowUsesTheUsableArea();
+    void tilingCorrectsLostMoves();
     void showDesktopTogglesExactlyItsWindows();
     void showDesktopWithEverythingMinimizedCompletesAtOnce();
     void shelfIsRaisedWithItsFirstWindowLast();
@@ -163,6 +164,23 @@ void TestActions::tilingUnminimizesAndSkipsVanishedWindows()
     // The refresh afterwards shows the new state.
     QTRY_VERIFY(!m_wm->state().isRefreshing);
     QCOMPARE(m_wm->windows().size(), 2);
+}
+
+void TestActions::tilingCorrectsLostMoves()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("top")));
+    SimulatedDesktop::Window late = window(2, QStringLiteral("late"), {5, 5, 400, 300});
+    late.ignoredMoves = 3; // the first placement and both final passes
+    m_desktop->addWindow(kEditor, late);
+    refresh();
+    const QString shelf = shelfOf({1, 2});
+    QTest::ignoreMessage(QtInfoMsg, "[OV] Tile verification: correcting positions");
+    QVERIFY(run([&](actions::Completion done) {
+        m_wm->tileCategoryWindows(shelf, actions::TileAlignment::left, 1.0, 0, QStringLiteral("left"),
+                                  std::move(done));
+    }));
+    QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(0, 0, 1000, 400)));
+    QCOMPARE(m_desktop->frameOf(2), std::optional(QRectF(0, 400, 1000, 400)));
 }
 
 void TestActions::tileWindowUsesTheUsableArea()

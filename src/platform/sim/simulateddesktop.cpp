@@ -240,7 +240,10 @@ bool SimulatedDesktop::setPosition(qint64 window, const QPointF &topLeft)
     m_controlLog.append(QStringLiteral("setPosition %1 %2,%3").arg(window).arg(topLeft.x()).arg(topLeft.y()));
     if (!w)
         return false;
-    w->frame.moveTopLeft(topLeft);
+    if (w->ignoredMoves > 0)
+        --w->ignoredMoves;
+    else
+        w->frame.moveTopLeft(topLeft);
     return true;
 }
 

@@ -41,6 +41,8 @@ public:
         QSizeF minSize{0, 0};
         /// False: close requests are ignored (the application asks to save first).
         bool closesOnRequest = true;
+        /// This many moves are lost, as with a window manager that is busy elsewhere.
+        int ignoredMoves = 0;
     };
     struct App
     {

@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+#include <cmath>
+
 using namespace orvella;
 using namespace orvella::actions;
 using platform::ScreenInfo;
@@ -143,6 +145,8 @@ void TestTileGeometry::column_data()
     QTest::newRow("right 30%") << int(TileAlignment::right) << 0.3 << 2 << 800.0 << 300.0 << 300.0;
     QTest::newRow("too narrow is 10%") << int(TileAlignment::right) << 0.05 << 1 << 1000.0 << 100.0 << 600.0;
     QTest::newRow("too wide is 100%") << int(TileAlignment::center) << 1.5 << 4 << 100.0 << 1000.0 << 150.0;
+    QTest::newRow("not a number is the whole width")
+        << int(TileAlignment::left) << std::nan("") << 2 << 100.0 << 1000.0 << 300.0;
     QTest::newRow("one window, whole height")
         << int(TileAlignment::left) << 0.5 << 1 << 100.0 << 500.0 << 600.0;
 }

@@ -86,6 +86,8 @@ void TestCommandLine::windowCommands_data()
                                        << "";
     QTest::newRow("width not a number") << QStringList{"tile-shelf", "shelf-1", "--width", "half"} << -1 << ""
                                         << "";
+    QTest::newRow("width nan") << QStringList{"tile-shelf", "shelf-1", "--width", "nan"} << -1 << ""
+                               << "";
     QTest::newRow("width without value") << QStringList{"tile-shelf", "shelf-1", "--width"} << -1 << ""
                                          << "";
     QTest::newRow("unknown shelf option") << QStringList{"tile-shelf", "shelf-1", "--height", "2"} << -1 << ""
