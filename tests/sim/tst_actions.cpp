@@ -45,6 +45,7 @@ private slots:
     void showDesktopTogglesExactlyItsWindows();
     void showDesktopWithEverythingMinimizedCompletesAtOnce();
     void shelfIsRaisedWithItsFirstWindowLast();
+    void shelfMinimizedAndRestoredAlone();
     void newWindow_data();
     void newWindow();
     void newWindowOfAnUnknownApplication();
@@ -261,6 +262,28 @@ void TestActions::shelfIsRaisedWithItsFirstWindowLast()
     QCOMPARE(m_desktop->focus(), 1);
 }
 
+void TestActions::shelfMinimizedAndRestoredAlone()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("on shelf")));
+    m_desktop->addWindow(kTerminal, window(2, QStringLiteral("also on shelf")));
+    m_desktop->addWindow(kEditor, window(3, QStringLiteral("elsewhere")));
+    refresh();
+    const QString shelf = shelfOf({1, 2});
+    m_desktop->clearControlLog();
+    QTest::ignoreMessage(QtInfoMsg, "minimizeCategoryWindows category=shelf-1 count=2");
+    QVERIFY(run([&](actions::Completion done) { m_wm->minimizeCategoryWindows(shelf, std::move(done)); }));
+    QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 1", "setMinimized 2 1"}));
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    QCOMPARE(m_desktop->minimizedOf(3), std::optional(false));
+
+    m_desktop->clearControlLog();
+    QVERIFY(run([&](actions::Completion done) { m_wm->restoreCategoryWindows(shelf, std::move(done)); }));
+    QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 0", "setMinimized 2 0"}));
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    for (const WindowItem &w : m_wm->windows())
+        QVERIFY(!w.isMinimized);
+}
+
 void TestActions::newWindow_data()
 {
     QTest::addColumn<QString>("bundleID");
@@ -312,6 +335,13 @@ void TestActions::newWindowOfAnUnknownApplication()
     // Installed but not running: started, then the shortcut finds nobody to type into.
     QVERIFY(run([&](actions::Completion done) { m_wm->openNewWindow(notes, std::move(done)); }));
     QCOMPARE(m_desktop->controlLog(), QStringList{QStringLiteral("launch ") + notes});
+
+    // Relaunching a shelved application that was closed.
+    m_desktop->clearControlLog();
+    QTest::ignoreMessage(QtWarningMsg, "[OV] No app URL found for bundleID: no.such.app");
+    m_wm->relaunchClosedApp(QStringLiteral("no.such.app"));
+    m_wm->relaunchClosedApp(notes);
+    QTRY_COMPARE(m_desktop->controlLog(), QStringList{QStringLiteral("launch ") + notes});
 }
 
 QTEST_GUILESS_MAIN(TestActions)

@@ -58,6 +58,7 @@ private slots:
     void showDesktopTwiceRestoresWhatItMinimized();
     void restoringByHandStartsANewShowDesktop();
     void focusMakesTheWindowActive();
+    void raisedShelfEndsWithItsFirstWindowInFront();
     void closeAsksTheClient();
     void newWindowFromDesktopEntryMovesToSidebarScreen();
     void commandLine_data();
@@ -317,6 +318,29 @@ void TestActionsX11::focusMakesTheWindowActive()
                               kTimeoutMs);
     QVERIFY(!minimized(QStringLiteral("back")));
     QVERIFY(refreshUntil([&] { return m_wm->activeWindowID() == byTitle(QStringLiteral("back"))->id; }));
+}
+
+void TestActionsX11::raisedShelfEndsWithItsFirstWindowInFront()
+{
+    startClient({{QStringLiteral("lead"), {}},
+                 {QStringLiteral("hidden"), {QStringLiteral("--iconic")}},
+                 {QStringLiteral("outside"), {}}});
+    const QString shelf = shelfOf({QStringLiteral("lead"), QStringLiteral("hidden")});
+    QVERIFY(m_control->activate(*element(QStringLiteral("outside"))->windowNumber));
+    QTRY_COMPARE_WITH_TIMEOUT(m_desktop->readSnapshot().focusedTitle,
+                              std::optional(QStringLiteral("outside")), kTimeoutMs);
+
+    QVERIFY(waitFor(
+        [&](actions::Completion done) { m_wm->restoreAndRaiseCategoryWindows(shelf, std::move(done)); }));
+    QTRY_COMPARE_WITH_TIMEOUT(m_desktop->readSnapshot().focusedTitle, std::optional(QStringLiteral("lead")),
+                              kTimeoutMs);
+    QVERIFY(!minimized(QStringLiteral("hidden")));
+    // The application's windows, topmost first: the shelf's order, then the rest.
+    const auto windows = *m_desktop->readSnapshot().windowsByPid.value(qint32(m_client->processId()));
+    QStringList order;
+    for (const platform::AppWindow &w : windows)
+        order.append(w.title);
+    QCOMPARE(order, QStringList({"lead", "hidden", "outside"}));
 }
 
 void TestActionsX11::closeAsksTheClient()
