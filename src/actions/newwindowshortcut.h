@@ -7,7 +7,8 @@
 
 namespace orvella::actions {
 
-/// A shortcut in the described form: a virtual key code and event-flag modifiers.
+/// A shortcut as the override table keeps it: a virtual key code (45 is "N") and
+/// modifier flags (Command 0x100000, typed as Control here; Shift 0x20000).
 struct NewWindowShortcut
 {
     static constexpr quint64 kShift = 0x20000;
@@ -27,8 +28,8 @@ struct NewWindowShortcut
     friend bool operator==(const NewWindowShortcut &, const NewWindowShortcut &) = default;
 };
 
-/// The editors that open a new window with Command-Shift-N (Command-N opens a tab or
-/// a file there), their Linux identities included; Command-N for everyone else.
+/// The editors that open a new window with Command+Shift+N (Command+N opens a tab or
+/// a file there), their Linux identities included; Command+N for everyone else.
 NewWindowShortcut newWindowShortcut(const QString &bundleID);
 
 } // namespace orvella::actions

@@ -373,7 +373,7 @@ void TestActionsX11::newWindowFromDesktopEntryMovesToSidebarScreen()
     QVERIFY(waitFor(open));
     QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Fresh")).has_value(); }));
     // On a loaded machine the application may map its first window only after the
-    // shortcut went out (the described timing allows 0.8 s); a second request then
+    // shortcut went out (the opener gives it 0.8 s); a second request then
     // finds it running, which is what a user would do.
     if (s_shortcutFoundNoApp)
         QVERIFY(waitFor(open));

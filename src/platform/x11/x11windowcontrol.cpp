@@ -11,7 +11,6 @@
 #include <xcb/xtest.h>
 
 #include <QMutex>
-#include <QThread>
 
 #include <array>
 #include <chrono>
