@@ -291,6 +291,12 @@ bool X11WindowControl::sendShortcut(qint64 window, const KeyShortcut &shortcut)
     if (!d->alive() || !d->exists(std::uint32_t(window)))
         return false;
     const auto w = std::uint32_t(window);
+    // Like any request to a missing extension, a fake key would close the connection.
+    const xcb_query_extension_reply_t *xtest = xcb_get_extension_data(d->connection, &xcb_test_id);
+    if (!xtest || !xtest->present) {
+        qCWarning(lcPlatform) << "[OV] the X server has no XTEST extension: no keys can be sent";
+        return false;
+    }
     // XTest types into whatever has the focus: hand it to the window and wait for the
     // window manager to say so before the first key.
     if (!d->sendToRoot(w, d->atoms.netActiveWindow, {kSourcePager, d->timestamp(), XCB_NONE, 0, 0}))
