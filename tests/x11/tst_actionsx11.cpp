@@ -68,6 +68,7 @@ private:
     void startClient(const QList<ClientWindow> &windows);
     bool refreshUntil(const std::function<bool()> &done);
     bool waitFor(const std::function<void(actions::Completion)> &action);
+    bool settled() const;
     std::optional<WindowItem> byTitle(const QString &title) const;
     QString shelfOf(const QStringList &titles);
     std::optional<platform::AppWindow> element(const QString &title) const;
@@ -157,7 +158,37 @@ bool TestActionsX11::waitFor(const std::function<void(actions::Completion)> &act
     QDeadlineTimer deadline(kTimeoutMs);
     while (!finished && !deadline.hasExpired())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    return finished && m_wm->waitForRefresh(5000);
+    return finished && m_wm->waitForRefresh(5000) && settled();
+}
+
+bool TestActionsX11::settled() const
+{
+    // A loaded window manager may still be working through the requests: wait until two
+    // reads of every frame, state and the focus agree.
+    const auto describe = [this] {
+        const platform::DesktopSnapshot snapshot = m_desktop->readSnapshot();
+        QStringList out{snapshot.focusedTitle.value_or(QString())};
+        for (const auto &windows : snapshot.windowsByPid) {
+            for (const platform::AppWindow &w : windows.value_or(QList<platform::AppWindow>()))
+                out.append(QStringLiteral("%1 %2 %3")
+                               .arg(w.title)
+                               .arg(w.minimized)
+                               .arg(QString::number(w.frame.x()) + u',' + QString::number(w.frame.y()) + u' '
+                                    + QString::number(w.frame.width()) + u'x'
+                                    + QString::number(w.frame.height())));
+        }
+        return out;
+    };
+    QDeadlineTimer deadline(kTimeoutMs);
+    QStringList last = describe();
+    while (!deadline.hasExpired()) {
+        QTest::qWait(100);
+        const QStringList now = describe();
+        if (now == last)
+            return true;
+        last = now;
+    }
+    return false;
 }
 
 std::optional<WindowItem> TestActionsX11::byTitle(const QString &title) const
@@ -417,6 +448,7 @@ void TestActionsX11::commandLine()
     orvella.setProcessEnvironment(env);
     orvella.start(QStringLiteral(ORVELLA_BINARY), arguments);
     QVERIFY(orvella.waitForFinished(kTimeoutMs));
+    QVERIFY(settled());
     const QByteArray err = orvella.readAllStandardError();
     QCOMPARE(orvella.exitCode(), status);
     // Log lines share standard error; the message for the user is a line of its own.
