@@ -62,6 +62,20 @@ CommandLineRequest parseCommandLine(const QStringList &arguments)
             return request;
         } else if (command == QLatin1String("help")) {
             request.action = Action::Help;
+        } else if (isWindowCommand(command) && !rest.contains(QLatin1String("--help"))
+                   && !rest.contains(QLatin1String("-h"))) {
+            auto parsed = parseWindowCommand(command, rest);
+            if (auto *error = std::get_if<QString>(&parsed)) {
+                request.action = Action::Invalid;
+                request.error = *error;
+            } else {
+                request.action = Action::Window;
+                request.window = std::get<WindowCommand>(parsed);
+            }
+            return request;
+        } else if (isWindowCommand(command)) {
+            request.action = Action::Help;
+            return request;
         } else {
             request.action = Action::Invalid;
             request.error = QStringLiteral("unknown command \"%1\"").arg(command);
@@ -100,6 +114,17 @@ QString usageText()
                           "  sysmon        print the system monitor's readings (CPU, memory, disk,\n"
                           "                network, battery, temperature) and exit:\n"
                           "                sysmon [--json] [--interval SECONDS (3)] [--count N (1)]\n"
+                          "  focus ID      raise and focus a window (ID as list --json prints it)\n"
+                          "  close ID      ask a window's application to close it\n"
+                          "  minimize ID   minimise a window\n"
+                          "  tile-window ID POSITION\n"
+                          "                snap a window to leftHalf, rightHalf, topHalf, bottomHalf,\n"
+                          "                topLeft, topRight, bottomLeft, bottomRight, maximize or center\n"
+                          "  tile-shelf SHELF_ID [--align left|center|right] [--width FRACTION]\n"
+                          "                stack a shelf's windows in one column (default left, 0.5)\n"
+                          "  minimize-all  minimise every window\n"
+                          "  new-window BUNDLE_ID\n"
+                          "                open a new window of an application (its desktop-file id)\n"
                           "\n"
                           "Options:\n"
                           "  --json        with list and watch: JSON documents instead of text\n"

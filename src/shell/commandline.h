@@ -1,6 +1,8 @@
 // Parses Orvella's command line into one request.
 #pragma once
 
+#include "shell/windowcommand.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -8,9 +10,11 @@ namespace orvella::shell {
 
 struct CommandLineRequest
 {
-    enum class Action { Run, Version, Help, List, Watch, Sysmon, Invalid };
+    enum class Action { Run, Version, Help, List, Watch, Sysmon, Window, Invalid };
     Action action = Action::Run;
     bool json = false;
+    /// For Window: which action on what.
+    WindowCommand window;
     QString error;             ///< for Invalid: what was wrong, for the user
     double sysmonInterval = 3; ///< sysmon: seconds between samples
     int sysmonCount = 1;       ///< sysmon: samples to print

@@ -7,12 +7,14 @@
 #include "platform/preferencesstore.h"
 #include "platform/x11/x11desktop.h"
 #include "platform/x11/x11desktopobserver.h"
+#include "platform/x11/x11windowcontrol.h"
 #include "services/telemetryservice.h"
 #include "settings/appsettings.h"
 #include "settings/localizationmanager.h"
 #include "shell/commandline.h"
 #include "shell/sysmonreport.h"
 #include "shell/watchcommand.h"
+#include "shell/windowcommand.h"
 #include "shell/windowlisting.h"
 #include "tracking/windowmanager.h"
 
@@ -143,6 +145,24 @@ int systemMonitor(int argc, char **argv, bool json, double interval, int count)
     return result;
 }
 
+// One window action, acted out against the current session; the preferences are only read.
+int actOnWindows(int argc, char **argv, const shell::WindowCommand &command)
+{
+    QCoreApplication app(argc, argv);
+    int status = 0;
+    const auto desktop = openTrustedDesktop(&status);
+    if (!desktop)
+        return status;
+    QString error;
+    const auto control = platform::x11::X11WindowControl::open(QString(), &error);
+    if (!control)
+        return fail(error);
+    const auto store = readOnlyPreferences();
+    tracking::WindowManager manager(desktop, nullptr, store.get());
+    manager.setWindowControl(control);
+    return shell::runWindowCommand(command, manager, *control, [](const QString &message) { fail(message); });
+}
+
 int runApplication(int argc, char **argv)
 {
     QString error;
@@ -209,6 +229,7 @@ int main(int argc, char **argv)
     case Action::Watch: return watchWindows(argc, argv, request.json);
     case Action::Sysmon:
         return systemMonitor(argc, argv, request.json, request.sysmonInterval, request.sysmonCount);
+    case Action::Window: return actOnWindows(argc, argv, request.window);
     case Action::Run: break;
     }
     return runApplication(argc, argv);

@@ -1,6 +1,7 @@
 // The clock and delayed calls of the tracking core, injectable so tests can drive time.
 #include "tracking/scheduler.h"
 
+#include <QThread>
 #include <QTimer>
 
 namespace orvella::tracking {
@@ -18,6 +19,11 @@ public:
 };
 
 } // namespace
+
+void Scheduler::pause(std::chrono::milliseconds duration)
+{
+    QThread::msleep(std::chrono::milliseconds::rep(duration.count()));
+}
 
 Scheduler &Scheduler::system()
 {

@@ -23,6 +23,9 @@ public:
     /// Runs `callback` on `context`'s thread after `delay`, unless `context` is gone.
     virtual void schedule(std::chrono::milliseconds delay, QObject *context,
                           std::function<void()> callback) = 0;
+    /// Blocks the calling worker thread for a settling pause between writes to other
+    /// applications' windows (never called on the main thread).
+    virtual void pause(std::chrono::milliseconds duration);
 
     /// Real time and QTimer.
     static Scheduler &system();

@@ -1,6 +1,8 @@
 // The window-tracking core: the published window list and sections, and the refresh.
 #pragma once
 
+#include "actions/actioncontext.h"
+#include "actions/tilegeometry.h"
 #include "tracking/scheduler.h"
 #include "tracking/trackingstate.h"
 #include "tracking/windowcategory.h"
@@ -16,7 +18,13 @@ namespace orvella::platform {
 class Desktop;
 class DesktopObserver;
 class PreferencesStore;
+class WindowControl;
 } // namespace orvella::platform
+namespace orvella::actions {
+class NewWindowOpener;
+class ShowDesktop;
+class WindowActions;
+} // namespace orvella::actions
 namespace orvella::settings {
 class AppSettings;
 }
@@ -124,6 +132,38 @@ public:
     /// Waits (processing events) until no refresh is running; for the command line.
     bool waitForRefresh(int timeoutMs);
 
+    // Window actions (actions/windowmanageractions.cpp). Each returns at once and does
+    // nothing before setWindowControl(); `completion`, when given, runs on the main
+    // thread once the action has settled.
+    using TileAlignment = actions::TileAlignment;
+    using TilePosition = actions::TilePosition;
+    /// Where actions send their changes; shared with the workers that send them.
+    void setWindowControl(std::shared_ptr<platform::WindowControl> control);
+    /// Marks the windows `which` accepts as (un)minimized and regroups, before the
+    /// window manager has done it.
+    void setWindowsMinimizedLocally(const std::function<bool(const WindowItem &)> &which, bool minimized);
+    void tileCategoryWindows(const QString &categoryID, TileAlignment alignment, double widthFraction,
+                             double sidebarWidth, const QString &sidebarPosition,
+                             actions::Completion completion = {});
+    void tileWindow(const WindowItem &window, TilePosition position, double sidebarWidth,
+                    const QString &sidebarPosition, actions::Completion completion = {});
+    Q_INVOKABLE void toggleShowDesktop();
+    void showDesktopSaveAndMinimize(actions::Completion completion);
+    void showDesktopRestore(actions::Completion completion);
+    void minimizeAllWindows(actions::Completion completion);
+    void minimizeCategoryWindows(const QString &categoryID, actions::Completion completion = {});
+    void restoreCategoryWindows(const QString &categoryID, actions::Completion completion = {});
+    /// Un-minimises and raises a shelf's windows, its first window ending in front.
+    void restoreAndRaiseCategoryWindows(const QString &categoryID, actions::Completion completion = {});
+    void focusWindow(const WindowItem &window, actions::Completion completion = {});
+    void closeWindow(const WindowItem &window, actions::Completion completion = {});
+    void minimizeWindow(const WindowItem &window, actions::Completion completion = {});
+    void openNewWindowForItem(const WindowItem &item, actions::Completion completion = {});
+    void openNewWindow(const QString &bundleID, actions::Completion completion = {});
+    void relaunchClosedApp(const QString &bundleID);
+    /// Null before setWindowControl().
+    actions::NewWindowOpener *newWindowOpener() const { return m_newWindowOpener; }
+
 signals:
     void windowsChanged();
     void categoriesChanged();
@@ -163,6 +203,11 @@ private:
     int m_lastLikelyCGWindowCount = 0;
     bool m_showsTrustBanner = false;
     TrackingState m_state;
+
+    std::shared_ptr<platform::WindowControl> m_control;
+    actions::WindowActions *m_windowActions = nullptr;
+    actions::ShowDesktop *m_showDesktop = nullptr;
+    actions::NewWindowOpener *m_newWindowOpener = nullptr;
 };
 
 } // namespace orvella::tracking

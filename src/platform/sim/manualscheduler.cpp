@@ -15,6 +15,11 @@ void ManualScheduler::schedule(std::chrono::milliseconds delay, QObject *context
     m_pending.push_back({m_now.addMSecs(delay.count()), m_nextOrder++, context, std::move(callback)});
 }
 
+void ManualScheduler::pause(std::chrono::milliseconds duration)
+{
+    m_paused += duration.count();
+}
+
 void ManualScheduler::advance(std::chrono::milliseconds by)
 {
     const QDateTime target = m_now.addMSecs(by.count());

@@ -5,6 +5,8 @@
 
 #include <QPointer>
 
+#include <atomic>
+
 #include <vector>
 
 namespace orvella::platform::sim {
@@ -16,6 +18,10 @@ public:
 
     QDateTime now() const override { return m_now; }
     void schedule(std::chrono::milliseconds delay, QObject *context, std::function<void()> callback) override;
+    /// Returns at once; the pauses are only counted, from any thread.
+    void pause(std::chrono::milliseconds duration) override;
+    /// The sum of all pauses so far.
+    std::chrono::milliseconds pausedTotal() const { return std::chrono::milliseconds(m_paused.load()); }
 
     /// Moves the clock forward, running every call that falls due, in time order.
     void advance(std::chrono::milliseconds by);
@@ -32,6 +38,7 @@ private:
     QDateTime m_now;
     quint64 m_nextOrder = 0;
     std::vector<Pending> m_pending;
+    std::atomic<qint64> m_paused{0};
 };
 
 } // namespace orvella::platform::sim

@@ -1,6 +1,8 @@
 // An in-memory desktop for deterministic tests of the tracking core.
 #include "platform/sim/simulateddesktop.h"
 
+#include <algorithm>
+
 namespace orvella::platform::sim {
 
 void SimulatedDesktop::setTrusted(bool trusted)
@@ -61,15 +63,12 @@ void SimulatedDesktop::setTitle(qint64 number, const QString &title)
         w->title = title;
 }
 
-void SimulatedDesktop::setMinimized(qint64 number, bool minimized)
+void SimulatedDesktop::setMinimizedLocked(Window &w, bool minimized)
 {
-    QMutexLocker lock(&m_mutex);
-    if (Window *w = find(number)) {
-        // As the X11 desktop reports them: a minimized window is not drawn at all.
-        w->minimized = minimized;
-        w->onScreen = !minimized;
-        w->alpha = minimized ? 0.0 : 1.0;
-    }
+    // As the X11 desktop reports them: a minimized window is not drawn at all.
+    w.minimized = minimized;
+    w.onScreen = !minimized;
+    w.alpha = minimized ? 0.0 : 1.0;
 }
 
 void SimulatedDesktop::setWindowsUnreadable(qint32 pid, bool unreadable)
@@ -172,6 +171,192 @@ DesktopSnapshot SimulatedDesktop::readSnapshot()
         --m_waiting;
     }
     return snapshot;
+}
+
+void SimulatedDesktop::setScreens(QList<ScreenInfo> screens)
+{
+    QMutexLocker lock(&m_mutex);
+    m_screens = std::move(screens);
+}
+
+void SimulatedDesktop::setInstalledApps(QStringList bundleIDs)
+{
+    QMutexLocker lock(&m_mutex);
+    m_installed = std::move(bundleIDs);
+}
+
+std::optional<QRectF> SimulatedDesktop::frameOf(qint64 number) const
+{
+    QMutexLocker lock(&m_mutex);
+    const Window *w = const_cast<SimulatedDesktop *>(this)->find(number);
+    return w ? std::optional(w->frame) : std::nullopt;
+}
+
+std::optional<bool> SimulatedDesktop::minimizedOf(qint64 number) const
+{
+    QMutexLocker lock(&m_mutex);
+    const Window *w = const_cast<SimulatedDesktop *>(this)->find(number);
+    return w ? std::optional(w->minimized) : std::nullopt;
+}
+
+qint64 SimulatedDesktop::focus() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_focus;
+}
+
+QStringList SimulatedDesktop::controlLog() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_controlLog;
+}
+
+void SimulatedDesktop::clearControlLog()
+{
+    QMutexLocker lock(&m_mutex);
+    m_controlLog.clear();
+}
+
+std::optional<QRectF> SimulatedDesktop::frame(qint64 window)
+{
+    return frameOf(window);
+}
+
+bool SimulatedDesktop::setSize(qint64 window, const QSizeF &size)
+{
+    QMutexLocker lock(&m_mutex);
+    Window *w = find(window);
+    m_controlLog.append(QStringLiteral("setSize %1 %2x%3").arg(window).arg(size.width()).arg(size.height()));
+    if (!w)
+        return false;
+    w->frame.setSize(size.expandedTo(w->minSize));
+    return true;
+}
+
+bool SimulatedDesktop::setPosition(qint64 window, const QPointF &topLeft)
+{
+    QMutexLocker lock(&m_mutex);
+    Window *w = find(window);
+    m_controlLog.append(QStringLiteral("setPosition %1 %2,%3").arg(window).arg(topLeft.x()).arg(topLeft.y()));
+    if (!w)
+        return false;
+    if (w->ignoredMoves > 0)
+        --w->ignoredMoves;
+    else
+        w->frame.moveTopLeft(topLeft);
+    return true;
+}
+
+bool SimulatedDesktop::setMinimized(qint64 window, bool minimized)
+{
+    QMutexLocker lock(&m_mutex);
+    Window *w = find(window);
+    m_controlLog.append(QStringLiteral("setMinimized %1 %2").arg(window).arg(int(minimized)));
+    if (!w)
+        return false;
+    setMinimizedLocked(*w, minimized);
+    return true;
+}
+
+void SimulatedDesktop::raiseLocked(qint64 number)
+{
+    for (App &app : m_apps) {
+        for (qsizetype i = 0; i < app.windows.size(); ++i) {
+            if (app.windows[i].number == number) {
+                app.windows.move(i, 0);
+                return;
+            }
+        }
+    }
+}
+
+bool SimulatedDesktop::raise(qint64 window)
+{
+    QMutexLocker lock(&m_mutex);
+    m_controlLog.append(QStringLiteral("raise %1").arg(window));
+    if (!find(window))
+        return false;
+    raiseLocked(window);
+    return true;
+}
+
+bool SimulatedDesktop::activate(qint64 window)
+{
+    QMutexLocker lock(&m_mutex);
+    m_controlLog.append(QStringLiteral("activate %1").arg(window));
+    Window *w = find(window);
+    if (!w)
+        return false;
+    setMinimizedLocked(*w, false);
+    raiseLocked(window);
+    m_focus = window;
+    return true;
+}
+
+bool SimulatedDesktop::close(qint64 window)
+{
+    QMutexLocker lock(&m_mutex);
+    m_controlLog.append(QStringLiteral("close %1").arg(window));
+    Window *w = find(window);
+    if (!w)
+        return false;
+    if (w->closesOnRequest) {
+        for (App &app : m_apps)
+            app.windows.removeIf([window](const Window &x) { return x.number == window; });
+    }
+    return true;
+}
+
+void SimulatedDesktop::setShortcutOpens(qint32 pid, Window window)
+{
+    QMutexLocker lock(&m_mutex);
+    m_shortcutOpens = std::pair(pid, std::move(window));
+}
+
+bool SimulatedDesktop::sendShortcut(qint64 window, const KeyShortcut &shortcut)
+{
+    QMutexLocker lock(&m_mutex);
+    m_controlLog.append(QStringLiteral("sendShortcut %1 %2%3%4")
+                            .arg(window)
+                            .arg(shortcut.control ? QStringLiteral("ctrl+") : QString())
+                            .arg(shortcut.shift ? QStringLiteral("shift+") : QString())
+                            .arg(shortcut.keysym, 0, 16));
+    if (!find(window))
+        return false;
+    m_focus = window;
+    for (App &app : m_apps) {
+        const bool typedIntoApp = std::any_of(app.windows.begin(), app.windows.end(),
+                                              [window](const Window &w) { return w.number == window; });
+        if (m_shortcutOpens && typedIntoApp && app.pid == m_shortcutOpens->first) {
+            app.windows.prepend(m_shortcutOpens->second);
+            m_focus = m_shortcutOpens->second.number;
+            m_shortcutOpens.reset();
+            break;
+        }
+    }
+    return true;
+}
+
+QList<ScreenInfo> SimulatedDesktop::screens()
+{
+    QMutexLocker lock(&m_mutex);
+    return m_screens;
+}
+
+bool SimulatedDesktop::hasApplication(const QString &bundleID)
+{
+    QMutexLocker lock(&m_mutex);
+    return m_installed.contains(bundleID);
+}
+
+LaunchOutcome SimulatedDesktop::launch(const QString &bundleID, QString *error)
+{
+    QMutexLocker lock(&m_mutex);
+    m_controlLog.append(QStringLiteral("launch %1").arg(bundleID));
+    if (!m_installed.contains(bundleID))
+        return LaunchOutcome::NotFound;
+    Q_UNUSED(error);
+    return LaunchOutcome::Launched;
 }
 
 } // namespace orvella::platform::sim

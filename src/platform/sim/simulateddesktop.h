@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/desktop.h"
+#include "platform/windowcontrol.h"
 
 #include <QMutex>
 #include <QWaitCondition>
@@ -13,9 +14,11 @@ namespace orvella::platform::sim {
  * set by the test. Failure switches reproduce what real desktops do: an application
  * whose window list cannot be read, a window that vanishes between the two lists, a
  * window-server list that cannot be read, and reads held back so that refreshes
- * overlap. Thread-safe: readSnapshot() runs on the refresh pool.
+ * overlap. As the write seam it applies changes at once, except where a window
+ * refuses them (a minimum size, ignoring close requests), and notes each call in a
+ * log. Thread-safe: readSnapshot() and the writes run on the refresh pool.
  */
-class SimulatedDesktop final : public Desktop
+class SimulatedDesktop final : public Desktop, public WindowControl
 {
 public:
     struct Window
@@ -34,6 +37,12 @@ public:
         bool serverKnowsName = true;
         /// Window-server bounds when they differ from the application's frame.
         std::optional<QRectF> serverBounds;
+        /// The application refuses to make the window smaller than this.
+        QSizeF minSize{0, 0};
+        /// False: close requests are ignored (the application asks to save first).
+        bool closesOnRequest = true;
+        /// This many moves are lost, as with a window manager that is busy elsewhere.
+        int ignoredMoves = 0;
     };
     struct App
     {
@@ -54,7 +63,6 @@ public:
     void addWindow(qint32 pid, Window window);
     void removeWindow(qint64 number);
     void setTitle(qint64 number, const QString &title);
-    void setMinimized(qint64 number, bool minimized);
     void setWindowsUnreadable(qint32 pid, bool unreadable);
     /// The active window; 0 for none.
     void setFocus(qint64 number);
@@ -74,7 +82,35 @@ public:
     DesktopSnapshot readSnapshot() override;
     qint32 ownPid() const override;
 
+    void setScreens(QList<ScreenInfo> screens);
+    /// The desktop-file ids launch() knows.
+    void setInstalledApps(QStringList bundleIDs);
+    /// The window's frame as the application has it; absent when there is no such window.
+    std::optional<QRectF> frameOf(qint64 number) const;
+    std::optional<bool> minimizedOf(qint64 number) const;
+    /// The active window; 0 for none.
+    qint64 focus() const;
+    /// Every write so far, one line each ("setMinimized 3 1", "raise 3", "close 3").
+    QStringList controlLog() const;
+    void clearControlLog();
+    /// The next shortcut typed into one of `pid`'s windows opens `window` on top of them.
+    void setShortcutOpens(qint32 pid, Window window);
+
+    std::optional<QRectF> frame(qint64 window) override;
+    bool setSize(qint64 window, const QSizeF &size) override;
+    bool setPosition(qint64 window, const QPointF &topLeft) override;
+    bool setMinimized(qint64 window, bool minimized) override;
+    bool raise(qint64 window) override;
+    bool activate(qint64 window) override;
+    bool close(qint64 window) override;
+    bool sendShortcut(qint64 window, const KeyShortcut &shortcut) override;
+    QList<ScreenInfo> screens() override;
+    bool hasApplication(const QString &bundleID) override;
+    LaunchOutcome launch(const QString &bundleID, QString *error) override;
+
 private:
+    void setMinimizedLocked(Window &w, bool minimized);
+    void raiseLocked(qint64 number);
     Window *find(qint64 number);
 
     mutable QMutex m_mutex;
@@ -89,6 +125,10 @@ private:
     QList<int> m_releasedReads;
     int m_waiting = 0;
     int m_reads = 0;
+    QList<ScreenInfo> m_screens;
+    QStringList m_installed;
+    QStringList m_controlLog;
+    std::optional<std::pair<qint32, Window>> m_shortcutOpens;
 };
 
 } // namespace orvella::platform::sim

@@ -56,6 +56,12 @@ constexpr std::array kAtomNames{
     AtomName{"_NET_WM_STATE_BELOW", &Atoms::netWmStateBelow},
     AtomName{"_GTK_APPLICATION_ID", &Atoms::gtkApplicationId},
     AtomName{"_KDE_NET_WM_DESKTOP_FILE", &Atoms::kdeNetWmDesktopFile},
+    AtomName{"_NET_MOVERESIZE_WINDOW", &Atoms::netMoveresizeWindow},
+    AtomName{"_NET_RESTACK_WINDOW", &Atoms::netRestackWindow},
+    AtomName{"_NET_CLOSE_WINDOW", &Atoms::netCloseWindow},
+    AtomName{"_NET_WORKAREA", &Atoms::netWorkarea},
+    AtomName{"WM_CHANGE_STATE", &Atoms::wmChangeState},
+    AtomName{"_ORVELLA_TIMESTAMP", &Atoms::orvellaTimestamp},
 };
 
 } // namespace

@@ -50,6 +50,13 @@ struct Atoms
     std::uint32_t netWmStateBelow = 0;
     std::uint32_t gtkApplicationId = 0;
     std::uint32_t kdeNetWmDesktopFile = 0;
+    std::uint32_t netMoveresizeWindow = 0;
+    std::uint32_t netRestackWindow = 0;
+    std::uint32_t netCloseWindow = 0;
+    std::uint32_t netWorkarea = 0;
+    std::uint32_t wmChangeState = 0;
+    /// A property of Orvella's own, changed on its own window to learn the server time.
+    std::uint32_t orvellaTimestamp = 0;
 
     /// Interns every atom above in one round trip. False, leaving the members that
     /// could not be interned at 0, when the server refused or the connection failed.

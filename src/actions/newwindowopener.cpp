@@ -1,0 +1,261 @@
+// Opening a new window of an application and bringing it to the sidebar's screen.
+#include "actions/newwindowopener.h"
+
+#include "actions/newwindowshortcut.h"
+#include "logging.h"
+#include "platform/desktop.h"
+#include "tracking/scheduler.h"
+#include "tracking/windowmanager.h"
+
+#include <QScreen>
+
+#include <algorithm>
+
+namespace orvella::actions {
+
+namespace {
+
+constexpr int kActiveCheckMs = 300;
+constexpr int kRetryMs = 500;
+constexpr int kMoveAfterMs = 600;
+constexpr double kOnScreenProbe = 20;
+
+struct AppState
+{
+    std::optional<qint32> pid;
+    int windowCount = 0;
+    std::optional<qint64> topmost;
+};
+
+AppState appState(const platform::DesktopSnapshot &snapshot, const QString &bundleID,
+                  std::optional<qint32> pid = {})
+{
+    AppState state;
+    for (const platform::RunningApp &app : snapshot.apps) {
+        if (!app.regular || !(pid ? app.pid == *pid : app.bundleID == bundleID))
+            continue;
+        state.pid = app.pid;
+        const QList<platform::AppWindow> windows =
+            snapshot.windowsByPid.value(app.pid).value_or(QList<platform::AppWindow>());
+        state.windowCount = int(windows.size());
+        if (!windows.isEmpty())
+            state.topmost = windows.first().windowNumber;
+        break;
+    }
+    return state;
+}
+
+double clampedStart(double middle, double size, double low, double high)
+{
+    return std::max(low, std::min(middle - size / 2, high - size));
+}
+
+} // namespace
+
+NewWindowOpener::NewWindowOpener(ActionContext context, QObject *parent)
+    : QObject(parent)
+    , m_context(std::move(context))
+{}
+
+std::optional<platform::ScreenInfo> NewWindowOpener::sidebarScreen() const
+{
+    if (m_sidebarScreen)
+        return m_sidebarScreen;
+    if (const QScreen *screen = m_context.manager->state().sidebarScreen)
+        return platform::ScreenInfo{QRectF(screen->geometry()), QRectF(screen->availableGeometry()), false};
+    return std::nullopt;
+}
+
+void NewWindowOpener::openNewWindowForItem(const tracking::WindowItem &item, Completion completion)
+{
+    qCInfo(lcActions).noquote() << QStringLiteral("openNewWindowForItem called: id=%1 title=%2 bundleID=%3")
+                                       .arg(item.id, item.windowTitle,
+                                            item.bundleIdentifier.value_or(QStringLiteral("nil")));
+    if (!item.bundleIdentifier) {
+        qCInfo(lcActions).noquote() << "openNewWindowForItem FAILED: no bundleID for " + item.id;
+        qCInfo(lcActions).noquote()
+            << QStringLiteral("[OV] openNewWindowForItem: no bundleID for %1").arg(item.id);
+        if (completion)
+            completion();
+        return;
+    }
+    openNewWindow(*item.bundleIdentifier, std::move(completion));
+}
+
+void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completion)
+{
+    qCInfo(lcActions).noquote() << "openNewWindow START: bundleID=" + bundleID;
+    const NewWindowShortcut shortcut = newWindowShortcut(bundleID);
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    struct Outcome
+    {
+        bool known = false;
+        AppState before;
+        platform::LaunchOutcome launch = platform::LaunchOutcome::Launched;
+        QString error;
+    };
+    auto outcome = std::make_shared<Outcome>();
+    runInBackground(
+        m_context, this,
+        [desktop, control, bundleID, shortcut, outcome] {
+            outcome->known = control->hasApplication(bundleID);
+            if (!outcome->known)
+                return;
+            outcome->before = appState(desktop->readSnapshot(), bundleID);
+            qCInfo(lcActions).noquote()
+                << QStringLiteral("openNewWindow %1 pid=%2 winCountBefore=%3 shortcut=%4")
+                       .arg(bundleID)
+                       .arg(outcome->before.pid.value_or(0))
+                       .arg(outcome->before.windowCount)
+                       .arg(shortcut.description());
+            qCInfo(lcActions).noquote() << QStringLiteral("[OV] openNewWindow for %1 — will send %2")
+                                               .arg(bundleID, shortcut.description());
+            // A running application is only activated: launching it again would start
+            // a second instance of anything that is not single-instance.
+            if (outcome->before.topmost)
+                outcome->launch = control->activate(*outcome->before.topmost)
+                                      ? platform::LaunchOutcome::Launched
+                                      : platform::LaunchOutcome::Failed;
+            else
+                outcome->launch = control->launch(bundleID, &outcome->error);
+        },
+        [this, bundleID, outcome, completion] {
+            if (!outcome->known) {
+                qCInfo(lcActions).noquote() << "openNewWindow FAILED: no app URL for " + bundleID;
+                qCWarning(lcActions).noquote() << QStringLiteral("[OV] No app URL: %1").arg(bundleID);
+            } else if (outcome->launch != platform::LaunchOutcome::Launched) {
+                qCWarning(lcActions).noquote() << "openNewWindow FAILED: NSWorkspace error=" + outcome->error;
+            } else {
+                const int countBefore = outcome->before.windowCount;
+                const qint32 pid = outcome->before.pid.value_or(0);
+                settleThen(m_context, this, kActiveCheckMs, [this, bundleID, pid, countBefore, completion] {
+                    afterLaunch(bundleID, pid, countBefore, completion);
+                });
+                return;
+            }
+            if (completion)
+                completion();
+        });
+}
+
+void NewWindowOpener::afterLaunch(const QString &bundleID, qint32 pid, int countBefore, Completion completion)
+{
+    const auto desktop = m_context.desktop;
+    auto active = std::make_shared<bool>(false);
+    runInBackground(
+        m_context, this,
+        [desktop, bundleID, active] {
+            const platform::DesktopSnapshot snapshot = desktop->readSnapshot();
+            for (const platform::RunningApp &app : snapshot.apps)
+                *active = *active || (app.pid == snapshot.frontmostPid && app.bundleID == bundleID);
+        },
+        [this, bundleID, pid, countBefore, completion, active] {
+            const QString shortcut = newWindowShortcut(bundleID).description();
+            const auto sendThenMove = [this, bundleID, pid, countBefore, completion] {
+                sendNewWindowShortcut(bundleID, [this, bundleID, pid, countBefore, completion] {
+                    settleThen(m_context, this, kMoveAfterMs, [this, bundleID, pid, countBefore, completion] {
+                        moveNewestWindow(bundleID, pid, countBefore, completion);
+                    });
+                });
+            };
+            if (*active) {
+                qCInfo(lcActions).noquote()
+                    << QStringLiteral("openNewWindow: app active, sending %1 to %2").arg(shortcut, bundleID);
+                sendThenMove();
+            } else {
+                qCInfo(lcActions).noquote()
+                    << "openNewWindow: app not active after 0.3s, retrying in 0.5s for " + bundleID;
+                settleThen(m_context, this, kRetryMs, sendThenMove);
+            }
+        });
+}
+
+void NewWindowOpener::sendNewWindowShortcut(const QString &bundleID, Completion then)
+{
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    runInBackground(
+        m_context, this,
+        [desktop, control, bundleID] {
+            const AppState app = appState(desktop->readSnapshot(), bundleID);
+            if (!app.pid || !app.topmost) {
+                qCInfo(lcActions).noquote()
+                    << "sendNewWindowShortcut FAILED: app not running for " + bundleID;
+                return;
+            }
+            const NewWindowShortcut shortcut = newWindowShortcut(bundleID);
+            if (!control->sendShortcut(*app.topmost, shortcut.keyShortcut())) {
+                qCInfo(lcActions).noquote() << "sendNewWindowShortcut FAILED: keys not sent to " + bundleID;
+                return;
+            }
+            qCInfo(lcActions).noquote() << QStringLiteral("sendNewWindowShortcut OK: sent %1 pid=%2")
+                                               .arg(shortcut.description())
+                                               .arg(*app.pid);
+            qCInfo(lcActions).noquote() << QStringLiteral("[OV] Sent %1 to %2 (pid %3)")
+                                               .arg(shortcut.description(), bundleID)
+                                               .arg(*app.pid);
+        },
+        std::move(then));
+}
+
+void NewWindowOpener::moveNewestWindow(const QString &bundleID, qint32 pid, int countBefore,
+                                       Completion completion)
+{
+    const std::optional<platform::ScreenInfo> target = sidebarScreen();
+    if (!target) {
+        if (completion)
+            completion();
+        return;
+    }
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    const platform::ScreenInfo screen = *target;
+    runInBackground(
+        m_context, this,
+        [desktop, control, bundleID, pid, countBefore, screen] {
+            const platform::DesktopSnapshot snapshot = desktop->readSnapshot();
+            AppState app = appState(snapshot, bundleID, pid ? std::optional(pid) : std::nullopt);
+            if (!app.pid)
+                app = appState(snapshot, bundleID);
+            if (!app.pid || app.windowCount <= countBefore || !app.topmost)
+                return;
+            const std::optional<QRectF> frame = control->frame(*app.topmost);
+            if (!frame)
+                return;
+            if (screen.frame.contains(frame->topLeft() + QPointF(kOnScreenProbe, kOnScreenProbe)))
+                return;
+            const QRectF &visible = screen.visibleFrame;
+            const double x =
+                clampedStart(visible.center().x(), frame->width(), visible.left(), visible.right());
+            const double y =
+                clampedStart(visible.center().y(), frame->height(), visible.top(), visible.bottom());
+            control->setPosition(*app.topmost, {x, y});
+            qCInfo(lcActions).noquote()
+                << QStringLiteral("[OV] Moved new window to sidebar screen at (%1, %2)")
+                       .arg(x, 0, 'f', 0)
+                       .arg(y, 0, 'f', 0);
+        },
+        std::move(completion));
+}
+
+void NewWindowOpener::relaunchClosedApp(const QString &bundleID)
+{
+    const auto control = m_context.control;
+    runInBackground(
+        m_context, this,
+        [control, bundleID] {
+            if (!control->hasApplication(bundleID)) {
+                qCWarning(lcActions).noquote()
+                    << QStringLiteral("[OV] No app URL found for bundleID: %1").arg(bundleID);
+                return;
+            }
+            QString error;
+            if (control->launch(bundleID, &error) != platform::LaunchOutcome::Launched)
+                qCWarning(lcActions).noquote()
+                    << QStringLiteral("[OV] Failed to relaunch %1: %2").arg(bundleID, error);
+        },
+        nullptr);
+}
+
+} // namespace orvella::actions

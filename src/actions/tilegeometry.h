@@ -1,0 +1,102 @@
+// Where tiled windows go: tile positions, the usable area beside the sidebar, the column.
+#pragma once
+
+#include "platform/windowcontrol.h"
+
+#include <QList>
+#include <QRectF>
+#include <QString>
+
+#include <array>
+#include <optional>
+
+namespace orvella::actions {
+
+/// Where a shelf's column stands in the usable area.
+enum class TileAlignment { left, center, right };
+
+/// Where a single window is snapped to; raw values are the names below.
+enum class TilePosition {
+    leftHalf,
+    rightHalf,
+    topHalf,
+    bottomHalf,
+    topLeft,
+    topRight,
+    bottomLeft,
+    bottomRight,
+    maximize,
+    center
+};
+
+/// Every position, in menu order.
+inline constexpr std::array kAllTilePositions{
+    TilePosition::leftHalf, TilePosition::rightHalf, TilePosition::topHalf,    TilePosition::bottomHalf,
+    TilePosition::topLeft,  TilePosition::topRight,  TilePosition::bottomLeft, TilePosition::bottomRight,
+    TilePosition::maximize, TilePosition::center};
+
+namespace tilePosition {
+/// The raw value ("leftHalf"); also the position's `id`.
+QString rawValue(TilePosition position);
+std::optional<TilePosition> fromRawValue(const QString &raw);
+/// The interface text key of the position's label ("tile.leftHalf").
+QString labelKey(TilePosition position);
+/// The localized label.
+QString label(TilePosition position);
+/// The symbol name the tile menu draws.
+QString iconName(TilePosition position);
+/// The position's frame within `area` (top-left coordinates).
+QRectF frame(TilePosition position, const QRectF &area);
+} // namespace tilePosition
+
+/// "left", "center" or "right"; absent for anything else.
+std::optional<TileAlignment> tileAlignmentFromString(const QString &text);
+
+/// Where the sidebar is, as tiling needs to know it.
+struct SidebarPlacement
+{
+    double width = 0;
+    /// "left", else the sidebar is at the right edge.
+    QString position = QStringLiteral("left");
+    /// The frame origin of the sidebar's screen; absent when not known.
+    std::optional<QPointF> screenOrigin;
+};
+
+/// The main screen, else the first; absent without screens.
+std::optional<platform::ScreenInfo> targetScreen(const QList<platform::ScreenInfo> &screens);
+
+/// The target screen's visible frame without the sidebar, when the sidebar is on it.
+std::optional<QRectF> usableArea(const QList<platform::ScreenInfo> &screens, const SidebarPlacement &sidebar);
+
+/// One shelf's column: equal rows, full height, at a fraction of the area's width.
+struct ColumnPlan
+{
+    QRectF area;
+    double columnX = 0;
+    double columnWidth = 0;
+    double rowHeight = 0;
+};
+
+/// The width fraction is clamped to 0.1 ... 1.0 (NaN counts as 1.0); `windowCount`
+/// below 1 counts as 1.
+ColumnPlan planColumn(const QRectF &area, TileAlignment alignment, double widthFraction, int windowCount);
+
+/// Each coordinate (x, y, width, height) within `tolerance` points.
+bool framesMatch(const QRectF &a, const QRectF &b, double tolerance);
+
+/**
+ * One round of height fitting. `actual` are the heights read back after asking for
+ * `planned`; a flexible window more than 2 points taller than planned becomes fixed at
+ * its height; the flexible ones then share what the fixed ones leave, at least 50
+ * points each. Returns whether anything changed (a height moved by more than a point,
+ * or a window became fixed).
+ */
+bool shareHeights(double areaHeight, const QList<double> &actual, QList<double> &planned, QList<bool> &fixed);
+
+/**
+ * The y each window should have, walking down from `top` by each window's actual height
+ * (its planned one when the actual height is not positive).
+ */
+QList<double> expectedTops(double top, const QList<double> &actualHeights, const QList<double> &planned);
+
+} // namespace orvella::actions

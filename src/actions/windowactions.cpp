@@ -1,0 +1,170 @@
+// Tiling a shelf or one window, focusing and closing windows.
+#include "actions/windowactions.h"
+
+#include "actions/axwindowmatch.h"
+#include "actions/shelftiler.h"
+#include "logging.h"
+#include "platform/desktop.h"
+#include "platform/windowcontrol.h"
+#include "tracking/scheduler.h"
+#include "tracking/windowmanager.h"
+
+#include <QScreen>
+
+namespace orvella::actions {
+
+namespace {
+
+constexpr int kTileRefreshMs = 400;
+constexpr int kFocusRefreshMs = 300;
+
+} // namespace
+
+WindowActions::WindowActions(ActionContext context, QObject *parent)
+    : QObject(parent)
+    , m_context(std::move(context))
+{}
+
+SidebarPlacement WindowActions::sidebar(double width, const QString &position) const
+{
+    SidebarPlacement placement{width, position, std::nullopt};
+    if (const QScreen *screen = m_context.manager->state().sidebarScreen)
+        placement.screenOrigin = QPointF(screen->geometry().topLeft());
+    return placement;
+}
+
+void WindowActions::refreshAfter(int delayMs, Completion completion)
+{
+    const QPointer<tracking::WindowManager> manager(m_context.manager);
+    settleThen(m_context, this, delayMs, [manager, completion] {
+        if (manager)
+            manager->refresh(true);
+        if (completion)
+            completion();
+    });
+}
+
+void WindowActions::tileCategoryWindows(const QString &categoryID, TileAlignment alignment,
+                                        double widthFraction, double sidebarWidth,
+                                        const QString &sidebarPosition, Completion completion)
+{
+    QList<tracking::WindowItem> windows;
+    for (const tracking::WindowCategory &c : m_context.manager->categories()) {
+        if (c.id != categoryID)
+            continue;
+        // Placeholders of applications that are not running have no window to move.
+        for (const tracking::WindowItem &w : c.windows) {
+            if (!w.isClosed)
+                windows.append(w);
+        }
+    }
+    if (windows.isEmpty()) {
+        if (completion)
+            completion();
+        return;
+    }
+    const SidebarPlacement placement = sidebar(sidebarWidth, sidebarPosition);
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    tracking::Scheduler *scheduler = m_context.scheduler;
+    runInBackground(
+        m_context, this,
+        [desktop, control, scheduler, windows, placement, alignment, widthFraction] {
+            // The screens are the platform's to read, so the column is planned here.
+            const std::optional<QRectF> area = usableArea(control->screens(), placement);
+            if (!area) {
+                qCWarning(lcActions) << "[OV] tile: no screen to tile on";
+                return;
+            }
+            const ColumnPlan plan = planColumn(*area, alignment, widthFraction, int(windows.size()));
+            ShelfTiler(*desktop, *control, *scheduler).place(windows, plan);
+        },
+        [this, completion] { refreshAfter(kTileRefreshMs, completion); });
+}
+
+void WindowActions::tileWindow(const tracking::WindowItem &window, TilePosition position, double sidebarWidth,
+                               const QString &sidebarPosition, Completion completion)
+{
+    const SidebarPlacement placement = sidebar(sidebarWidth, sidebarPosition);
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    runInBackground(
+        m_context, this,
+        [desktop, control, window, placement, position] {
+            const std::optional<QRectF> area = usableArea(control->screens(), placement);
+            const auto element = findAXWindow(window, desktop->readSnapshot());
+            if (!area || !element || !element->windowNumber)
+                return;
+            // A minimised window would be moved where nobody sees it: bring it back first.
+            if (element->minimized)
+                control->setMinimized(*element->windowNumber, false);
+            ShelfTiler::applyAXFrame(*control, *element->windowNumber, tilePosition::frame(position, *area));
+            control->raise(*element->windowNumber);
+        },
+        [this, completion] { refreshAfter(kTileRefreshMs, completion); });
+}
+
+void WindowActions::focusWindow(const tracking::WindowItem &window, Completion completion)
+{
+    bool running = false;
+    for (const tracking::AppSnapshot &app : m_context.manager->runningApps())
+        running = running || app.pid == window.pid;
+    if (!running) {
+        if (completion)
+            completion();
+        return;
+    }
+    m_context.manager->updateWindowMinimizedStateLocally(window.id, false);
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    runInBackground(
+        m_context, this,
+        [desktop, control, window] {
+            const auto element = findAXWindow(window, desktop->readSnapshot());
+            if (!element || !element->windowNumber) {
+                qCInfo(lcActions).noquote()
+                    << "[OV] focusWindow: no window element for" << window.windowTitle;
+                return;
+            }
+            if (window.isMinimized || element->minimized)
+                control->setMinimized(*element->windowNumber, false);
+            control->raise(*element->windowNumber);
+            control->activate(*element->windowNumber);
+        },
+        [this, completion] { refreshAfter(kFocusRefreshMs, completion); });
+}
+
+void WindowActions::closeWindow(const tracking::WindowItem &window, Completion completion)
+{
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    runInBackground(
+        m_context, this,
+        [desktop, control, window] {
+            const auto element = findAXWindow(window, desktop->readSnapshot());
+            if (!element || !element->windowNumber) {
+                qCInfo(lcActions).noquote()
+                    << "[OV] closeWindow: no window element for" << window.windowTitle;
+                return;
+            }
+            control->close(*element->windowNumber);
+        },
+        [this, completion] { refreshAfter(kFocusRefreshMs, completion); });
+}
+
+void WindowActions::minimizeWindow(const tracking::WindowItem &window, Completion completion)
+{
+    m_context.manager->updateWindowMinimizedStateLocally(window.id, true);
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    runInBackground(
+        m_context, this,
+        [desktop, control, window] {
+            const auto element = findAXWindow(window, desktop->readSnapshot());
+            if (element && element->windowNumber && !element->minimized)
+                control->setMinimized(*element->windowNumber, true);
+        },
+        [this, completion] { refreshAfter(kFocusRefreshMs, completion); });
+}
+
+} // namespace orvella::actions

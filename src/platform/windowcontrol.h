@@ -1,0 +1,76 @@
+// The write seam: everything window actions send to the windowing system.
+#pragma once
+
+#include <QList>
+#include <QPointF>
+#include <QRectF>
+#include <QSizeF>
+#include <QString>
+
+#include <optional>
+
+namespace orvella::platform {
+
+/// One display: its whole frame and the part not taken by panels, in root coordinates
+/// (top-left origin, y downwards).
+struct ScreenInfo
+{
+    QRectF frame;
+    QRectF visibleFrame;
+    /// The screen applications open on when nothing else decides (the primary output).
+    bool isMain = false;
+};
+
+/// A keyboard shortcut as the control layer sends it: one key with modifiers held.
+struct KeyShortcut
+{
+    /// The key, as an X keysym ("n" is 0x6e).
+    quint32 keysym = 0;
+    bool control = false;
+    bool shift = false;
+};
+
+/// How asking for an application by its desktop-file id went.
+enum class LaunchOutcome { Launched, NotFound, Failed };
+
+/**
+ * Moves, raises, minimises, focuses and closes other applications' windows, sends
+ * them keys and launches applications. Windows are named by window number (the
+ * client's XID on X11). Frames are outer frames, decorations included, in root
+ * coordinates; an implementation accounts for decorations itself, so that the frame
+ * a caller asks for is the frame the user sees.
+ *
+ * Every call may block for a round trip and must be safe from any thread; callers
+ * run them on the refresh pool. A false or absent result means the window is gone or
+ * the request could not be sent; callers log it and go on.
+ */
+class WindowControl
+{
+public:
+    virtual ~WindowControl() = default;
+
+    /// The window's current outer frame; absent when it is gone.
+    virtual std::optional<QRectF> frame(qint64 window) = 0;
+    /// Resizes the outer frame, keeping its top-left corner.
+    virtual bool setSize(qint64 window, const QSizeF &size) = 0;
+    /// Moves the outer frame's top-left corner.
+    virtual bool setPosition(qint64 window, const QPointF &topLeft) = 0;
+    virtual bool setMinimized(qint64 window, bool minimized) = 0;
+    /// Puts the window above its siblings without giving it the focus.
+    virtual bool raise(qint64 window) = 0;
+    /// Makes the window the active one (de-iconifying it).
+    virtual bool activate(qint64 window) = 0;
+    /// Asks the application to close the window; it may ask to save first.
+    virtual bool close(qint64 window) = 0;
+    /// Activates `window` and types `shortcut` into it.
+    virtual bool sendShortcut(qint64 window, const KeyShortcut &shortcut) = 0;
+    /// The displays; empty when they could not be read.
+    virtual QList<ScreenInfo> screens() = 0;
+    /// Whether an application with this desktop-file id is installed.
+    virtual bool hasApplication(const QString &bundleID) = 0;
+    /// Starts (or, for a running single-instance application, activates) the
+    /// application of a desktop entry. `error` says why on Failed.
+    virtual LaunchOutcome launch(const QString &bundleID, QString *error) = 0;
+};
+
+} // namespace orvella::platform

@@ -1,0 +1,171 @@
+// The window actions as one-shot commands: `orvella focus ID`, `tile-shelf SHELF_ID`, ...
+#include "shell/windowcommand.h"
+
+#include "platform/windowcontrol.h"
+#include "tracking/windowmanager.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QHash>
+
+#include <algorithm>
+#include <cmath>
+
+namespace orvella::shell {
+
+namespace {
+
+using Verb = WindowCommand::Verb;
+
+constexpr int kRefreshTimeoutMs = 15000;
+// Opening a window waits for the application to start; everything else settles in a second.
+constexpr int kActionTimeoutMs = 30000;
+
+const QHash<QString, Verb> &verbs()
+{
+    static const QHash<QString, Verb> table{
+        {QStringLiteral("focus"), Verb::Focus},          {QStringLiteral("close"), Verb::Close},
+        {QStringLiteral("minimize"), Verb::Minimize},    {QStringLiteral("tile-window"), Verb::TileWindow},
+        {QStringLiteral("tile-shelf"), Verb::TileShelf}, {QStringLiteral("minimize-all"), Verb::MinimizeAll},
+        {QStringLiteral("new-window"), Verb::NewWindow},
+    };
+    return table;
+}
+
+QString positionNames()
+{
+    QStringList names;
+    for (actions::TilePosition p : actions::kAllTilePositions)
+        names.append(actions::tilePosition::rawValue(p));
+    return names.join(QStringLiteral(", "));
+}
+
+std::variant<WindowCommand, QString> parseTileShelfOptions(WindowCommand command, const QStringList &options)
+{
+    for (qsizetype i = 0; i < options.size(); i += 2) {
+        const QString &option = options[i];
+        if (i + 1 >= options.size())
+            return QStringLiteral("%1 needs a value").arg(option);
+        const QString &value = options[i + 1];
+        if (option == QLatin1String("--align")) {
+            const auto alignment = actions::tileAlignmentFromString(value);
+            if (!alignment)
+                return QStringLiteral("unknown alignment \"%1\" (left, center or right)").arg(value);
+            command.alignment = *alignment;
+        } else if (option == QLatin1String("--width")) {
+            bool ok = false;
+            command.widthFraction = value.toDouble(&ok);
+            if (!ok || !std::isfinite(command.widthFraction) || command.widthFraction <= 0)
+                return QStringLiteral("--width takes a fraction of the screen width, such as 0.5, not \"%1\"")
+                    .arg(value);
+        } else {
+            return QStringLiteral("unknown option \"%1\"").arg(option);
+        }
+    }
+    return command;
+}
+
+// Drives the event loop until `done` is set or time runs out.
+bool waitUntil(const bool &done, int timeoutMs)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (!done && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    return done;
+}
+
+} // namespace
+
+bool isWindowCommand(const QString &command)
+{
+    return verbs().contains(command);
+}
+
+std::variant<WindowCommand, QString> parseWindowCommand(const QString &name, const QStringList &operands)
+{
+    WindowCommand command;
+    command.verb = verbs().value(name);
+    const int needed = command.verb == Verb::MinimizeAll ? 0 : command.verb == Verb::TileWindow ? 2 : 1;
+    const QStringList positional = operands.mid(0, needed);
+    if (positional.size() < needed || std::any_of(positional.begin(), positional.end(), [](const QString &a) {
+            return a.startsWith(u'-');
+        }))
+        return QStringLiteral("%1 needs %2")
+            .arg(name, needed == 2                       ? QStringLiteral("a window id and a position")
+                       : command.verb == Verb::TileShelf ? QStringLiteral("a shelf id")
+                       : command.verb == Verb::NewWindow ? QStringLiteral("an application id")
+                                                         : QStringLiteral("a window id"));
+    if (needed > 0)
+        command.target = positional.first();
+    if (command.verb == Verb::TileWindow) {
+        const auto position = actions::tilePosition::fromRawValue(positional[1]);
+        if (!position)
+            return QStringLiteral("unknown position \"%1\" (one of %2)").arg(positional[1], positionNames());
+        command.position = *position;
+    }
+    const QStringList rest = operands.mid(needed);
+    if (command.verb == Verb::TileShelf)
+        return parseTileShelfOptions(command, rest);
+    if (!rest.isEmpty())
+        return QStringLiteral("unexpected argument \"%1\"").arg(rest.first());
+    return command;
+}
+
+int runWindowCommand(const WindowCommand &command, tracking::WindowManager &manager,
+                     platform::WindowControl &control, const std::function<void(const QString &)> &printError)
+{
+    if (command.verb == Verb::NewWindow && !control.hasApplication(command.target)) {
+        printError(QStringLiteral("no application \"%1\" (no desktop entry %1.desktop)").arg(command.target));
+        return 2;
+    }
+    manager.restoreState();
+    manager.refresh();
+    if (!manager.waitForRefresh(kRefreshTimeoutMs)) {
+        printError(QStringLiteral("the window list could not be read in time"));
+        return 1;
+    }
+
+    bool done = false;
+    const actions::Completion finished = [&done] { done = true; };
+    std::optional<tracking::WindowItem> window;
+    if (command.verb == Verb::Focus || command.verb == Verb::Close || command.verb == Verb::Minimize
+        || command.verb == Verb::TileWindow) {
+        window = manager.canonicalWindow(command.target);
+        if (!window) {
+            printError(
+                QStringLiteral("no window with id \"%1\" (see orvella list --json)").arg(command.target));
+            return 2;
+        }
+    }
+    switch (command.verb) {
+    case Verb::Focus: manager.focusWindow(*window, finished); break;
+    case Verb::Close: manager.closeWindow(*window, finished); break;
+    case Verb::Minimize: manager.minimizeWindow(*window, finished); break;
+    case Verb::TileWindow:
+        manager.tileWindow(*window, command.position, 0, QStringLiteral("left"), finished);
+        break;
+    case Verb::TileShelf: {
+        const auto &categories = manager.categories();
+        const bool known =
+            std::any_of(categories.begin(), categories.end(), [&](const tracking::WindowCategory &c) {
+                return c.isShelf() && c.id == command.target;
+            });
+        if (!known) {
+            printError(QStringLiteral("no shelf with id \"%1\" (see orvella list)").arg(command.target));
+            return 2;
+        }
+        manager.tileCategoryWindows(command.target, command.alignment, command.widthFraction, 0,
+                                    QStringLiteral("left"), finished);
+        break;
+    }
+    case Verb::MinimizeAll: manager.minimizeAllWindows(finished); break;
+    case Verb::NewWindow: manager.openNewWindow(command.target, finished); break;
+    }
+    if (!waitUntil(done, kActionTimeoutMs) || !manager.waitForRefresh(kRefreshTimeoutMs)) {
+        printError(QStringLiteral("the window manager did not finish in time"));
+        return 1;
+    }
+    return 0;
+}
+
+} // namespace orvella::shell

@@ -1,0 +1,348 @@
+// Window actions through the window manager on the simulated desktop: tiling with
+// windows that refuse to shrink, show desktop bookkeeping and timing, the order in
+// which a shelf is raised, and opening a new window.
+#include "actions/newwindowopener.h"
+#include "platform/sim/manualscheduler.h"
+#include "platform/sim/simulateddesktop.h"
+#include "tracking/windowmanager.h"
+
+#include <QTest>
+
+using namespace orvella;
+using namespace orvella::tracking;
+using platform::sim::SimulatedDesktop;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qint32 kEditor = 100;
+constexpr qint32 kTerminal = 200;
+const QString kEditorID = QStringLiteral("org.gnome.TextEditor");
+const QString kTerminalID = QStringLiteral("org.gnome.Terminal");
+const QRectF kScreen(0, 0, 1000, 800);
+
+SimulatedDesktop::Window window(qint64 number, const QString &title, QRectF frame = {100, 100, 400, 300})
+{
+    SimulatedDesktop::Window w;
+    w.number = number;
+    w.title = title;
+    w.frame = frame;
+    return w;
+}
+
+} // namespace
+
+class TestActions : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void tilingWithWindowsThatRefuseToShrink();
+    void tilingUnminimizesAndSkipsVanishedWindows();
+    void tileWindowUsesTheUsableArea();
+    void tilingCorrectsLostMoves();
+    void showDesktopTogglesExactlyItsWindows();
+    void showDesktopWithEverythingMinimizedCompletesAtOnce();
+    void shelfIsRaisedWithItsFirstWindowLast();
+    void shelfMinimizedAndRestoredAlone();
+    void newWindow_data();
+    void newWindow();
+    void newWindowOfAnUnknownApplication();
+
+private:
+    void refresh();
+    /// Runs `action` and drives the pool and the manual clock until it completes.
+    bool run(const std::function<void(actions::Completion)> &action);
+    QString shelfOf(const QList<qint64> &numbers);
+
+    std::shared_ptr<SimulatedDesktop> m_desktop;
+    std::unique_ptr<platform::sim::ManualScheduler> m_clock;
+    std::unique_ptr<WindowManager> m_wm;
+};
+
+void TestActions::init()
+{
+    m_desktop = std::make_shared<SimulatedDesktop>();
+    m_desktop->addApp({kEditor, QStringLiteral("Text Editor"), kEditorID, true, {}});
+    m_desktop->addApp({kTerminal, QStringLiteral("Terminal"), kTerminalID, true, {}});
+    m_desktop->setScreens({{kScreen, kScreen, true}});
+    m_clock = std::make_unique<platform::sim::ManualScheduler>();
+    m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr, *m_clock);
+    m_wm->setWindowControl(m_desktop);
+}
+
+void TestActions::cleanup()
+{
+    m_wm.reset();
+}
+
+void TestActions::refresh()
+{
+    m_wm->refresh(true);
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+}
+
+bool TestActions::run(const std::function<void(actions::Completion)> &action)
+{
+    bool done = false;
+    action([&done] { done = true; });
+    QDeadlineTimer deadline(10000);
+    while (!done && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        m_clock->advance(50ms);
+    }
+    return done;
+}
+
+QString TestActions::shelfOf(const QList<qint64> &numbers)
+{
+    const QString shelf = m_wm->addShelf();
+    for (qint64 n : numbers) {
+        for (const WindowItem &w : m_wm->windows()) {
+            if (w.windowNumber == n)
+                m_wm->dragMoveWindow(w.id, shelf);
+        }
+    }
+    return shelf;
+}
+
+void TestActions::tilingWithWindowsThatRefuseToShrink()
+{
+    // Ten windows; three of them insist on 300 points of height.
+    for (int i = 1; i <= 10; ++i) {
+        SimulatedDesktop::Window w = window(i, QStringLiteral("w%1").arg(i));
+        if (i == 2 || i == 5 || i == 9)
+            w.minSize = {100, 300};
+        m_desktop->addWindow(i % 2 ? kEditor : kTerminal, w);
+    }
+    refresh();
+    const QString shelf = shelfOf({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+    QVERIFY(run([&](actions::Completion done) {
+        m_wm->tileCategoryWindows(shelf, actions::TileAlignment::right, 0.3, 0, QStringLiteral("left"),
+                                  std::move(done));
+    }));
+
+    // 900 points are taken by the fixed windows: the others get the 50-point floor and
+    // the column runs past the screen's bottom.
+    double y = 0;
+    for (qint64 n = 1; n <= 10; ++n) {
+        const QRectF frame = *m_desktop->frameOf(n);
+        const double height = (n == 2 || n == 5 || n == 9) ? 300 : 50;
+        QCOMPARE(frame, QRectF(700, y, 300, height));
+        y += height;
+    }
+    QCOMPARE(y, 1250.0);
+    // First placement, two fitting rounds (the second changes nothing), two final passes.
+    QCOMPARE(m_clock->pausedTotal(), 150ms + 2 * 80ms + 80ms + 100ms);
+    // The second pass raises in the shelf's order, so the first ends up below the last.
+    QStringList raises = m_desktop->controlLog().filter(QStringLiteral("raise"));
+    QCOMPARE(raises.first(), QStringLiteral("raise 1"));
+    QCOMPARE(raises.last(), QStringLiteral("raise 10"));
+}
+
+void TestActions::tilingUnminimizesAndSkipsVanishedWindows()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("kept")));
+    m_desktop->addWindow(kEditor, window(2, QStringLiteral("gone")));
+    m_desktop->addWindow(kTerminal, window(3, QStringLiteral("down")));
+    m_desktop->setMinimized(3, true);
+    refresh();
+    const QString shelf = shelfOf({1, 2, 3});
+    m_desktop->removeWindow(2);
+    QVERIFY(run([&](actions::Completion done) {
+        m_wm->tileCategoryWindows(shelf, actions::TileAlignment::left, 0.5, 200, QStringLiteral("left"),
+                                  std::move(done));
+    }));
+    QCOMPARE(m_desktop->minimizedOf(3), std::optional(false));
+    QVERIFY(!m_desktop->controlLog().join(u' ').contains(QStringLiteral(" 2 ")));
+    // Rows are sized for the three listed windows; the two found stack from the top.
+    const QRectF kept = *m_desktop->frameOf(1), down = *m_desktop->frameOf(3);
+    QCOMPARE(kept.x(), 200.0);
+    QCOMPARE(kept.width(), 400.0);
+    QCOMPARE(down.y(), kept.bottom());
+    QVERIFY(m_clock->pausedTotal() >= 500ms);
+    // The refresh afterwards shows the new state.
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    QCOMPARE(m_wm->windows().size(), 2);
+}
+
+void TestActions::tilingCorrectsLostMoves()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("top")));
+    SimulatedDesktop::Window late = window(2, QStringLiteral("late"), {5, 5, 400, 300});
+    late.ignoredMoves = 3; // the first placement and both final passes
+    m_desktop->addWindow(kEditor, late);
+    refresh();
+    const QString shelf = shelfOf({1, 2});
+    QTest::ignoreMessage(QtInfoMsg, "[OV] Tile verification: correcting positions");
+    QVERIFY(run([&](actions::Completion done) {
+        m_wm->tileCategoryWindows(shelf, actions::TileAlignment::left, 1.0, 0, QStringLiteral("left"),
+                                  std::move(done));
+    }));
+    QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(0, 0, 1000, 400)));
+    QCOMPARE(m_desktop->frameOf(2), std::optional(QRectF(0, 400, 1000, 400)));
+}
+
+void TestActions::tileWindowUsesTheUsableArea()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("doc")));
+    m_desktop->setMinimized(1, true);
+    refresh();
+    QVERIFY(run([&](actions::Completion done) {
+        m_wm->tileWindow(m_wm->windows().first(), actions::TilePosition::center, 200, QStringLiteral("right"),
+                         std::move(done));
+    }));
+    QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(100, 100, 600, 600)));
+    QCOMPARE(m_desktop->minimizedOf(1), std::optional(false));
+    QCOMPARE(m_desktop->controlLog().filter(QStringLiteral("setSize")).size(), 1);
+    QVERIFY(m_desktop->controlLog().indexOf(QStringLiteral("setSize 1 600x600"))
+            < m_desktop->controlLog().indexOf(QStringLiteral("setPosition 1 100,100")));
+}
+
+void TestActions::showDesktopTogglesExactlyItsWindows()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("a")));
+    m_desktop->addWindow(kTerminal, window(2, QStringLiteral("b")));
+    m_desktop->addWindow(kTerminal, window(3, QStringLiteral("was down")));
+    m_desktop->setMinimized(3, true);
+    refresh();
+    m_desktop->clearControlLog();
+
+    m_wm->toggleShowDesktop();
+    // The sidebar shows the new state before the window manager has done anything.
+    for (const WindowItem &w : m_wm->windows())
+        QVERIFY(w.isMinimized);
+    QCOMPARE(m_wm->state().showDesktopSavedSignatures.size(), 2);
+    QTRY_COMPARE(m_desktop->controlLog().size(), 2);
+    QVERIFY(!m_desktop->controlLog().contains(QStringLiteral("setMinimized 3 1")));
+    QCOMPARE(m_desktop->minimizedOf(1), std::optional(true));
+    refresh();
+
+    m_desktop->clearControlLog();
+    const int pending = m_clock->pendingCount();
+    m_wm->toggleShowDesktop();
+    QTRY_COMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 0", "setMinimized 2 0"}));
+    QTRY_COMPARE(m_clock->pendingCount(), pending + 1);
+    // The set stays until the settling delay is over.
+    m_clock->advance(499ms);
+    QCOMPARE(m_wm->state().showDesktopSavedSignatures.size(), 2);
+    m_clock->advance(1ms);
+    QVERIFY(m_wm->state().showDesktopSavedSignatures.isEmpty());
+    QCOMPARE(m_desktop->minimizedOf(3), std::optional(true));
+}
+
+void TestActions::showDesktopWithEverythingMinimizedCompletesAtOnce()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("a")));
+    m_desktop->setMinimized(1, true);
+    refresh();
+    m_desktop->clearControlLog();
+    bool done = false;
+    m_wm->showDesktopSaveAndMinimize([&done] { done = true; });
+    QVERIFY(done);
+    QVERIFY(m_wm->state().showDesktopSavedSignatures.isEmpty());
+    QTest::qWait(50);
+    QVERIFY(m_desktop->controlLog().isEmpty());
+}
+
+void TestActions::shelfIsRaisedWithItsFirstWindowLast()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("first")));
+    m_desktop->addWindow(kTerminal, window(2, QStringLiteral("second")));
+    m_desktop->addWindow(kEditor, window(3, QStringLiteral("third")));
+    m_desktop->setMinimized(2, true);
+    refresh();
+    const QString shelf = shelfOf({1, 2, 3});
+    m_desktop->clearControlLog();
+    QVERIFY(
+        run([&](actions::Completion done) { m_wm->restoreAndRaiseCategoryWindows(shelf, std::move(done)); }));
+    QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 2 0", "raise 2", "raise 3", "activate 2",
+                                                   "activate 3", "raise 1", "activate 1"}));
+    QCOMPARE(m_desktop->focus(), 1);
+}
+
+void TestActions::shelfMinimizedAndRestoredAlone()
+{
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("on shelf")));
+    m_desktop->addWindow(kTerminal, window(2, QStringLiteral("also on shelf")));
+    m_desktop->addWindow(kEditor, window(3, QStringLiteral("elsewhere")));
+    refresh();
+    const QString shelf = shelfOf({1, 2});
+    m_desktop->clearControlLog();
+    QTest::ignoreMessage(QtInfoMsg, "minimizeCategoryWindows category=shelf-1 count=2");
+    QVERIFY(run([&](actions::Completion done) { m_wm->minimizeCategoryWindows(shelf, std::move(done)); }));
+    QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 1", "setMinimized 2 1"}));
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    QCOMPARE(m_desktop->minimizedOf(3), std::optional(false));
+
+    m_desktop->clearControlLog();
+    QVERIFY(run([&](actions::Completion done) { m_wm->restoreCategoryWindows(shelf, std::move(done)); }));
+    QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 0", "setMinimized 2 0"}));
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    for (const WindowItem &w : m_wm->windows())
+        QVERIFY(!w.isMinimized);
+}
+
+void TestActions::newWindow_data()
+{
+    QTest::addColumn<QString>("bundleID");
+    QTest::addColumn<QRectF>("opensAt");
+    QTest::addColumn<QString>("keys");
+    QTest::addColumn<QRectF>("endsAt");
+    // The sidebar's screen is a second display right of the first, with a panel on top.
+    const QString writer = QStringLiteral("org.example.Writer");
+    QTest::newRow("opened elsewhere: centred on the sidebar's screen")
+        << writer << QRectF(10, 10, 400, 300) << "ctrl+6e" << QRectF(1200, 175, 400, 300);
+    QTest::newRow("already on the sidebar's screen: left alone")
+        << writer << QRectF(1500, 100, 400, 300) << "ctrl+6e" << QRectF(1500, 100, 400, 300);
+    QTest::newRow("larger than the screen: kept at its top-left")
+        << writer << QRectF(10, 10, 900, 700) << "ctrl+6e" << QRectF(1000, 50, 900, 700);
+    QTest::newRow("an editor gets Shift too") << QStringLiteral("code") << QRectF(10, 10, 400, 300)
+                                              << "ctrl+shift+6e" << QRectF(1200, 175, 400, 300);
+}
+
+void TestActions::newWindow()
+{
+    QFETCH(QString, bundleID);
+    QFETCH(QRectF, opensAt);
+    QFETCH(QString, keys);
+    QFETCH(QRectF, endsAt);
+    m_desktop->addApp({300, QStringLiteral("App"), bundleID, true, {window(30, QStringLiteral("old"))}});
+    m_desktop->setInstalledApps({bundleID});
+    m_desktop->setShortcutOpens(300, window(31, QStringLiteral("new"), opensAt));
+    const platform::ScreenInfo sidebarScreen{QRectF(1000, 0, 800, 600), QRectF(1000, 50, 800, 550), false};
+    m_wm->newWindowOpener()->setSidebarScreen(sidebarScreen);
+
+    QVERIFY(run([&](actions::Completion done) { m_wm->openNewWindow(bundleID, std::move(done)); }));
+    QCOMPARE(m_desktop->controlLog().filter(QStringLiteral("sendShortcut")),
+             QStringList{QStringLiteral("sendShortcut 30 ") + keys});
+    // Running already: activated, not started a second time.
+    QVERIFY(m_desktop->controlLog().filter(QStringLiteral("launch")).isEmpty());
+    QCOMPARE(m_desktop->frameOf(31), std::optional(endsAt));
+    QCOMPARE(m_desktop->frameOf(30), std::optional(QRectF(100, 100, 400, 300)));
+}
+
+void TestActions::newWindowOfAnUnknownApplication()
+{
+    const QString notes = QStringLiteral("org.example.Notes");
+    m_desktop->setInstalledApps({notes});
+    QVERIFY(run([&](actions::Completion done) {
+        m_wm->openNewWindow(QStringLiteral("no.such.app"), std::move(done));
+    }));
+    QVERIFY(m_desktop->controlLog().isEmpty());
+
+    // Installed but not running: started, then the shortcut finds nobody to type into.
+    QVERIFY(run([&](actions::Completion done) { m_wm->openNewWindow(notes, std::move(done)); }));
+    QCOMPARE(m_desktop->controlLog(), QStringList{QStringLiteral("launch ") + notes});
+
+    // Relaunching a shelved application that was closed.
+    m_desktop->clearControlLog();
+    QTest::ignoreMessage(QtWarningMsg, "[OV] No app URL found for bundleID: no.such.app");
+    m_wm->relaunchClosedApp(QStringLiteral("no.such.app"));
+    m_wm->relaunchClosedApp(notes);
+    QTRY_COMPARE(m_desktop->controlLog(), QStringList{QStringLiteral("launch ") + notes});
+}
+
+QTEST_GUILESS_MAIN(TestActions)
+#include "tst_actions.moc"

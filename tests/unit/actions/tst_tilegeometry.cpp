@@ -1,0 +1,306 @@
+// Tiling geometry: positions, the usable area beside the sidebar, the column, height
+// sharing; finding a window's element again; the new-window shortcut table.
+#include "actions/axwindowmatch.h"
+#include "actions/newwindowshortcut.h"
+#include "actions/tilegeometry.h"
+
+#include <QTest>
+
+#include <cmath>
+
+using namespace orvella;
+using namespace orvella::actions;
+using platform::ScreenInfo;
+
+namespace {
+
+const QRectF kScreen(0, 0, 1000, 800);
+const QRectF kVisible(0, 25, 1000, 775);
+
+QList<ScreenInfo> oneScreen()
+{
+    return {{kScreen, kVisible, true}};
+}
+
+platform::AppWindow element(const QString &title, std::optional<qint64> number)
+{
+    return {title, QRectF(0, 0, 400, 300), false, number};
+}
+
+} // namespace
+
+class TestTileGeometry : public QObject
+{
+    Q_OBJECT
+private slots:
+    void positionFrames_data();
+    void positionFrames();
+    void positionNames();
+    void usableArea_data();
+    void usableArea();
+    void column_data();
+    void column();
+    void heightSharing_data();
+    void heightSharing();
+    void expectedTopsUsePlannedForUnreadHeights();
+    void framesMatchWithinTolerance();
+    void findsElement_data();
+    void findsElement();
+    void newWindowShortcuts_data();
+    void newWindowShortcuts();
+};
+
+void TestTileGeometry::positionFrames_data()
+{
+    QTest::addColumn<int>("position");
+    QTest::addColumn<QRectF>("frame");
+    // A 1000 x 800 area whose origin is not the screen's: every x and y is offset.
+    const auto at = [](double x, double y, double w, double h) { return QRectF(10 + x, 20 + y, w, h); };
+    QTest::newRow("leftHalf") << int(TilePosition::leftHalf) << at(0, 0, 500, 800);
+    QTest::newRow("rightHalf") << int(TilePosition::rightHalf) << at(500, 0, 500, 800);
+    QTest::newRow("topHalf") << int(TilePosition::topHalf) << at(0, 0, 1000, 400);
+    QTest::newRow("bottomHalf") << int(TilePosition::bottomHalf) << at(0, 400, 1000, 400);
+    QTest::newRow("topLeft") << int(TilePosition::topLeft) << at(0, 0, 500, 400);
+    QTest::newRow("topRight") << int(TilePosition::topRight) << at(500, 0, 500, 400);
+    QTest::newRow("bottomLeft") << int(TilePosition::bottomLeft) << at(0, 400, 500, 400);
+    QTest::newRow("bottomRight") << int(TilePosition::bottomRight) << at(500, 400, 500, 400);
+    QTest::newRow("maximize") << int(TilePosition::maximize) << at(0, 0, 1000, 800);
+    QTest::newRow("center") << int(TilePosition::center) << at(125, 100, 750, 600);
+}
+
+void TestTileGeometry::positionFrames()
+{
+    QFETCH(int, position);
+    QFETCH(QRectF, frame);
+    QCOMPARE(tilePosition::frame(TilePosition(position), QRectF(10, 20, 1000, 800)), frame);
+}
+
+void TestTileGeometry::positionNames()
+{
+    QStringList raw;
+    for (TilePosition p : kAllTilePositions) {
+        raw.append(tilePosition::rawValue(p));
+        QCOMPARE(tilePosition::fromRawValue(tilePosition::rawValue(p)), std::optional(p));
+        QCOMPARE(tilePosition::labelKey(p), QStringLiteral("tile.") + raw.last());
+        QVERIFY(!tilePosition::iconName(p).isEmpty());
+    }
+    QCOMPARE(raw, QStringList({"leftHalf", "rightHalf", "topHalf", "bottomHalf", "topLeft", "topRight",
+                               "bottomLeft", "bottomRight", "maximize", "center"}));
+    QCOMPARE(tilePosition::label(TilePosition::maximize), QStringLiteral("Fill"));
+    QCOMPARE(tilePosition::fromRawValue(QStringLiteral("LeftHalf")), std::nullopt);
+    QCOMPARE(tilePosition::fromRawValue(QString()), std::nullopt);
+    QCOMPARE(tileAlignmentFromString(QStringLiteral("center")), std::optional(TileAlignment::center));
+    QCOMPARE(tileAlignmentFromString(QStringLiteral("middle")), std::nullopt);
+}
+
+void TestTileGeometry::usableArea_data()
+{
+    QTest::addColumn<QList<ScreenInfo>>("screens");
+    QTest::addColumn<double>("width");
+    QTest::addColumn<QString>("position");
+    QTest::addColumn<std::optional<QPointF>>("sidebarScreen");
+    QTest::addColumn<std::optional<QRectF>>("area");
+    const std::optional<QPointF> unknown;
+    const QList<ScreenInfo> two{{QRectF(-1200, 0, 1200, 900), QRectF(-1200, 0, 1200, 900), false},
+                                {kScreen, kVisible, true}};
+    QTest::newRow("sidebar left") << oneScreen() << 250.0 << "left" << unknown
+                                  << std::optional(QRectF(250, 25, 750, 775));
+    QTest::newRow("sidebar right") << oneScreen() << 250.0 << "right" << unknown
+                                   << std::optional(QRectF(0, 25, 750, 775));
+    QTest::newRow("any other position is the right edge")
+        << oneScreen() << 250.0 << "bottom" << unknown << std::optional(QRectF(0, 25, 750, 775));
+    QTest::newRow("sidebar on the target screen")
+        << two << 250.0 << "left" << std::optional(QPointF(0, 0)) << std::optional(QRectF(250, 25, 750, 775));
+    QTest::newRow("sidebar on another screen")
+        << two << 250.0 << "left" << std::optional(QPointF(-1200, 0)) << std::optional(kVisible);
+    QTest::newRow("no sidebar width") << oneScreen() << 0.0 << "left" << unknown << std::optional(kVisible);
+    QTest::newRow("first screen without a main one")
+        << QList<ScreenInfo>{{kScreen, kVisible, false},
+                             {QRectF(1000, 0, 800, 600), QRectF(1000, 0, 800, 600), false}}
+        << 0.0 << "left" << unknown << std::optional(kVisible);
+    QTest::newRow("no screens") << QList<ScreenInfo>{} << 250.0 << "left" << unknown
+                                << std::optional<QRectF>();
+}
+
+void TestTileGeometry::usableArea()
+{
+    QFETCH(QList<ScreenInfo>, screens);
+    QFETCH(double, width);
+    QFETCH(QString, position);
+    QFETCH(std::optional<QPointF>, sidebarScreen);
+    QFETCH(std::optional<QRectF>, area);
+    QCOMPARE(actions::usableArea(screens, {width, position, sidebarScreen}), area);
+}
+
+void TestTileGeometry::column_data()
+{
+    QTest::addColumn<int>("alignment");
+    QTest::addColumn<double>("fraction");
+    QTest::addColumn<int>("windows");
+    QTest::addColumn<double>("x");
+    QTest::addColumn<double>("width");
+    QTest::addColumn<double>("rowHeight");
+    QTest::newRow("left half") << int(TileAlignment::left) << 0.5 << 3 << 100.0 << 500.0 << 200.0;
+    QTest::newRow("center half") << int(TileAlignment::center) << 0.5 << 3 << 350.0 << 500.0 << 200.0;
+    QTest::newRow("right 30%") << int(TileAlignment::right) << 0.3 << 2 << 800.0 << 300.0 << 300.0;
+    QTest::newRow("too narrow is 10%") << int(TileAlignment::right) << 0.05 << 1 << 1000.0 << 100.0 << 600.0;
+    QTest::newRow("too wide is 100%") << int(TileAlignment::center) << 1.5 << 4 << 100.0 << 1000.0 << 150.0;
+    QTest::newRow("not a number is the whole width")
+        << int(TileAlignment::left) << std::nan("") << 2 << 100.0 << 1000.0 << 300.0;
+    QTest::newRow("one window, whole height")
+        << int(TileAlignment::left) << 0.5 << 1 << 100.0 << 500.0 << 600.0;
+}
+
+void TestTileGeometry::column()
+{
+    QFETCH(int, alignment);
+    QFETCH(double, fraction);
+    QFETCH(int, windows);
+    QFETCH(double, x);
+    QFETCH(double, width);
+    QFETCH(double, rowHeight);
+    const ColumnPlan plan =
+        planColumn(QRectF(100, 50, 1000, 600), TileAlignment(alignment), fraction, windows);
+    QCOMPARE(plan.columnX, x);
+    QCOMPARE(plan.columnWidth, width);
+    QCOMPARE(plan.rowHeight, rowHeight);
+}
+
+void TestTileGeometry::heightSharing_data()
+{
+    QTest::addColumn<double>("area");
+    QTest::addColumn<QList<double>>("planned");
+    QTest::addColumn<QList<bool>>("fixed");
+    QTest::addColumn<QList<double>>("actual");
+    QTest::addColumn<QList<double>>("plannedAfter");
+    QTest::addColumn<QList<bool>>("fixedAfter");
+    QTest::addColumn<bool>("changed");
+    QTest::newRow("everyone fits: no change")
+        << 600.0 << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
+        << QList<double>{200, 201, 199} << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
+        << false;
+    QTest::newRow("2 points over is still flexible")
+        << 600.0 << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
+        << QList<double>{202, 200, 200} << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
+        << false;
+    QTest::newRow("a tall window becomes fixed, the others share the rest")
+        << 600.0 << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
+        << QList<double>{200, 300, 200} << QList<double>{150, 300, 150} << QList<bool>{false, true, false}
+        << true;
+    QTest::newRow("never under 50 points, even past the screen")
+        << 800.0 << QList<double>{80, 80, 80, 80, 80} << QList<bool>{false, false, false, false, false}
+        << QList<double>{300, 300, 300, 80, 80} << QList<double>{300, 300, 300, 50, 50}
+        << QList<bool>{true, true, true, false, false} << true;
+    QTest::newRow("fixed stays fixed though it shrank")
+        << 600.0 << QList<double>{300, 150, 150} << QList<bool>{true, false, false}
+        << QList<double>{100, 150, 150} << QList<double>{300, 150, 150} << QList<bool>{true, false, false}
+        << false;
+    QTest::newRow("all fixed: nothing to share")
+        << 600.0 << QList<double>{200, 200} << QList<bool>{false, false} << QList<double>{400, 400}
+        << QList<double>{400, 400} << QList<bool>{true, true} << true;
+}
+
+void TestTileGeometry::heightSharing()
+{
+    QFETCH(double, area);
+    QFETCH(QList<double>, planned);
+    QFETCH(QList<bool>, fixed);
+    QFETCH(QList<double>, actual);
+    QFETCH(QList<double>, plannedAfter);
+    QFETCH(QList<bool>, fixedAfter);
+    QFETCH(bool, changed);
+    QCOMPARE(shareHeights(area, actual, planned, fixed), changed);
+    QCOMPARE(planned, plannedAfter);
+    QCOMPARE(fixed, fixedAfter);
+}
+
+void TestTileGeometry::expectedTopsUsePlannedForUnreadHeights()
+{
+    QCOMPARE(expectedTops(25, {100, 0, 120}, {90, 80, 70}), QList<double>({25, 125, 205}));
+    QCOMPARE(expectedTops(0, {}, {}), QList<double>());
+}
+
+void TestTileGeometry::framesMatchWithinTolerance()
+{
+    const QRectF a(10, 10, 100, 100);
+    QVERIFY(framesMatch(a, QRectF(13, 7, 103, 97), 3));
+    QVERIFY(!framesMatch(a, QRectF(10, 10, 100, 104), 3));
+    QVERIFY(!framesMatch(a, QRectF(6, 10, 100, 100), 3));
+}
+
+void TestTileGeometry::findsElement_data()
+{
+    QTest::addColumn<std::optional<qint64>>("number");
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<int>("axIndex");
+    QTest::addColumn<QList<platform::AppWindow>>("elements");
+    QTest::addColumn<int>("expected"); // index into elements, -1 for none
+    const std::optional<qint64> none;
+    QTest::newRow("by number, whatever the title") << std::optional<qint64>(7) << "Old title" << 0
+                                                   << QList{element("Doc", 5), element("New title", 7)} << 1;
+    QTest::newRow("a number no longer listed is gone, even with its title taken")
+        << std::optional<qint64>(7) << "Doc" << 0 << QList{element("Doc", 5)} << -1;
+    QTest::newRow("elements without numbers: by title")
+        << std::optional<qint64>(7) << "Doc" << 0 << QList{element("Other", none), element("Doc", none)} << 1;
+    QTest::newRow("no number: by title")
+        << none << "Doc" << 0 << QList{element("x", 1), element("Doc", 2)} << 1;
+    QTest::newRow("equal titles: the one nearest its old place")
+        << none << "Untitled" << 2
+        << QList{element("Untitled", none), element("x", none), element("Untitled", none)} << 2;
+    QTest::newRow("no title match") << none << "Doc" << 0 << QList{element("Other", none)} << -1;
+    QTest::newRow("empty list") << std::optional<qint64>(7) << "Doc" << 0 << QList<platform::AppWindow>{}
+                                << -1;
+}
+
+void TestTileGeometry::findsElement()
+{
+    QFETCH(std::optional<qint64>, number);
+    QFETCH(QString, title);
+    QFETCH(int, axIndex);
+    QFETCH(QList<platform::AppWindow>, elements);
+    QFETCH(int, expected);
+    tracking::WindowItem item;
+    item.windowNumber = number;
+    item.windowTitle = title;
+    item.axIndex = axIndex;
+    const auto found = findAXWindow(item, elements);
+    QCOMPARE(found.has_value(), expected >= 0);
+    if (found) {
+        QCOMPARE(found->title, elements[expected].title);
+        QCOMPARE(found->windowNumber, elements[expected].windowNumber);
+    }
+}
+
+void TestTileGeometry::newWindowShortcuts_data()
+{
+    QTest::addColumn<QString>("bundleID");
+    QTest::addColumn<bool>("shift");
+    QTest::addColumn<QString>("description");
+    QTest::newRow("VS Code") << "com.microsoft.VSCode" << true << "Ctrl+Shift+N";
+    QTest::newRow("VS Code as packaged on Linux") << "code" << true << "Ctrl+Shift+N";
+    QTest::newRow("VSCodium on Linux") << "codium" << true << "Ctrl+Shift+N";
+    QTest::newRow("Sublime Text on Linux") << "sublime_text" << true << "Ctrl+Shift+N";
+    QTest::newRow("BBEdit") << "com.barebones.bbedit" << true << "Ctrl+Shift+N";
+    QTest::newRow("anyone else") << "org.gnome.TextEditor" << false << "Ctrl+N";
+    QTest::newRow("no identifier") << "" << false << "Ctrl+N";
+}
+
+void TestTileGeometry::newWindowShortcuts()
+{
+    QFETCH(QString, bundleID);
+    QFETCH(bool, shift);
+    QFETCH(QString, description);
+    const NewWindowShortcut shortcut = newWindowShortcut(bundleID);
+    QCOMPARE(shortcut.keyCode, 45);
+    QCOMPARE(shortcut.modifiers, shift ? quint64(0x120000) : quint64(0x100000));
+    QCOMPARE(shortcut.description(), description);
+    const platform::KeyShortcut keys = shortcut.keyShortcut();
+    QCOMPARE(keys.keysym, quint32(0x6e));
+    QVERIFY(keys.control);
+    QCOMPARE(keys.shift, shift);
+    // A key the table cannot type leaves only the modifiers.
+    QCOMPARE((NewWindowShortcut{70000, NewWindowShortcut::kCommand}.keyShortcut().keysym), quint32(0));
+}
+
+QTEST_GUILESS_MAIN(TestTileGeometry)
+#include "tst_tilegeometry.moc"
