@@ -6,7 +6,6 @@
 #include <QPointer>
 
 #include <atomic>
-
 #include <vector>
 
 namespace orvella::platform::sim {
