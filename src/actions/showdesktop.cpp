@@ -167,57 +167,42 @@ void ShowDesktop::refreshLater(Completion completion)
 
 void ShowDesktop::minimizeCategoryWindows(const QString &categoryID, Completion completion)
 {
-    QList<tracking::WindowItem> windows;
-    QSet<QString> ids;
-    for (const tracking::WindowItem &w : categoryWindows(categoryID)) {
-        if (w.isClosed)
-            continue;
-        windows.append(w);
-        ids.insert(tracking::identity::withoutGhostSuffix(w.id));
-    }
-    qCInfo(lcActions).noquote()
-        << QStringLiteral("minimizeCategoryWindows category=%1 count=%2").arg(categoryID).arg(windows.size());
-    m_context.manager->setWindowsMinimizedLocally(
-        [&ids](const tracking::WindowItem &w) { return ids.contains(w.id); }, true);
-    const auto desktop = m_context.desktop;
-    const auto control = m_context.control;
-    runInBackground(
-        m_context, this,
-        [desktop, control, windows] {
-            const platform::DesktopSnapshot snapshot = desktop->readSnapshot();
-            for (const tracking::WindowItem &w : windows) {
-                const auto element = findAXWindow(w, snapshot);
-                if (element && element->windowNumber && !element->minimized)
-                    control->setMinimized(*element->windowNumber, true);
-            }
-        },
-        [this, completion] { refreshLater(completion); });
+    setCategoryMinimized(categoryID, true, std::move(completion));
 }
 
 void ShowDesktop::restoreCategoryWindows(const QString &categoryID, Completion completion)
 {
+    setCategoryMinimized(categoryID, false, std::move(completion));
+}
+
+void ShowDesktop::setCategoryMinimized(const QString &categoryID, bool minimized, Completion completion)
+{
     QList<tracking::WindowItem> windows;
     QSet<QString> ids;
     for (const tracking::WindowItem &w : categoryWindows(categoryID)) {
-        if (w.isClosed || w.id.endsWith(QLatin1String("-ghost")))
+        // Restoring leaves ghost rows out: their window is restored where it is listed.
+        if (w.isClosed || (!minimized && w.id.endsWith(QLatin1String("-ghost"))))
             continue;
         windows.append(w);
-        ids.insert(w.id);
+        ids.insert(tracking::identity::withoutGhostSuffix(w.id));
     }
-    qCInfo(lcActions).noquote()
-        << QStringLiteral("restoreCategoryWindows category=%1 count=%2").arg(categoryID).arg(windows.size());
+    qCInfo(lcActions).noquote() << QStringLiteral("%1 category=%2 count=%3")
+                                       .arg(minimized ? QStringLiteral("minimizeCategoryWindows")
+                                                      : QStringLiteral("restoreCategoryWindows"))
+                                       .arg(categoryID)
+                                       .arg(windows.size());
     m_context.manager->setWindowsMinimizedLocally(
-        [&ids](const tracking::WindowItem &w) { return ids.contains(w.id); }, false);
+        [&ids](const tracking::WindowItem &w) { return ids.contains(w.id); }, minimized);
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
     runInBackground(
         m_context, this,
-        [desktop, control, windows] {
+        [desktop, control, windows, minimized] {
             const platform::DesktopSnapshot snapshot = desktop->readSnapshot();
             for (const tracking::WindowItem &w : windows) {
                 const auto element = findAXWindow(w, snapshot);
-                if (element && element->windowNumber && element->minimized)
-                    control->setMinimized(*element->windowNumber, false);
+                if (element && element->windowNumber && element->minimized != minimized)
+                    control->setMinimized(*element->windowNumber, minimized);
             }
         },
         [this, completion] { refreshLater(completion); });

@@ -32,6 +32,8 @@ public:
 
 private:
     QList<tracking::WindowItem> categoryWindows(const QString &categoryID) const;
+    /// Minimises or restores one shelf's windows, shown at once, written on a worker.
+    void setCategoryMinimized(const QString &categoryID, bool minimized, Completion completion);
     void refreshLater(Completion completion);
 
     ActionContext m_context;

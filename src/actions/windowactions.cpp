@@ -115,54 +115,47 @@ void WindowActions::focusWindow(const tracking::WindowItem &window, Completion c
         return;
     }
     m_context.manager->updateWindowMinimizedStateLocally(window.id, false);
-    const auto desktop = m_context.desktop;
-    const auto control = m_context.control;
-    runInBackground(
-        m_context, this,
-        [desktop, control, window] {
-            const auto element = findAXWindow(window, desktop->readSnapshot());
-            if (!element || !element->windowNumber) {
-                qCInfo(lcActions).noquote()
-                    << "[OV] focusWindow: no window element for" << window.windowTitle;
-                return;
-            }
-            if (window.isMinimized || element->minimized)
-                control->setMinimized(*element->windowNumber, false);
-            control->raise(*element->windowNumber);
-            control->activate(*element->windowNumber);
-        },
-        [this, completion] { refreshAfter(kFocusRefreshMs, completion); });
+    actOnElement(window, "focusWindow", std::move(completion),
+                 [window](platform::WindowControl &control, const platform::AppWindow &element) {
+                     if (window.isMinimized || element.minimized)
+                         control.setMinimized(*element.windowNumber, false);
+                     control.raise(*element.windowNumber);
+                     control.activate(*element.windowNumber);
+                 });
 }
 
 void WindowActions::closeWindow(const tracking::WindowItem &window, Completion completion)
 {
-    const auto desktop = m_context.desktop;
-    const auto control = m_context.control;
-    runInBackground(
-        m_context, this,
-        [desktop, control, window] {
-            const auto element = findAXWindow(window, desktop->readSnapshot());
-            if (!element || !element->windowNumber) {
-                qCInfo(lcActions).noquote()
-                    << "[OV] closeWindow: no window element for" << window.windowTitle;
-                return;
-            }
-            control->close(*element->windowNumber);
-        },
-        [this, completion] { refreshAfter(kFocusRefreshMs, completion); });
+    actOnElement(window, "closeWindow", std::move(completion),
+                 [](platform::WindowControl &control, const platform::AppWindow &element) {
+                     control.close(*element.windowNumber);
+                 });
 }
 
 void WindowActions::minimizeWindow(const tracking::WindowItem &window, Completion completion)
 {
     m_context.manager->updateWindowMinimizedStateLocally(window.id, true);
+    actOnElement(window, nullptr, std::move(completion),
+                 [](platform::WindowControl &control, const platform::AppWindow &element) {
+                     if (!element.minimized)
+                         control.setMinimized(*element.windowNumber, true);
+                 });
+}
+
+void WindowActions::actOnElement(const tracking::WindowItem &window, const char *operation,
+                                 Completion completion, ElementAction action)
+{
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
     runInBackground(
         m_context, this,
-        [desktop, control, window] {
+        [desktop, control, window, operation, action = std::move(action)] {
             const auto element = findAXWindow(window, desktop->readSnapshot());
-            if (element && element->windowNumber && !element->minimized)
-                control->setMinimized(*element->windowNumber, true);
+            if (element && element->windowNumber)
+                action(*control, *element);
+            else if (operation)
+                qCInfo(lcActions).noquote().nospace()
+                    << "[OV] " << operation << ": no window element for " << window.windowTitle;
         },
         [this, completion] { refreshAfter(kFocusRefreshMs, completion); });
 }

@@ -7,6 +7,12 @@
 
 #include <QObject>
 
+#include <functional>
+
+namespace orvella::platform {
+struct AppWindow;
+}
+
 namespace orvella::actions {
 
 /**
@@ -34,6 +40,11 @@ public:
 
 private:
     SidebarPlacement sidebar(double width, const QString &position) const;
+    using ElementAction = std::function<void(platform::WindowControl &, const platform::AppWindow &)>;
+    /// Finds the window's element on a worker and, when it has a number, acts on it;
+    /// `operation`, when given, names the action in the line logged for a missing element.
+    void actOnElement(const tracking::WindowItem &window, const char *operation, Completion completion,
+                      ElementAction action);
     void refreshAfter(int delayMs, Completion completion);
 
     ActionContext m_context;
