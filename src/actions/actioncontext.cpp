@@ -1,7 +1,7 @@
 // What every window action reaches: the model, both desktop seams, time and the worker pool.
 #include "actions/actioncontext.h"
 
-#include "tracking/scheduler.h"
+#include "platform/scheduler.h"
 
 #include <QCoreApplication>
 #include <QPointer>

@@ -10,12 +10,12 @@ class QThreadPool;
 
 namespace orvella::platform {
 class Desktop;
+class Scheduler;
 class WindowControl;
 } // namespace orvella::platform
 namespace orvella::tracking {
-class Scheduler;
 class WindowManager;
-} // namespace orvella::tracking
+}
 
 namespace orvella::actions {
 
@@ -27,7 +27,7 @@ struct ActionContext
     tracking::WindowManager *manager = nullptr;
     std::shared_ptr<platform::Desktop> desktop;
     std::shared_ptr<platform::WindowControl> control;
-    tracking::Scheduler *scheduler = nullptr;
+    platform::Scheduler *scheduler = nullptr;
     QThreadPool *pool = nullptr;
 };
 

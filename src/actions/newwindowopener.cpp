@@ -4,7 +4,7 @@
 #include "actions/newwindowshortcut.h"
 #include "logging.h"
 #include "platform/desktop.h"
-#include "tracking/scheduler.h"
+#include "platform/scheduler.h"
 #include "tracking/windowmanager.h"
 
 #include <QScreen>

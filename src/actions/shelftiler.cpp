@@ -3,7 +3,7 @@
 
 #include "actions/axwindowmatch.h"
 #include "logging.h"
-#include "tracking/scheduler.h"
+#include "platform/scheduler.h"
 
 #include <cmath>
 
@@ -23,7 +23,7 @@ constexpr double kVerifyTolerance = 3.0;
 } // namespace
 
 ShelfTiler::ShelfTiler(platform::Desktop &desktop, platform::WindowControl &control,
-                       tracking::Scheduler &scheduler)
+                       platform::Scheduler &scheduler)
     : m_desktop(desktop)
     , m_control(control)
     , m_scheduler(scheduler)

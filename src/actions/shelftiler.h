@@ -6,7 +6,7 @@
 #include "platform/windowcontrol.h"
 #include "tracking/windowitem.h"
 
-namespace orvella::tracking {
+namespace orvella::platform {
 class Scheduler;
 }
 
@@ -21,7 +21,7 @@ namespace orvella::actions {
 class ShelfTiler
 {
 public:
-    ShelfTiler(platform::Desktop &desktop, platform::WindowControl &control, tracking::Scheduler &scheduler);
+    ShelfTiler(platform::Desktop &desktop, platform::WindowControl &control, platform::Scheduler &scheduler);
 
     /// `windows` in the shelf's order; `plan` from planColumn() for their number.
     void place(const QList<tracking::WindowItem> &windows, const ColumnPlan &plan);
@@ -42,7 +42,7 @@ private:
 
     platform::Desktop &m_desktop;
     platform::WindowControl &m_control;
-    tracking::Scheduler &m_scheduler;
+    platform::Scheduler &m_scheduler;
 };
 
 } // namespace orvella::actions

@@ -4,9 +4,9 @@
 #include "actions/axwindowmatch.h"
 #include "logging.h"
 #include "platform/desktop.h"
+#include "platform/scheduler.h"
 #include "platform/windowcontrol.h"
 #include "tracking/identity.h"
-#include "tracking/scheduler.h"
 #include "tracking/windowmanager.h"
 
 #include <QSet>
@@ -225,7 +225,7 @@ void ShowDesktop::restoreAndRaiseCategoryWindows(const QString &categoryID, Comp
     }
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
-    tracking::Scheduler *scheduler = m_context.scheduler;
+    platform::Scheduler *scheduler = m_context.scheduler;
     runInBackground(
         m_context, this,
         [desktop, control, scheduler, windows, bundles] {

@@ -5,8 +5,8 @@
 #include "actions/shelftiler.h"
 #include "logging.h"
 #include "platform/desktop.h"
+#include "platform/scheduler.h"
 #include "platform/windowcontrol.h"
-#include "tracking/scheduler.h"
 #include "tracking/windowmanager.h"
 
 #include <QScreen>
@@ -66,7 +66,7 @@ void WindowActions::tileCategoryWindows(const QString &categoryID, TileAlignment
     const SidebarPlacement placement = sidebar(sidebarWidth, sidebarPosition);
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
-    tracking::Scheduler *scheduler = m_context.scheduler;
+    platform::Scheduler *scheduler = m_context.scheduler;
     runInBackground(
         m_context, this,
         [desktop, control, scheduler, windows, placement, alignment, widthFraction] {

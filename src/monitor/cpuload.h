@@ -1,7 +1,7 @@
 // Processor load between two tick samples.
 #pragma once
 
-#include "monitor/readings.h"
+#include "monitor/monitorsample.h"
 
 #include <QHash>
 

@@ -1,7 +1,7 @@
 // Network throughput between two samples, and which interface carries the local address.
 #pragma once
 
-#include "monitor/readings.h"
+#include "monitor/monitorsample.h"
 
 #include <QDateTime>
 

@@ -17,7 +17,7 @@ constexpr double kDefaultInterval = 3.0;
 } // namespace
 
 SystemMonitorService::SystemMonitorService(std::shared_ptr<const platform::SystemFacts> facts,
-                                           const QUrl &externalAddressUrl, tracking::Scheduler &scheduler,
+                                           const QUrl &externalAddressUrl, platform::Scheduler &scheduler,
                                            QObject *parent)
     : QObject(parent)
     , m_scheduler(scheduler)

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "monitor/formatters.h"
-#include "monitor/readings.h"
+#include "monitor/monitorsample.h"
+#include "platform/scheduler.h"
 #include "platform/systemfacts.h"
-#include "tracking/scheduler.h"
 
 #include <QDateTime>
 #include <QList>
@@ -75,7 +75,7 @@ public:
     /// fetching the external address from `externalAddressUrl` (empty: never fetched).
     explicit SystemMonitorService(std::shared_ptr<const platform::SystemFacts> facts,
                                   const QUrl &externalAddressUrl = QUrl(),
-                                  tracking::Scheduler &scheduler = tracking::Scheduler::system(),
+                                  platform::Scheduler &scheduler = platform::Scheduler::system(),
                                   QObject *parent = nullptr);
     ~SystemMonitorService() override;
 
@@ -175,7 +175,7 @@ private:
     template<typename T>
     void assign(T &field, const T &value, void (SystemMonitorService::*changed)());
 
-    tracking::Scheduler &m_scheduler;
+    platform::Scheduler &m_scheduler;
     QThread m_queue;
     QObject *m_worker = nullptr;              ///< lives on m_queue; the context of every sampling call
     std::unique_ptr<SystemSampler> m_sampler; ///< m_queue only

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "monitor/cpuload.h"
+#include "monitor/monitorsample.h"
 #include "monitor/networkrate.h"
-#include "monitor/readings.h"
 #include "platform/systemfacts.h"
 
 #include <QDateTime>

@@ -1,7 +1,7 @@
 // The seam through which the system monitor reads the machine.
 #pragma once
 
-#include "monitor/readings.h"
+#include "platform/readings.h"
 
 #include <QList>
 #include <QString>
@@ -22,16 +22,16 @@ public:
     virtual ~SystemFacts() = default;
 
     /// Per-processor tick counters since boot.
-    virtual std::optional<QList<monitor::CpuTicks>> cpuTicks() const = 0;
-    virtual monitor::MemoryInfo memory() const = 0;
+    virtual std::optional<QList<CpuTicks>> cpuTicks() const = 0;
+    virtual MemoryInfo memory() const = 0;
     /// The volume holding the home directory; absent when it cannot be asked.
-    virtual std::optional<monitor::VolumeCapacity> homeVolume() const = 0;
+    virtual std::optional<VolumeCapacity> homeVolume() const = 0;
     /// Link-level counters and IPv4 addresses of every interface, in the system's order.
-    virtual QList<monitor::InterfaceEntry> interfaces() const = 0;
+    virtual QList<InterfaceEntry> interfaces() const = 0;
     /// Whether the machine has a battery of its own (not a mouse's or a phone's).
     virtual bool hasInternalBattery() const = 0;
     /// The internal battery and the power adapter; absent without a battery.
-    virtual std::optional<monitor::BatteryInfo> battery() const = 0;
+    virtual std::optional<BatteryInfo> battery() const = 0;
     /// Degrees Celsius of the processor, 0 when no sensor gives a plausible value.
     virtual double cpuTemperature() const = 0;
     virtual QString modelName() const = 0;

@@ -22,7 +22,7 @@ std::chrono::milliseconds toMs(double seconds)
 
 } // namespace
 
-ObservationScheduler::ObservationScheduler(WindowManager &manager, Scheduler &scheduler)
+ObservationScheduler::ObservationScheduler(WindowManager &manager, platform::Scheduler &scheduler)
     : QObject(&manager)
     , m_manager(manager)
     , m_scheduler(scheduler)

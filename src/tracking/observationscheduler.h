@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/desktopobserver.h"
-#include "tracking/scheduler.h"
+#include "platform/scheduler.h"
 
 #include <QList>
 #include <QObject>
@@ -22,7 +22,7 @@ class ObservationScheduler : public QObject
 {
     Q_OBJECT
 public:
-    ObservationScheduler(WindowManager &manager, Scheduler &scheduler);
+    ObservationScheduler(WindowManager &manager, platform::Scheduler &scheduler);
 
     /// The source of notifications and idle time; not owned, may be null.
     void setObserver(platform::DesktopObserver *observer);
@@ -59,7 +59,7 @@ private:
     void scheduleWorkspaceRefresh();
 
     WindowManager &m_manager;
-    Scheduler &m_scheduler;
+    platform::Scheduler &m_scheduler;
     QPointer<platform::DesktopObserver> m_observer;
     bool m_observing = false;
     bool m_observerReady = false;

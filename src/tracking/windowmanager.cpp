@@ -38,7 +38,8 @@ void onMainThread(QPointer<Owner> guard, Work work)
 } // namespace
 
 WindowManager::WindowManager(std::shared_ptr<platform::Desktop> desktop, settings::AppSettings *settings,
-                             platform::PreferencesStore *store, Scheduler &scheduler, QObject *parent)
+                             platform::PreferencesStore *store, platform::Scheduler &scheduler,
+                             QObject *parent)
     : QObject(parent)
     , m_desktop(std::move(desktop))
     , m_settings(settings)

@@ -3,7 +3,7 @@
 
 #include "actions/actioncontext.h"
 #include "actions/tilegeometry.h"
-#include "tracking/scheduler.h"
+#include "platform/scheduler.h"
 #include "tracking/trackingstate.h"
 #include "tracking/windowcategory.h"
 #include "tracking/windowreader.h"
@@ -63,8 +63,8 @@ public:
     /// `store` keeps the shelf state (may be null: nothing is kept); `settings` may be
     /// null for command-line use.
     WindowManager(std::shared_ptr<platform::Desktop> desktop, settings::AppSettings *settings,
-                  platform::PreferencesStore *store, Scheduler &scheduler = Scheduler::system(),
-                  QObject *parent = nullptr);
+                  platform::PreferencesStore *store,
+                  platform::Scheduler &scheduler = platform::Scheduler::system(), QObject *parent = nullptr);
     ~WindowManager() override;
 
     const QList<WindowItem> &windows() const { return m_windows; }
@@ -190,7 +190,7 @@ private:
     std::shared_ptr<platform::Desktop> m_desktop;
     QPointer<settings::AppSettings> m_settings;
     platform::PreferencesStore *m_store;
-    Scheduler &m_scheduler;
+    platform::Scheduler &m_scheduler;
     QThreadPool m_refreshPool;
 
     ObservationScheduler *m_observation;

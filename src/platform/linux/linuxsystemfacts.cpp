@@ -2,7 +2,7 @@
 #include "platform/linux/linuxsystemfacts.h"
 
 #include "logging.h"
-#include "monitor/parsers.h"
+#include "platform/linux/kernelparsers.h"
 #include "platform/linux/sysfsfile.h"
 
 #include <QDir>
@@ -83,25 +83,25 @@ LinuxSystemFacts::LinuxSystemFacts(QString root, QString home)
     , m_thermal(m_root)
 {}
 
-std::optional<QList<monitor::CpuTicks>> LinuxSystemFacts::cpuTicks() const
+std::optional<QList<CpuTicks>> LinuxSystemFacts::cpuTicks() const
 {
     const std::optional<QByteArray> text = sysfs::readFile(path(QStringLiteral("/proc/stat")));
     if (!text)
         return std::nullopt;
-    return monitor::parsers::procStat(*text);
+    return platform::parsers::procStat(*text);
 }
 
-monitor::MemoryInfo LinuxSystemFacts::memory() const
+MemoryInfo LinuxSystemFacts::memory() const
 {
     const std::optional<QByteArray> text = sysfs::readFile(path(QStringLiteral("/proc/meminfo")));
     if (!text) {
         qCWarning(lcMonitor) << "[OV] /proc/meminfo cannot be read; memory reads as 0";
         return {};
     }
-    return monitor::parsers::memInfo(*text);
+    return platform::parsers::memInfo(*text);
 }
 
-std::optional<monitor::VolumeCapacity> LinuxSystemFacts::homeVolume() const
+std::optional<VolumeCapacity> LinuxSystemFacts::homeVolume() const
 {
     struct statvfs fs;
     if (::statvfs(QFile::encodeName(path(m_home)).constData(), &fs) != 0) {
@@ -109,7 +109,7 @@ std::optional<monitor::VolumeCapacity> LinuxSystemFacts::homeVolume() const
             << "[OV] statvfs of" << path(m_home) << "failed:" << std::strerror(errno);
         return std::nullopt;
     }
-    monitor::VolumeCapacity volume;
+    VolumeCapacity volume;
     volume.total = quint64(fs.f_blocks) * fs.f_frsize;
     volume.available = quint64(fs.f_bavail) * fs.f_frsize;
     volume.name = volumeName(m_home);
@@ -156,9 +156,9 @@ QString LinuxSystemFacts::volumeName(const QString &target) const
     return mountPoint;
 }
 
-QList<monitor::InterfaceEntry> LinuxSystemFacts::interfaces() const
+QList<InterfaceEntry> LinuxSystemFacts::interfaces() const
 {
-    QList<monitor::InterfaceEntry> entries;
+    QList<InterfaceEntry> entries;
     ifaddrs *list = nullptr;
     if (::getifaddrs(&list) != 0) {
         qCWarning(lcMonitor) << "[OV] getifaddrs failed:" << std::strerror(errno);
@@ -167,16 +167,16 @@ QList<monitor::InterfaceEntry> LinuxSystemFacts::interfaces() const
     for (const ifaddrs *a = list; a; a = a->ifa_next) {
         if (!a->ifa_addr || !a->ifa_name)
             continue;
-        monitor::InterfaceEntry entry;
+        InterfaceEntry entry;
         entry.name = QString::fromLocal8Bit(a->ifa_name);
         if (a->ifa_addr->sa_family == AF_PACKET) {
-            entry.kind = monitor::InterfaceEntry::Kind::Link;
+            entry.kind = InterfaceEntry::Kind::Link;
             if (const auto *stats = static_cast<const rtnl_link_stats *>(a->ifa_data)) {
                 entry.rxBytes = stats->rx_bytes;
                 entry.txBytes = stats->tx_bytes;
             }
         } else if (a->ifa_addr->sa_family == AF_INET) {
-            entry.kind = monitor::InterfaceEntry::Kind::IPv4;
+            entry.kind = InterfaceEntry::Kind::IPv4;
             char host[NI_MAXHOST] = {};
             if (::getnameinfo(a->ifa_addr, sizeof(sockaddr_in), host, sizeof host, nullptr, 0, NI_NUMERICHOST)
                 == 0)
@@ -195,7 +195,7 @@ bool LinuxSystemFacts::hasInternalBattery() const
     return m_power.hasInternalBattery();
 }
 
-std::optional<monitor::BatteryInfo> LinuxSystemFacts::battery() const
+std::optional<BatteryInfo> LinuxSystemFacts::battery() const
 {
     return m_power.battery();
 }
@@ -208,18 +208,18 @@ double LinuxSystemFacts::cpuTemperature() const
 QString LinuxSystemFacts::modelName() const
 {
     const QString dmi = path(QStringLiteral("/sys/class/dmi/id/"));
-    monitor::parsers::DmiFields fields;
+    platform::parsers::DmiFields fields;
     fields.sysVendor = sysfs::readLine(dmi + QLatin1String("sys_vendor"));
     fields.productName = sysfs::readLine(dmi + QLatin1String("product_name"));
     fields.productVersion = sysfs::readLine(dmi + QLatin1String("product_version"));
     fields.productFamily = sysfs::readLine(dmi + QLatin1String("product_family"));
     fields.boardName = sysfs::readLine(dmi + QLatin1String("board_name"));
-    return monitor::parsers::friendlyModelName(fields);
+    return platform::parsers::friendlyModelName(fields);
 }
 
 QString LinuxSystemFacts::osVersion() const
 {
-    return monitor::parsers::kernelVersion(
+    return platform::parsers::kernelVersion(
         sysfs::readLine(path(QStringLiteral("/proc/sys/kernel/osrelease"))).toLatin1());
 }
 
@@ -228,7 +228,7 @@ double LinuxSystemFacts::uptimeSeconds() const
     const std::optional<QByteArray> text = sysfs::readFile(path(QStringLiteral("/proc/uptime")));
     if (!text)
         return 0;
-    return monitor::parsers::uptime(*text).value_or(0);
+    return platform::parsers::uptime(*text).value_or(0);
 }
 
 } // namespace orvella::platform

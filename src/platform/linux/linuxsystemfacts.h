@@ -17,12 +17,12 @@ class LinuxSystemFacts final : public SystemFacts
 public:
     explicit LinuxSystemFacts(QString root = QStringLiteral("/"), QString home = QString());
 
-    std::optional<QList<monitor::CpuTicks>> cpuTicks() const override;
-    monitor::MemoryInfo memory() const override;
-    std::optional<monitor::VolumeCapacity> homeVolume() const override;
-    QList<monitor::InterfaceEntry> interfaces() const override;
+    std::optional<QList<CpuTicks>> cpuTicks() const override;
+    MemoryInfo memory() const override;
+    std::optional<VolumeCapacity> homeVolume() const override;
+    QList<InterfaceEntry> interfaces() const override;
     bool hasInternalBattery() const override;
-    std::optional<monitor::BatteryInfo> battery() const override;
+    std::optional<BatteryInfo> battery() const override;
     double cpuTemperature() const override;
     QString modelName() const override;
     QString osVersion() const override;

@@ -2,7 +2,7 @@
 #include "platform/linux/powersupplies.h"
 
 #include "logging.h"
-#include "monitor/parsers.h"
+#include "platform/linux/kernelparsers.h"
 #include "platform/linux/sysfsfile.h"
 
 #include <QDir>
@@ -20,7 +20,7 @@ std::optional<qint64> attribute(const QString &supply, const char *name)
     const std::optional<QByteArray> text = sysfs::readFile(supply + u'/' + QLatin1String(name));
     if (!text)
         return std::nullopt;
-    const std::optional<qint64> value = monitor::parsers::sysfsInteger(*text);
+    const std::optional<qint64> value = platform::parsers::sysfsInteger(*text);
     if (!value)
         qCDebug(lcMonitor).noquote() << "[OV] power supply: not a number in"
                                      << supply + u'/' + QLatin1String(name);
@@ -69,12 +69,12 @@ bool PowerSupplies::hasInternalBattery() const
     return !internalBatteryDirectory().isEmpty();
 }
 
-std::optional<monitor::BatteryInfo> PowerSupplies::battery() const
+std::optional<BatteryInfo> PowerSupplies::battery() const
 {
     const QString supply = internalBatteryDirectory();
     if (supply.isEmpty())
         return std::nullopt;
-    monitor::BatteryInfo info;
+    BatteryInfo info;
     // Drivers report charge in µAh or, some, energy in µWh; either gives the level.
     const std::optional<qint64> now = firstOf(supply, {"charge_now", "energy_now"});
     const std::optional<qint64> full = firstOf(supply, {"charge_full", "energy_full"});

@@ -1,7 +1,7 @@
 // The battery and power adapter from /sys/class/power_supply.
 #pragma once
 
-#include "monitor/readings.h"
+#include "platform/readings.h"
 
 #include <QString>
 
@@ -22,7 +22,7 @@ public:
 
     bool hasInternalBattery() const;
     /// Absent without an internal battery.
-    std::optional<monitor::BatteryInfo> battery() const;
+    std::optional<BatteryInfo> battery() const;
 
 private:
     QString internalBatteryDirectory() const;

@@ -2,7 +2,7 @@
 #include "platform/linux/thermalsensors.h"
 
 #include "logging.h"
-#include "monitor/parsers.h"
+#include "platform/linux/kernelparsers.h"
 #include "platform/linux/sysfsfile.h"
 
 #include <QDir>
@@ -88,7 +88,7 @@ double ThermalSensors::cpuTemperature() const
     }
     for (const QString &input : inputs) {
         const std::optional<QByteArray> text = sysfs::readFile(input);
-        const std::optional<qint64> milli = text ? monitor::parsers::sysfsInteger(*text) : std::nullopt;
+        const std::optional<qint64> milli = text ? platform::parsers::sysfsInteger(*text) : std::nullopt;
         if (!milli)
             continue;
         const double celsius = double(*milli) / 1000.0;

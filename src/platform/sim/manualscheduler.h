@@ -1,7 +1,7 @@
 // A clock that only moves when a test says so.
 #pragma once
 
-#include "tracking/scheduler.h"
+#include "platform/scheduler.h"
 
 #include <QPointer>
 
@@ -10,7 +10,7 @@
 
 namespace orvella::platform::sim {
 
-class ManualScheduler final : public tracking::Scheduler
+class ManualScheduler final : public platform::Scheduler
 {
 public:
     explicit ManualScheduler(QDateTime start = QDateTime(QDate(2026, 1, 1), QTime(9, 0), Qt::UTC));

@@ -1,11 +1,12 @@
 // The monitor's pure parts: kernel text parsers, processor load and network rates.
 #include "monitor/cpuload.h"
 #include "monitor/networkrate.h"
-#include "monitor/parsers.h"
+#include "platform/linux/kernelparsers.h"
 
 #include <QTest>
 
 using namespace orvella::monitor;
+using namespace orvella::platform;
 
 namespace {
 

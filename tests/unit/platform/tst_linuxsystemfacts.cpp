@@ -280,7 +280,7 @@ void TestLinuxSystemFacts::malformedKernelFiles()
     apply(root, edits);
     const LinuxSystemFacts facts(root);
     QCOMPARE(facts.cpuTicks().has_value(), ticks);
-    const monitor::MemoryInfo memory = facts.memory();
+    const platform::MemoryInfo memory = facts.memory();
     QCOMPARE(memory.totalGB, memoryTotalGB);
     if (memoryTotalGB == 0)
         QCOMPARE(memory.usedGB, 0.0);
@@ -300,7 +300,7 @@ void TestLinuxSystemFacts::liveMachine()
 
     struct sysinfo info;
     QCOMPARE(::sysinfo(&info), 0);
-    QCOMPARE(facts.memory().totalGB, double(quint64(info.totalram) * info.mem_unit) / monitor::kBytesPerGiB);
+    QCOMPARE(facts.memory().totalGB, double(quint64(info.totalram) * info.mem_unit) / platform::kBytesPerGiB);
 
     const auto disk = facts.homeVolume();
     QVERIFY(disk);
@@ -314,10 +314,10 @@ void TestLinuxSystemFacts::liveMachine()
              names.release);
     // Every machine has at least a loopback link whose counters can be read.
     bool loopback = false;
-    for (const monitor::InterfaceEntry &entry : facts.interfaces())
+    for (const platform::InterfaceEntry &entry : facts.interfaces())
         loopback =
             loopback
-            || (entry.name == QLatin1String("lo") && entry.kind == monitor::InterfaceEntry::Kind::Link);
+            || (entry.name == QLatin1String("lo") && entry.kind == platform::InterfaceEntry::Kind::Link);
     QVERIFY(loopback);
 }
 

@@ -1,5 +1,5 @@
 // Pure parsers of the kernel's text files the system monitor reads.
-#include "monitor/parsers.h"
+#include "platform/linux/kernelparsers.h"
 
 #include "logging.h"
 
@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-namespace orvella::monitor::parsers {
+namespace orvella::platform::parsers {
 
 namespace {
 
@@ -151,4 +151,4 @@ QString friendlyModelName(const DmiFields &dmi)
     return QString();
 }
 
-} // namespace orvella::monitor::parsers
+} // namespace orvella::platform::parsers

@@ -1,4 +1,4 @@
-// Value records the system readers return and the monitor publishes.
+// Value records the system readers return: what the machine says, before any arithmetic.
 #pragma once
 
 #include <QList>
@@ -6,7 +6,7 @@
 
 #include <optional>
 
-namespace orvella::monitor {
+namespace orvella::platform {
 
 /// Tick counters of one processor, as the kernel counts them since boot.
 struct CpuTicks
@@ -31,14 +31,6 @@ struct MemoryInfo
     quint64 swapUsed = 0;
 };
 
-struct DiskInfo
-{
-    double usage = 0;
-    double usedGB = 0;
-    double totalGB = 0;
-    QString name;
-};
-
 /// What the file system of the home directory reports, in bytes.
 struct VolumeCapacity
 {
@@ -58,14 +50,6 @@ struct InterfaceEntry
     QString address; ///< IPv4 entries: numeric text
 };
 
-struct NetworkInfo
-{
-    quint64 downSpeed = 0;
-    quint64 upSpeed = 0;
-    QString iface;
-    QString ip;
-};
-
 struct BatteryInfo
 {
     double level = -1;
@@ -80,18 +64,6 @@ struct BatteryInfo
     bool pluggedIn = false;
 };
 
-/// Everything one poll takes, in the order it is published.
-struct MonitorSample
-{
-    double cpu = 0;
-    MemoryInfo memory;
-    DiskInfo disk;
-    NetworkInfo network;
-    std::optional<BatteryInfo> battery;
-    double cpuTemperature = 0;
-    double uptime = 0;
-};
-
 constexpr double kBytesPerGiB = 1073741824.0;
 
-} // namespace orvella::monitor
+} // namespace orvella::platform

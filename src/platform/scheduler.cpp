@@ -1,10 +1,10 @@
-// The clock and delayed calls of the tracking core, injectable so tests can drive time.
-#include "tracking/scheduler.h"
+// The clock and delayed calls of Orvella, injectable so tests can drive time.
+#include "platform/scheduler.h"
 
 #include <QThread>
 #include <QTimer>
 
-namespace orvella::tracking {
+namespace orvella::platform {
 
 namespace {
 
@@ -31,4 +31,4 @@ Scheduler &Scheduler::system()
     return instance;
 }
 
-} // namespace orvella::tracking
+} // namespace orvella::platform

@@ -1,7 +1,7 @@
 // Pure parsers of the kernel's text files the system monitor reads.
 #pragma once
 
-#include "monitor/readings.h"
+#include "platform/readings.h"
 
 #include <QByteArrayView>
 #include <QList>
@@ -9,7 +9,7 @@
 
 #include <optional>
 
-namespace orvella::monitor::parsers {
+namespace orvella::platform::parsers {
 
 /// The per-processor "cpuN" lines of /proc/stat; absent when there is none usable.
 std::optional<QList<CpuTicks>> procStat(QByteArrayView text);
@@ -39,4 +39,4 @@ struct DmiFields
 /// The name people know the machine by; empty when the firmware names nothing.
 QString friendlyModelName(const DmiFields &dmi);
 
-} // namespace orvella::monitor::parsers
+} // namespace orvella::platform::parsers

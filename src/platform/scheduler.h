@@ -1,4 +1,4 @@
-// The clock and delayed calls of the tracking core, injectable so tests can drive time.
+// The clock and delayed calls of Orvella, injectable so tests can drive time.
 #pragma once
 
 #include <QDateTime>
@@ -7,7 +7,7 @@
 #include <chrono>
 #include <functional>
 
-namespace orvella::tracking {
+namespace orvella::platform {
 
 /**
  * Time as the tracking core sees it. Rules such as "4 seconds later" or "at most every
@@ -31,4 +31,4 @@ public:
     static Scheduler &system();
 };
 
-} // namespace orvella::tracking
+} // namespace orvella::platform
