@@ -1,4 +1,4 @@
-// What every window action reaches: the model, both desktop seams, time and the worker pool.
+// What every window action reaches: the model, both desktop seams, time and the serial lane.
 #include "actions/actioncontext.h"
 
 #include "platform/scheduler.h"
@@ -13,7 +13,7 @@ void runInBackground(const ActionContext &context, QObject *owner, std::function
                      std::function<void()> then)
 {
     const QPointer<QObject> guard(owner);
-    context.pool->start([guard, work = std::move(work), then = std::move(then)] {
+    context.lane->start([guard, work = std::move(work), then = std::move(then)] {
         work();
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),

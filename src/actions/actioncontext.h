@@ -1,5 +1,7 @@
-// What every window action reaches: the model, both desktop seams, time and the worker pool.
+// What every window action reaches: the model, both desktop seams, time and the serial lane.
 #pragma once
+
+#include "tracking/windowactionport.h"
 
 #include <QObject>
 
@@ -19,8 +21,7 @@ class WindowManager;
 
 namespace orvella::actions {
 
-/// Called on the main thread once an action has settled.
-using Completion = std::function<void()>;
+using tracking::Completion;
 
 struct ActionContext
 {
@@ -28,11 +29,13 @@ struct ActionContext
     std::shared_ptr<platform::Desktop> desktop;
     std::shared_ptr<platform::WindowControl> control;
     platform::Scheduler *scheduler = nullptr;
-    QThreadPool *pool = nullptr;
+    /// The serial lane: one thread, first in first out, so that writes reach the
+    /// window manager in the order the user asked for them.
+    QThreadPool *lane = nullptr;
 };
 
 /**
- * Runs `work` on the context's pool, then `then` on the main thread, unless `owner`
+ * Runs `work` on the context's lane, then `then` on the main thread, unless `owner`
  * is gone by then. The work gets the seams by shared pointer and never touches the
  * model.
  */

@@ -50,19 +50,19 @@ ShowDesktop::ShowDesktop(ActionContext context, QObject *parent)
     , m_context(std::move(context))
 {}
 
-void ShowDesktop::toggleShowDesktop()
+void ShowDesktop::toggleShowDesktop(Completion completion)
 {
     QSet<QString> &saved = m_context.manager->state().showDesktopSavedSignatures;
     bool allMinimized = true;
     for (const tracking::WindowItem &w : m_context.manager->windows())
         allMinimized = allMinimized && (w.isMinimized || w.isClosed);
     if (!saved.isEmpty() && allMinimized) {
-        showDesktopRestore(nullptr);
+        showDesktopRestore(std::move(completion));
         return;
     }
     // The user has brought windows back meanwhile: this is a new show desktop.
     saved.clear();
-    showDesktopSaveAndMinimize(nullptr);
+    showDesktopSaveAndMinimize(std::move(completion));
 }
 
 void ShowDesktop::showDesktopSaveAndMinimize(Completion completion)

@@ -10,7 +10,7 @@ namespace orvella::actions {
 
 /**
  * The bookkeeping is done at once on the main thread, so the sidebar shows the new
- * state immediately; the window manager is asked on the pool; completions come on the
+ * state immediately; the window manager is asked on the action lane; completions come on the
  * main thread after the settling delay. Which windows show desktop minimised is kept
  * in the window manager's `showDesktopSavedSignatures`, so that the next toggle
  * restores exactly those.
@@ -21,7 +21,7 @@ class ShowDesktop : public QObject
 public:
     ShowDesktop(ActionContext context, QObject *parent);
 
-    void toggleShowDesktop();
+    void toggleShowDesktop(Completion completion);
     void showDesktopSaveAndMinimize(Completion completion);
     void showDesktopRestore(Completion completion);
     void minimizeAllWindows(Completion completion);

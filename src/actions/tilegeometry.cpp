@@ -1,8 +1,6 @@
 // Where tiled windows go: tile positions, the usable area beside the sidebar, the column.
 #include "actions/tilegeometry.h"
 
-#include "settings/localizationmanager.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -20,20 +18,19 @@ struct PositionInfo
 {
     TilePosition position;
     const char *raw;
-    const char *icon;
 };
 
 constexpr std::array kPositions{
-    PositionInfo{TilePosition::leftHalf, "leftHalf", "rectangle.lefthalf.filled"},
-    PositionInfo{TilePosition::rightHalf, "rightHalf", "rectangle.righthalf.filled"},
-    PositionInfo{TilePosition::topHalf, "topHalf", "rectangle.tophalf.filled"},
-    PositionInfo{TilePosition::bottomHalf, "bottomHalf", "rectangle.bottomhalf.filled"},
-    PositionInfo{TilePosition::topLeft, "topLeft", "rectangle.inset.topleft.filled"},
-    PositionInfo{TilePosition::topRight, "topRight", "rectangle.inset.topright.filled"},
-    PositionInfo{TilePosition::bottomLeft, "bottomLeft", "rectangle.inset.bottomleft.filled"},
-    PositionInfo{TilePosition::bottomRight, "bottomRight", "rectangle.inset.bottomright.filled"},
-    PositionInfo{TilePosition::maximize, "maximize", "rectangle.fill"},
-    PositionInfo{TilePosition::center, "center", "rectangle.center.inset.filled"},
+    PositionInfo{TilePosition::leftHalf, "leftHalf"},
+    PositionInfo{TilePosition::rightHalf, "rightHalf"},
+    PositionInfo{TilePosition::topHalf, "topHalf"},
+    PositionInfo{TilePosition::bottomHalf, "bottomHalf"},
+    PositionInfo{TilePosition::topLeft, "topLeft"},
+    PositionInfo{TilePosition::topRight, "topRight"},
+    PositionInfo{TilePosition::bottomLeft, "bottomLeft"},
+    PositionInfo{TilePosition::bottomRight, "bottomRight"},
+    PositionInfo{TilePosition::maximize, "maximize"},
+    PositionInfo{TilePosition::center, "center"},
 };
 
 const PositionInfo &info(TilePosition position)
@@ -57,21 +54,6 @@ std::optional<TilePosition> fromRawValue(const QString &raw)
             return p.position;
     }
     return std::nullopt;
-}
-
-QString labelKey(TilePosition position)
-{
-    return QStringLiteral("tile.") + rawValue(position);
-}
-
-QString label(TilePosition position)
-{
-    return settings::LocalizationManager::shared().string(labelKey(position));
-}
-
-QString iconName(TilePosition position)
-{
-    return QString::fromLatin1(info(position).icon);
 }
 
 QRectF frame(TilePosition position, const QRectF &a)

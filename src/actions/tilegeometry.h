@@ -39,12 +39,6 @@ namespace tilePosition {
 /// The raw value ("leftHalf"); also the position's `id`.
 QString rawValue(TilePosition position);
 std::optional<TilePosition> fromRawValue(const QString &raw);
-/// The interface text key of the position's label ("tile.leftHalf").
-QString labelKey(TilePosition position);
-/// The localized label.
-QString label(TilePosition position);
-/// The symbol name the tile menu draws.
-QString iconName(TilePosition position);
 /// The position's frame within `area` (top-left coordinates).
 QRectF frame(TilePosition position, const QRectF &area);
 } // namespace tilePosition

@@ -25,10 +25,11 @@ WindowActions::WindowActions(ActionContext context, QObject *parent)
     , m_context(std::move(context))
 {}
 
-SidebarPlacement WindowActions::sidebar(double width, const QString &position) const
+SidebarPlacement WindowActions::sidebar() const
 {
-    SidebarPlacement placement{width, position, std::nullopt};
-    if (const QScreen *screen = m_context.manager->state().sidebarScreen)
+    const tracking::TrackingState &state = m_context.manager->state();
+    SidebarPlacement placement{state.sidebarWidth, state.sidebarPosition, std::nullopt};
+    if (const QScreen *screen = state.sidebarScreen)
         placement.screenOrigin = QPointF(screen->geometry().topLeft());
     return placement;
 }
@@ -45,8 +46,7 @@ void WindowActions::refreshAfter(int delayMs, Completion completion)
 }
 
 void WindowActions::tileCategoryWindows(const QString &categoryID, TileAlignment alignment,
-                                        double widthFraction, double sidebarWidth,
-                                        const QString &sidebarPosition, Completion completion)
+                                        double widthFraction, Completion completion)
 {
     QList<tracking::WindowItem> windows;
     for (const tracking::WindowCategory &c : m_context.manager->categories()) {
@@ -63,7 +63,7 @@ void WindowActions::tileCategoryWindows(const QString &categoryID, TileAlignment
             completion();
         return;
     }
-    const SidebarPlacement placement = sidebar(sidebarWidth, sidebarPosition);
+    const SidebarPlacement placement = sidebar();
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
     platform::Scheduler *scheduler = m_context.scheduler;
@@ -82,10 +82,10 @@ void WindowActions::tileCategoryWindows(const QString &categoryID, TileAlignment
         [this, completion] { refreshAfter(kTileRefreshMs, completion); });
 }
 
-void WindowActions::tileWindow(const tracking::WindowItem &window, TilePosition position, double sidebarWidth,
-                               const QString &sidebarPosition, Completion completion)
+void WindowActions::tileWindow(const tracking::WindowItem &window, TilePosition position,
+                               Completion completion)
 {
-    const SidebarPlacement placement = sidebar(sidebarWidth, sidebarPosition);
+    const SidebarPlacement placement = sidebar();
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
     runInBackground(

@@ -16,7 +16,7 @@ struct AppWindow;
 namespace orvella::actions {
 
 /**
- * Geometry and bookkeeping on the main thread, writes on the pool, and a refresh once
+ * Geometry and bookkeeping on the main thread, writes on the action lane, and a refresh once
  * the window manager has had time to apply them. Completions, for scripts that wait,
  * come on the main thread after that refresh was asked for.
  */
@@ -29,17 +29,17 @@ public:
     /// Stacks a shelf's windows in one column beside the sidebar. An unknown or empty
     /// shelf does nothing (and completes at once).
     void tileCategoryWindows(const QString &categoryID, TileAlignment alignment, double widthFraction,
-                             double sidebarWidth, const QString &sidebarPosition, Completion completion);
+                             Completion completion);
     /// Snaps one window to a position of the usable area, un-minimising and raising it.
-    void tileWindow(const tracking::WindowItem &window, TilePosition position, double sidebarWidth,
-                    const QString &sidebarPosition, Completion completion);
+    void tileWindow(const tracking::WindowItem &window, TilePosition position, Completion completion);
     void focusWindow(const tracking::WindowItem &window, Completion completion);
     void closeWindow(const tracking::WindowItem &window, Completion completion);
     /// Minimises one window (a double click on its row).
     void minimizeWindow(const tracking::WindowItem &window, Completion completion);
 
 private:
-    SidebarPlacement sidebar(double width, const QString &position) const;
+    /// Where the model says the sidebar is.
+    SidebarPlacement sidebar() const;
     using ElementAction = std::function<void(platform::WindowControl &, const platform::AppWindow &)>;
     /// Finds the window's element on a worker and, when it has a number, acts on it;
     /// `operation`, when given, names the action in the line logged for a missing element.

@@ -41,7 +41,7 @@ enum class LaunchOutcome { Launched, NotFound, Failed };
  * a caller asks for is the frame the user sees.
  *
  * Every call may block for a round trip and must be safe from any thread; callers
- * run them on the refresh pool. A false or absent result means the window is gone or
+ * run them on the action lane. A false or absent result means the window is gone or
  * the request could not be sent; callers log it and go on.
  */
 class WindowControl

@@ -1,4 +1,5 @@
 // Entry point: the command line, or the application in the current X session.
+#include "actions/actionrunner.h"
 #include "logging.h"
 #include "monitor/systemmonitorservice.h"
 #include "platform/externaladdress.h"
@@ -46,29 +47,37 @@ void print(const QByteArray &text)
 const QString kNoWindowManager = QStringLiteral(
     "no EWMH window manager on this display (it must advertise _NET_CLIENT_LIST and _NET_ACTIVE_WINDOW)");
 
-// The stored preferences, only ever read, with the user's interface language applied.
-std::unique_ptr<platform::PreferencesStore> readOnlyPreferences()
+// What every one-shot command works on: the X11 desktop, the stored preferences (only
+// ever read, with the user's interface language applied) and a window manager over both.
+struct OneShotSession
 {
-    auto store = std::make_unique<platform::PreferencesStore>(platform::PreferencesStore::defaultFilePath(),
-                                                              platform::PreferencesStore::Access::ReadOnly);
-    settings::LocalizationManager::shared().setLanguage(
-        store->stringValue(QStringLiteral("appLanguage"))
-            .value_or(settings::LocalizationManager::detectSystemLanguage()));
-    return store;
-}
+    std::shared_ptr<platform::x11::X11Desktop> desktop;
+    std::unique_ptr<platform::PreferencesStore> store;
+    std::unique_ptr<tracking::WindowManager> manager;
+};
 
-// The X11 desktop, or null after printing why Orvella cannot work with this display.
-std::shared_ptr<platform::x11::X11Desktop> openTrustedDesktop(int *status)
+// The session, or nothing after printing why Orvella cannot work with this display.
+std::optional<OneShotSession> openOneShotSession(int *status)
 {
     QString error;
-    std::shared_ptr<platform::x11::X11Desktop> desktop = platform::x11::X11Desktop::open(QString(), &error);
-    if (!desktop)
+    OneShotSession session;
+    session.desktop = platform::x11::X11Desktop::open(QString(), &error);
+    if (!session.desktop) {
         *status = fail(error);
-    else if (!desktop->isTrusted())
+        return std::nullopt;
+    }
+    if (!session.desktop->isTrusted()) {
         *status = fail(kNoWindowManager);
-    else
-        return desktop;
-    return nullptr;
+        return std::nullopt;
+    }
+    session.store = std::make_unique<platform::PreferencesStore>(
+        platform::PreferencesStore::defaultFilePath(), platform::PreferencesStore::Access::ReadOnly);
+    settings::LocalizationManager::shared().setLanguage(
+        session.store->stringValue(QStringLiteral("appLanguage"))
+            .value_or(settings::LocalizationManager::detectSystemLanguage()));
+    session.manager =
+        std::make_unique<tracking::WindowManager>(session.desktop, nullptr, session.store.get());
+    return session;
 }
 
 // One refresh and one grouping from the stored shelf state, which is only read.
@@ -76,11 +85,10 @@ int listWindows(int argc, char **argv, bool json)
 {
     QCoreApplication app(argc, argv);
     int status = 0;
-    const auto desktop = openTrustedDesktop(&status);
-    if (!desktop)
+    const auto session = openOneShotSession(&status);
+    if (!session)
         return status;
-    const auto store = readOnlyPreferences();
-    tracking::WindowManager manager(desktop, nullptr, store.get());
+    tracking::WindowManager &manager = *session->manager;
     manager.restoreState();
     manager.refresh();
     if (!manager.waitForRefresh(kRefreshTimeoutMs))
@@ -95,15 +103,14 @@ int watchWindows(int argc, char **argv, bool json)
 {
     QCoreApplication app(argc, argv);
     int status = 0;
-    const auto desktop = openTrustedDesktop(&status);
-    if (!desktop)
+    const auto session = openOneShotSession(&status);
+    if (!session)
         return status;
     QString error;
     const auto observer = platform::x11::X11DesktopObserver::open(QString(), &error);
     if (!observer)
         return fail(error);
-    const auto store = readOnlyPreferences();
-    tracking::WindowManager manager(desktop, nullptr, store.get());
+    tracking::WindowManager &manager = *session->manager;
     manager.setObserver(observer.get());
     shell::WatchCommand watch(manager, json, print);
     platform::QuitSignals quitSignals;
@@ -150,17 +157,16 @@ int actOnWindows(int argc, char **argv, const shell::WindowCommand &command)
 {
     QCoreApplication app(argc, argv);
     int status = 0;
-    const auto desktop = openTrustedDesktop(&status);
-    if (!desktop)
+    const auto session = openOneShotSession(&status);
+    if (!session)
         return status;
     QString error;
     const auto control = platform::x11::X11WindowControl::open(QString(), &error);
     if (!control)
         return fail(error);
-    const auto store = readOnlyPreferences();
-    tracking::WindowManager manager(desktop, nullptr, store.get());
-    manager.setWindowControl(control);
-    return shell::runWindowCommand(command, manager, *control, [](const QString &message) { fail(message); });
+    actions::ActionRunner::attach(*session->manager, control);
+    return shell::runWindowCommand(command, *session->manager, *control,
+                                   [](const QString &message) { fail(message); });
 }
 
 int runApplication(int argc, char **argv)

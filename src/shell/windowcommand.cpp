@@ -1,6 +1,7 @@
 // The window actions as one-shot commands: `orvella focus ID`, `tile-shelf SHELF_ID`, ...
 #include "shell/windowcommand.h"
 
+#include "actions/tilegeometry.h"
 #include "platform/windowcontrol.h"
 #include "tracking/windowmanager.h"
 
@@ -48,10 +49,9 @@ std::variant<WindowCommand, QString> parseTileShelfOptions(WindowCommand command
             return QStringLiteral("%1 needs a value").arg(option);
         const QString &value = options[i + 1];
         if (option == QLatin1String("--align")) {
-            const auto alignment = actions::tileAlignmentFromString(value);
-            if (!alignment)
+            if (!actions::tileAlignmentFromString(value))
                 return QStringLiteral("unknown alignment \"%1\" (left, center or right)").arg(value);
-            command.alignment = *alignment;
+            command.alignment = value;
         } else if (option == QLatin1String("--width")) {
             bool ok = false;
             command.widthFraction = value.toDouble(&ok);
@@ -98,10 +98,9 @@ std::variant<WindowCommand, QString> parseWindowCommand(const QString &name, con
     if (needed > 0)
         command.target = positional.first();
     if (command.verb == Verb::TileWindow) {
-        const auto position = actions::tilePosition::fromRawValue(positional[1]);
-        if (!position)
+        if (!actions::tilePosition::fromRawValue(positional[1]))
             return QStringLiteral("unknown position \"%1\" (one of %2)").arg(positional[1], positionNames());
-        command.position = *position;
+        command.position = positional[1];
     }
     const QStringList rest = operands.mid(needed);
     if (command.verb == Verb::TileShelf)
@@ -125,41 +124,32 @@ int runWindowCommand(const WindowCommand &command, tracking::WindowManager &mana
         return 1;
     }
 
+    const auto &categories = manager.categories();
+    if (command.verb == Verb::TileShelf
+        && std::none_of(categories.begin(), categories.end(), [&](const tracking::WindowCategory &c) {
+               return c.isShelf() && c.id == command.target;
+           })) {
+        printError(QStringLiteral("no shelf with id \"%1\" (see orvella list)").arg(command.target));
+        return 2;
+    }
     bool done = false;
-    const actions::Completion finished = [&done] { done = true; };
-    std::optional<tracking::WindowItem> window;
-    if (command.verb == Verb::Focus || command.verb == Verb::Close || command.verb == Verb::Minimize
-        || command.verb == Verb::TileWindow) {
-        window = manager.canonicalWindow(command.target);
-        if (!window) {
-            printError(
-                QStringLiteral("no window with id \"%1\" (see orvella list --json)").arg(command.target));
-            return 2;
-        }
-    }
+    const tracking::Completion finished = [&done] { done = true; };
+    const QString &id = command.target;
+    bool accepted = false;
     switch (command.verb) {
-    case Verb::Focus: manager.focusWindow(*window, finished); break;
-    case Verb::Close: manager.closeWindow(*window, finished); break;
-    case Verb::Minimize: manager.minimizeWindow(*window, finished); break;
-    case Verb::TileWindow:
-        manager.tileWindow(*window, command.position, 0, QStringLiteral("left"), finished);
+    case Verb::Focus: accepted = manager.focusWindow(id, finished); break;
+    case Verb::Close: accepted = manager.closeWindow(id, finished); break;
+    case Verb::Minimize: accepted = manager.minimizeWindow(id, finished); break;
+    case Verb::TileWindow: accepted = manager.tileWindow(id, command.position, finished); break;
+    case Verb::TileShelf:
+        accepted = manager.tileCategoryWindows(id, command.alignment, command.widthFraction, finished);
         break;
-    case Verb::TileShelf: {
-        const auto &categories = manager.categories();
-        const bool known =
-            std::any_of(categories.begin(), categories.end(), [&](const tracking::WindowCategory &c) {
-                return c.isShelf() && c.id == command.target;
-            });
-        if (!known) {
-            printError(QStringLiteral("no shelf with id \"%1\" (see orvella list)").arg(command.target));
-            return 2;
-        }
-        manager.tileCategoryWindows(command.target, command.alignment, command.widthFraction, 0,
-                                    QStringLiteral("left"), finished);
-        break;
+    case Verb::MinimizeAll: accepted = manager.minimizeAllWindows(finished); break;
+    case Verb::NewWindow: accepted = manager.openNewWindow(id, finished); break;
     }
-    case Verb::MinimizeAll: manager.minimizeAllWindows(finished); break;
-    case Verb::NewWindow: manager.openNewWindow(command.target, finished); break;
+    if (!accepted) {
+        printError(QStringLiteral("no window with id \"%1\" (see orvella list --json)").arg(id));
+        return 2;
     }
     if (!waitUntil(done, kActionTimeoutMs) || !manager.waitForRefresh(kRefreshTimeoutMs)) {
         printError(QStringLiteral("the window manager did not finish in time"));

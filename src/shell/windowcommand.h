@@ -1,8 +1,6 @@
 // The window actions as one-shot commands: `orvella focus ID`, `tile-shelf SHELF_ID`, ...
 #pragma once
 
-#include "actions/tilegeometry.h"
-
 #include <QString>
 #include <QStringList>
 
@@ -24,8 +22,9 @@ struct WindowCommand
     Verb verb = Verb::Focus;
     /// A window id (as `orvella list --json` prints it), a shelf id or a bundle id.
     QString target;
-    actions::TilePosition position = actions::TilePosition::maximize;
-    actions::TileAlignment alignment = actions::TileAlignment::left;
+    /// The raw values the window manager's verbs take, checked when parsed.
+    QString position = QStringLiteral("maximize");
+    QString alignment = QStringLiteral("left");
     double widthFraction = 0.5;
 };
 

@@ -50,11 +50,27 @@ WindowManager::WindowManager(std::shared_ptr<platform::Desktop> desktop, setting
     connect(m_observation, &ObservationScheduler::desktopLost, this, &WindowManager::desktopLost);
     m_refreshPool.setObjectName(QStringLiteral("com.orvella.refresh"));
     m_refreshPool.setMaxThreadCount(2);
-    if (m_settings) {
-        m_state.sidebarWidth = m_settings->sidebarWidth();
-        m_state.avoidSidebarEnabled = m_settings->avoidSidebar();
-        m_state.showAllWindowsInAppSection = m_settings->showAllWindowsInAppSection();
+    followSettings();
+}
+
+void WindowManager::followSettings()
+{
+    if (!m_settings) {
+        // No settings, no sidebar (the command line): tiling has the whole work area.
+        m_state.sidebarWidth = 0;
+        return;
     }
+    settings::AppSettings *settings = m_settings;
+    const auto copy = [this, settings] {
+        m_state.sidebarWidth = settings->sidebarWidth();
+        m_state.sidebarPosition = settings->position();
+        m_state.avoidSidebarEnabled = settings->avoidSidebar();
+    };
+    copy();
+    m_state.showAllWindowsInAppSection = settings->showAllWindowsInAppSection();
+    connect(settings, &settings::AppSettings::sidebarWidthChanged, this, copy);
+    connect(settings, &settings::AppSettings::positionChanged, this, copy);
+    connect(settings, &settings::AppSettings::avoidSidebarChanged, this, copy);
 }
 
 WindowManager::~WindowManager()
@@ -280,98 +296,6 @@ void WindowManager::persistState()
 QString WindowManager::defaultShelfName(const QString &number) const
 {
     return settings::LocalizationManager::shared().formatted(QStringLiteral("shelf.defaultName"), {number});
-}
-
-void WindowManager::regroupAndPersist()
-{
-    buildCategories();
-    persistState();
-}
-
-QString WindowManager::addShelf()
-{
-    const QString id = shelfOperations::addShelf(
-        m_state, [this](const QString &number) { return defaultShelfName(number); });
-    regroupAndPersist();
-    return id;
-}
-
-bool WindowManager::removeShelf(const QString &shelfID)
-{
-    if (!shelfOperations::removeShelf(m_state, shelfID))
-        return false;
-    regroupAndPersist();
-    return true;
-}
-
-bool WindowManager::renameCategory(const QString &categoryID, const QString &name)
-{
-    if (!shelfOperations::renameCategory(m_state, categoryID, name))
-        return false;
-    regroupAndPersist();
-    return true;
-}
-
-void WindowManager::toggleCategoryCollapsed(const QString &categoryID)
-{
-    shelfOperations::toggleCategoryCollapsed(m_state, categoryID);
-    regroupAndPersist();
-}
-
-void WindowManager::moveCategory(const QString &categoryID, const QString &beforeID)
-{
-    if (shelfOperations::moveCategory(m_state, categoryID,
-                                      beforeID.isEmpty() ? std::nullopt : std::optional(beforeID)))
-        regroupAndPersist();
-}
-
-void WindowManager::setCategoryHidden(const QString &categoryID, bool hidden)
-{
-    if (shelfOperations::setCategoryHidden(m_state, categoryID, hidden))
-        regroupAndPersist();
-}
-
-void WindowManager::setOnlyCategory(const QString &categoryID)
-{
-    const std::optional<QString> only = categoryID.isEmpty() ? std::nullopt : std::optional(categoryID);
-    if (m_state.onlyCategory == only)
-        return;
-    m_state.onlyCategory = only;
-    emit categoriesChanged();
-}
-
-bool WindowManager::dragMoveWindow(const QString &windowID, const QString &toCategory,
-                                   const QString &beforeWindowID)
-{
-    const std::optional<WindowItem> window = canonicalWindow(windowID);
-    if (!window || (toCategory.startsWith(kShelfPrefix) && !m_state.shelfIDs.contains(toCategory)))
-        return false;
-    shelfOperations::moveWindow(m_state, *window, toCategory, canonicalWindow(beforeWindowID));
-    regroupAndPersist();
-    return true;
-}
-
-bool WindowManager::removeWindowFromShelf(const QString &windowID)
-{
-    const std::optional<WindowItem> window = canonicalWindow(windowID);
-    if (!window)
-        return false;
-    shelfOperations::removeWindowFromShelf(m_state, *window);
-    regroupAndPersist();
-    return true;
-}
-
-void WindowManager::updateWindowMinimizedStateLocally(const QString &windowID, bool minimized)
-{
-    const QString id = identity::withoutGhostSuffix(windowID);
-    for (WindowItem &w : m_windows) {
-        if (w.id == id && w.isMinimized != minimized) {
-            w.isMinimized = minimized;
-            emit windowsChanged();
-            buildCategories();
-            return;
-        }
-    }
 }
 
 std::optional<QString> WindowManager::categoryIDForWindow(const QString &windowID) const

@@ -1,10 +1,9 @@
 // The window-tracking core: the published window list and sections, and the refresh.
 #pragma once
 
-#include "actions/actioncontext.h"
-#include "actions/tilegeometry.h"
 #include "platform/scheduler.h"
 #include "tracking/trackingstate.h"
+#include "tracking/windowactionport.h"
 #include "tracking/windowcategory.h"
 #include "tracking/windowreader.h"
 
@@ -18,13 +17,7 @@ namespace orvella::platform {
 class Desktop;
 class DesktopObserver;
 class PreferencesStore;
-class WindowControl;
 } // namespace orvella::platform
-namespace orvella::actions {
-class NewWindowOpener;
-class ShowDesktop;
-class WindowActions;
-} // namespace orvella::actions
 namespace orvella::settings {
 class AppSettings;
 }
@@ -108,61 +101,70 @@ public:
     /// Writes the whole shelf state to the preferences.
     void persistState();
 
-    // Shelf operations: each regroups at once and writes the shelf state.
+    /// The model's view of the desktop and its clock, for the action layer.
+    const std::shared_ptr<platform::Desktop> &desktop() const { return m_desktop; }
+    platform::Scheduler &scheduler() const { return m_scheduler; }
+    /// Where window actions go; until one is set they are refused with a log line.
+    void setActionPort(std::unique_ptr<WindowActionPort> port);
+    WindowActionPort *actionPort() const { return m_actionPort.get(); }
+
+    /// Shows a window as (un)minimized before the next refresh confirms it.
+    void updateWindowMinimizedStateLocally(const QString &windowID, bool minimized);
+    /// Marks the windows `which` accepts as (un)minimized and regroups, before the
+    /// window manager has done it.
+    void setWindowsMinimizedLocally(const std::function<bool(const WindowItem &)> &which, bool minimized);
+    /// The first section (in display order) holding a window with this id.
+    std::optional<QString> categoryIDForWindow(const QString &windowID) const;
+    /// Waits (processing events) until no refresh is running; for the command line.
+    bool waitForRefresh(int timeoutMs);
+
+    // The verbs the sidebar, the control interface and the command line call, by id
+    // (windowverbs.cpp). Ghost ids name their window. A verb returns false and does
+    // nothing for an id it does not know.
+    //
+    // Shelf operations regroup at once and write the shelf state.
     Q_INVOKABLE QString addShelf();
     Q_INVOKABLE bool removeShelf(const QString &shelfID);
     /// A blank name is refused.
     Q_INVOKABLE bool renameCategory(const QString &categoryID, const QString &name);
-    Q_INVOKABLE void toggleCategoryCollapsed(const QString &categoryID);
+    Q_INVOKABLE bool toggleCategoryCollapsed(const QString &categoryID);
     /// An empty `beforeID` moves the section to the end.
-    Q_INVOKABLE void moveCategory(const QString &categoryID, const QString &beforeID = QString());
-    Q_INVOKABLE void setCategoryHidden(const QString &categoryID, bool hidden);
+    Q_INVOKABLE bool moveCategory(const QString &categoryID, const QString &beforeID = QString());
+    Q_INVOKABLE bool setCategoryHidden(const QString &categoryID, bool hidden);
     /// Shows only this section; an empty id shows all again.
     Q_INVOKABLE void setOnlyCategory(const QString &categoryID);
-    /// Moves a window (ghost ids allowed) to a shelf or back to its app section,
-    /// before another window when `beforeWindowID` is given.
+    /// Moves a window to a shelf or back to its app section, before another window
+    /// when `beforeWindowID` is given (which also reorders within one section).
     Q_INVOKABLE bool dragMoveWindow(const QString &windowID, const QString &toCategory,
                                     const QString &beforeWindowID = QString());
     Q_INVOKABLE bool removeWindowFromShelf(const QString &windowID);
-    /// Shows a window as (un)minimized before the next refresh confirms it.
-    void updateWindowMinimizedStateLocally(const QString &windowID, bool minimized);
-    /// The first section (in display order) holding a window with this id.
-    std::optional<QString> categoryIDForWindow(const QString &windowID) const;
 
-    /// Waits (processing events) until no refresh is running; for the command line.
-    bool waitForRefresh(int timeoutMs);
-
-    // Window actions (actions/windowmanageractions.cpp). Each returns at once and does
-    // nothing before setWindowControl(); `completion`, when given, runs on the main
-    // thread once the action has settled.
-    using TileAlignment = actions::TileAlignment;
-    using TilePosition = actions::TilePosition;
-    /// Where actions send their changes; shared with the workers that send them.
-    void setWindowControl(std::shared_ptr<platform::WindowControl> control);
-    /// Marks the windows `which` accepts as (un)minimized and regroups, before the
-    /// window manager has done it.
-    void setWindowsMinimizedLocally(const std::function<bool(const WindowItem &)> &which, bool minimized);
-    void tileCategoryWindows(const QString &categoryID, TileAlignment alignment, double widthFraction,
-                             double sidebarWidth, const QString &sidebarPosition,
-                             actions::Completion completion = {});
-    void tileWindow(const WindowItem &window, TilePosition position, double sidebarWidth,
-                    const QString &sidebarPosition, actions::Completion completion = {});
-    Q_INVOKABLE void toggleShowDesktop();
-    void showDesktopSaveAndMinimize(actions::Completion completion);
-    void showDesktopRestore(actions::Completion completion);
-    void minimizeAllWindows(actions::Completion completion);
-    void minimizeCategoryWindows(const QString &categoryID, actions::Completion completion = {});
-    void restoreCategoryWindows(const QString &categoryID, actions::Completion completion = {});
-    /// Un-minimises and raises a shelf's windows, its first window ending in front.
-    void restoreAndRaiseCategoryWindows(const QString &categoryID, actions::Completion completion = {});
-    void focusWindow(const WindowItem &window, actions::Completion completion = {});
-    void closeWindow(const WindowItem &window, actions::Completion completion = {});
-    void minimizeWindow(const WindowItem &window, actions::Completion completion = {});
-    void openNewWindowForItem(const WindowItem &item, actions::Completion completion = {});
-    void openNewWindow(const QString &bundleID, actions::Completion completion = {});
-    void relaunchClosedApp(const QString &bundleID);
-    /// Null before setWindowControl().
-    actions::NewWindowOpener *newWindowOpener() const { return m_newWindowOpener; }
+    // Window actions return at once; `done` runs on the main thread once the action
+    // has settled. The sidebar's width, edge and screen come from the model's state.
+    Q_INVOKABLE bool focusWindow(const QString &windowID, orvella::tracking::Completion done = {});
+    Q_INVOKABLE bool minimizeWindow(const QString &windowID, orvella::tracking::Completion done = {});
+    Q_INVOKABLE bool closeWindow(const QString &windowID, orvella::tracking::Completion done = {});
+    /// `position` is a tile position's raw value ("leftHalf", "maximize", ...).
+    Q_INVOKABLE bool tileWindow(const QString &windowID, const QString &position,
+                                orvella::tracking::Completion done = {});
+    /// Stacks a section's windows in one column beside the sidebar; `alignment` is
+    /// "left", "center" or "right".
+    Q_INVOKABLE bool tileCategoryWindows(const QString &categoryID, const QString &alignment,
+                                         double widthFraction, orvella::tracking::Completion done = {});
+    Q_INVOKABLE bool minimizeCategoryWindows(const QString &categoryID,
+                                             orvella::tracking::Completion done = {});
+    Q_INVOKABLE bool restoreCategoryWindows(const QString &categoryID,
+                                            orvella::tracking::Completion done = {});
+    /// Un-minimises and raises a section's windows, its first window ending in front.
+    Q_INVOKABLE bool restoreAndRaiseCategoryWindows(const QString &categoryID,
+                                                    orvella::tracking::Completion done = {});
+    Q_INVOKABLE bool toggleShowDesktop(orvella::tracking::Completion done = {});
+    Q_INVOKABLE bool minimizeAllWindows(orvella::tracking::Completion done = {});
+    /// `bundleID` is a desktop-file id ("org.gnome.TextEditor").
+    Q_INVOKABLE bool openNewWindow(const QString &bundleID, orvella::tracking::Completion done = {});
+    /// A new window of the application a listed window belongs to.
+    Q_INVOKABLE bool openNewWindowForItem(const QString &windowID, orvella::tracking::Completion done = {});
+    Q_INVOKABLE bool relaunchClosedApp(const QString &bundleID);
 
 signals:
     void windowsChanged();
@@ -186,6 +188,10 @@ private:
 
     QString defaultShelfName(const QString &number) const;
     void regroupAndPersist();
+    /// Follows the settings the model keeps a copy of, for tiling and avoidance.
+    void followSettings();
+    bool hasCategory(const QString &categoryID) const;
+    bool request(WindowActionRequest request, Completion done);
 
     std::shared_ptr<platform::Desktop> m_desktop;
     QPointer<settings::AppSettings> m_settings;
@@ -204,10 +210,7 @@ private:
     bool m_showsTrustBanner = false;
     TrackingState m_state;
 
-    std::shared_ptr<platform::WindowControl> m_control;
-    actions::WindowActions *m_windowActions = nullptr;
-    actions::ShowDesktop *m_showDesktop = nullptr;
-    actions::NewWindowOpener *m_newWindowOpener = nullptr;
+    std::unique_ptr<WindowActionPort> m_actionPort;
 };
 
 } // namespace orvella::tracking

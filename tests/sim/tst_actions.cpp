@@ -1,6 +1,7 @@
-// Window actions through the window manager on the simulated desktop: tiling with
-// windows that refuse to shrink, show desktop bookkeeping and timing, the order in
-// which a shelf is raised, and opening a new window.
+// Window actions through the window manager's verbs on the simulated desktop: each
+// verb by id, actions kept in order, tiling with windows that refuse to shrink, show
+// desktop bookkeeping and timing, the order in which a shelf is raised, new windows.
+#include "actions/actionrunner.h"
 #include "actions/newwindowopener.h"
 #include "platform/sim/manualscheduler.h"
 #include "platform/sim/simulateddesktop.h"
@@ -38,12 +39,14 @@ class TestActions : public QObject
 private slots:
     void init();
     void cleanup();
+    void verbsById_data();
+    void verbsById();
+    void focusThenMinimizeEndsMinimized();
     void tilingWithWindowsThatRefuseToShrink();
     void tilingUnminimizesAndSkipsVanishedWindows();
     void tileWindowUsesTheUsableArea();
     void tilingCorrectsLostMoves();
     void showDesktopTogglesExactlyItsWindows();
-    void showDesktopWithEverythingMinimizedCompletesAtOnce();
     void shelfIsRaisedWithItsFirstWindowLast();
     void shelfMinimizedAndRestoredAlone();
     void newWindow_data();
@@ -53,12 +56,13 @@ private slots:
 private:
     void refresh();
     /// Runs `action` and drives the pool and the manual clock until it completes.
-    bool run(const std::function<void(actions::Completion)> &action);
+    bool run(const std::function<void(Completion)> &action);
     QString shelfOf(const QList<qint64> &numbers);
 
     std::shared_ptr<SimulatedDesktop> m_desktop;
     std::unique_ptr<platform::sim::ManualScheduler> m_clock;
     std::unique_ptr<WindowManager> m_wm;
+    actions::ActionRunner *m_runner = nullptr;
 };
 
 void TestActions::init()
@@ -69,7 +73,7 @@ void TestActions::init()
     m_desktop->setScreens({{kScreen, kScreen, true}});
     m_clock = std::make_unique<platform::sim::ManualScheduler>();
     m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr, *m_clock);
-    m_wm->setWindowControl(m_desktop);
+    m_runner = actions::ActionRunner::attach(*m_wm, m_desktop);
 }
 
 void TestActions::cleanup()
@@ -83,7 +87,7 @@ void TestActions::refresh()
     QTRY_VERIFY(!m_wm->state().isRefreshing);
 }
 
-bool TestActions::run(const std::function<void(actions::Completion)> &action)
+bool TestActions::run(const std::function<void(Completion)> &action)
 {
     bool done = false;
     action([&done] { done = true; });
@@ -107,6 +111,99 @@ QString TestActions::shelfOf(const QList<qint64> &numbers)
     return shelf;
 }
 
+void TestActions::verbsById_data()
+{
+    QTest::addColumn<QString>("verb");
+    QTest::addColumn<QStringList>("sent");
+    // Windows 1 and 2 (minimised) are on a shelf; window 3 is not.
+    QTest::newRow("focus") << "focus" << QStringList{"raise 1", "activate 1"};
+    QTest::newRow("minimize") << "minimize" << QStringList{"setMinimized 1 1"};
+    QTest::newRow("close") << "close" << QStringList{"close 1"};
+    QTest::newRow("tile window") << "tileWindow"
+                                 << QStringList{"setSize 1 500x800", "setPosition 1 0,0", "raise 1"};
+    QTest::newRow("new window for item")
+        << "openNewWindowForItem" << QStringList{"activate 1", "sendShortcut 1 ctrl+6e"};
+    QTest::newRow("minimize section") << "minimizeCategoryWindows" << QStringList{"setMinimized 1 1"};
+    QTest::newRow("restore section") << "restoreCategoryWindows" << QStringList{"setMinimized 2 0"};
+    QTest::newRow("minimize all") << "minimizeAllWindows"
+                                  << QStringList{"setMinimized 1 1", "setMinimized 3 1"};
+    QTest::newRow("show desktop") << "toggleShowDesktop"
+                                  << QStringList{"setMinimized 1 1", "setMinimized 3 1"};
+}
+
+void TestActions::verbsById()
+{
+    QFETCH(QString, verb);
+    QFETCH(QStringList, sent);
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("one")));
+    m_desktop->addWindow(kTerminal, window(2, QStringLiteral("two")));
+    m_desktop->addWindow(kTerminal, window(3, QStringLiteral("three")));
+    m_desktop->setMinimized(2, true);
+    m_desktop->setInstalledApps({kEditorID});
+    refresh();
+    const QString shelf = shelfOf({1, 2});
+    const QString windowID = m_wm->windows().first().id;
+    using Verb = std::function<bool(WindowManager &, const QString &, Completion)>;
+    const QHash<QString, std::pair<QString, Verb>> verbs{
+        {"focus", {windowID, &WindowManager::focusWindow}},
+        {"minimize", {windowID, &WindowManager::minimizeWindow}},
+        {"close", {windowID, &WindowManager::closeWindow}},
+        {"tileWindow",
+         {windowID,
+          [](WindowManager &wm, const QString &id, Completion done) {
+              return wm.tileWindow(id, QStringLiteral("leftHalf"), std::move(done));
+          }}},
+        {"openNewWindowForItem", {windowID, &WindowManager::openNewWindowForItem}},
+        {"minimizeCategoryWindows", {shelf, &WindowManager::minimizeCategoryWindows}},
+        {"restoreCategoryWindows", {shelf, &WindowManager::restoreCategoryWindows}},
+        {"minimizeAllWindows",
+         {QString(),
+          [](WindowManager &wm, const QString &, Completion done) { return wm.minimizeAllWindows(done); }}},
+        {"toggleShowDesktop",
+         {QString(),
+          [](WindowManager &wm, const QString &, Completion done) { return wm.toggleShowDesktop(done); }}},
+    };
+    const auto [target, call] = verbs.value(verb);
+    m_desktop->clearControlLog();
+    if (!target.isEmpty()) {
+        // An id nobody knows moves nothing and never completes.
+        bool completed = false;
+        QVERIFY(!call(*m_wm, QStringLiteral("no-such-id"), [&completed] { completed = true; }));
+        QTest::qWait(20);
+        QVERIFY(!completed);
+        QVERIFY(m_desktop->controlLog().isEmpty());
+    }
+    QVERIFY(run([&](Completion done) { QVERIFY(call(*m_wm, target, std::move(done))); }));
+    QCOMPARE(m_desktop->controlLog(), sent);
+}
+
+void TestActions::focusThenMinimizeEndsMinimized()
+{
+    // A click and a double click on one row: whatever the threads do, the window
+    // manager is asked in the order the user asked.
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("clicked")));
+    refresh();
+    const QString id = m_wm->windows().first().id;
+    for (int round = 0; round < 100; ++round) {
+        int done = 0;
+        QVERIFY(m_wm->focusWindow(id, [&done] { ++done; }));
+        QVERIFY(m_wm->minimizeWindow(id, [&done] { ++done; }));
+        QDeadlineTimer deadline(5000);
+        while (done < 2 && !deadline.hasExpired()) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+            m_clock->advance(100ms);
+        }
+        QCOMPARE(done, 2);
+        QCOMPARE(m_desktop->minimizedOf(1), std::optional(true));
+    }
+    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    QVERIFY(m_wm->windows().first().isMinimized);
+    // Without an action layer a verb is refused instead of lost silently.
+    WindowManager bare(m_desktop, nullptr, nullptr, *m_clock);
+    QTest::ignoreMessage(QtWarningMsg, "[OV] window action ignored: no window control");
+    QVERIFY(!bare.toggleShowDesktop());
+}
+
 void TestActions::tilingWithWindowsThatRefuseToShrink()
 {
     // Ten windows; three of them insist on 300 points of height.
@@ -118,9 +215,8 @@ void TestActions::tilingWithWindowsThatRefuseToShrink()
     }
     refresh();
     const QString shelf = shelfOf({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
-    QVERIFY(run([&](actions::Completion done) {
-        m_wm->tileCategoryWindows(shelf, actions::TileAlignment::right, 0.3, 0, QStringLiteral("left"),
-                                  std::move(done));
+    QVERIFY(run([&](Completion done) {
+        QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("right"), 0.3, std::move(done)));
     }));
 
     // 900 points are taken by the fixed windows: the others get the 50-point floor and
@@ -150,9 +246,9 @@ void TestActions::tilingUnminimizesAndSkipsVanishedWindows()
     refresh();
     const QString shelf = shelfOf({1, 2, 3});
     m_desktop->removeWindow(2);
-    QVERIFY(run([&](actions::Completion done) {
-        m_wm->tileCategoryWindows(shelf, actions::TileAlignment::left, 0.5, 200, QStringLiteral("left"),
-                                  std::move(done));
+    m_wm->state().sidebarWidth = 200;
+    QVERIFY(run([&](Completion done) {
+        QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("left"), 0.5, std::move(done)));
     }));
     QCOMPARE(m_desktop->minimizedOf(3), std::optional(false));
     QVERIFY(!m_desktop->controlLog().join(u' ').contains(QStringLiteral(" 2 ")));
@@ -176,9 +272,8 @@ void TestActions::tilingCorrectsLostMoves()
     refresh();
     const QString shelf = shelfOf({1, 2});
     QTest::ignoreMessage(QtInfoMsg, "[OV] Tile verification: correcting positions");
-    QVERIFY(run([&](actions::Completion done) {
-        m_wm->tileCategoryWindows(shelf, actions::TileAlignment::left, 1.0, 0, QStringLiteral("left"),
-                                  std::move(done));
+    QVERIFY(run([&](Completion done) {
+        QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("left"), 1.0, std::move(done)));
     }));
     QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(0, 0, 1000, 400)));
     QCOMPARE(m_desktop->frameOf(2), std::optional(QRectF(0, 400, 1000, 400)));
@@ -189,9 +284,11 @@ void TestActions::tileWindowUsesTheUsableArea()
     m_desktop->addWindow(kEditor, window(1, QStringLiteral("doc")));
     m_desktop->setMinimized(1, true);
     refresh();
-    QVERIFY(run([&](actions::Completion done) {
-        m_wm->tileWindow(m_wm->windows().first(), actions::TilePosition::center, 200, QStringLiteral("right"),
-                         std::move(done));
+    m_wm->state().sidebarWidth = 200;
+    m_wm->state().sidebarPosition = QStringLiteral("right");
+    QVERIFY(!m_wm->tileWindow(m_wm->windows().first().id, QStringLiteral("sideways")));
+    QVERIFY(run([&](Completion done) {
+        QVERIFY(m_wm->tileWindow(m_wm->windows().first().id, QStringLiteral("center"), std::move(done)));
     }));
     QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(100, 100, 600, 600)));
     QCOMPARE(m_desktop->minimizedOf(1), std::optional(false));
@@ -230,16 +327,14 @@ void TestActions::showDesktopTogglesExactlyItsWindows()
     m_clock->advance(1ms);
     QVERIFY(m_wm->state().showDesktopSavedSignatures.isEmpty());
     QCOMPARE(m_desktop->minimizedOf(3), std::optional(true));
-}
 
-void TestActions::showDesktopWithEverythingMinimizedCompletesAtOnce()
-{
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("a")));
+    // With everything minimised already there is nothing to save: done at once.
     m_desktop->setMinimized(1, true);
+    m_desktop->setMinimized(2, true);
     refresh();
     m_desktop->clearControlLog();
     bool done = false;
-    m_wm->showDesktopSaveAndMinimize([&done] { done = true; });
+    m_wm->toggleShowDesktop([&done] { done = true; });
     QVERIFY(done);
     QVERIFY(m_wm->state().showDesktopSavedSignatures.isEmpty());
     QTest::qWait(50);
@@ -256,7 +351,7 @@ void TestActions::shelfIsRaisedWithItsFirstWindowLast()
     const QString shelf = shelfOf({1, 2, 3});
     m_desktop->clearControlLog();
     QVERIFY(
-        run([&](actions::Completion done) { m_wm->restoreAndRaiseCategoryWindows(shelf, std::move(done)); }));
+        run([&](Completion done) { QVERIFY(m_wm->restoreAndRaiseCategoryWindows(shelf, std::move(done))); }));
     QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 2 0", "raise 2", "raise 3", "activate 2",
                                                    "activate 3", "raise 1", "activate 1"}));
     QCOMPARE(m_desktop->focus(), 1);
@@ -271,13 +366,13 @@ void TestActions::shelfMinimizedAndRestoredAlone()
     const QString shelf = shelfOf({1, 2});
     m_desktop->clearControlLog();
     QTest::ignoreMessage(QtInfoMsg, "minimizeCategoryWindows category=shelf-1 count=2");
-    QVERIFY(run([&](actions::Completion done) { m_wm->minimizeCategoryWindows(shelf, std::move(done)); }));
+    QVERIFY(run([&](Completion done) { m_wm->minimizeCategoryWindows(shelf, std::move(done)); }));
     QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 1", "setMinimized 2 1"}));
     QTRY_VERIFY(!m_wm->state().isRefreshing);
     QCOMPARE(m_desktop->minimizedOf(3), std::optional(false));
 
     m_desktop->clearControlLog();
-    QVERIFY(run([&](actions::Completion done) { m_wm->restoreCategoryWindows(shelf, std::move(done)); }));
+    QVERIFY(run([&](Completion done) { m_wm->restoreCategoryWindows(shelf, std::move(done)); }));
     QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 0", "setMinimized 2 0"}));
     QTRY_VERIFY(!m_wm->state().isRefreshing);
     for (const WindowItem &w : m_wm->windows())
@@ -312,9 +407,9 @@ void TestActions::newWindow()
     m_desktop->setInstalledApps({bundleID});
     m_desktop->setShortcutOpens(300, window(31, QStringLiteral("new"), opensAt));
     const platform::ScreenInfo sidebarScreen{QRectF(1000, 0, 800, 600), QRectF(1000, 50, 800, 550), false};
-    m_wm->newWindowOpener()->setSidebarScreen(sidebarScreen);
+    m_runner->newWindowOpener().setSidebarScreen(sidebarScreen);
 
-    QVERIFY(run([&](actions::Completion done) { m_wm->openNewWindow(bundleID, std::move(done)); }));
+    QVERIFY(run([&](Completion done) { m_wm->openNewWindow(bundleID, std::move(done)); }));
     QCOMPARE(m_desktop->controlLog().filter(QStringLiteral("sendShortcut")),
              QStringList{QStringLiteral("sendShortcut 30 ") + keys});
     // Running already: activated, not started a second time.
@@ -327,13 +422,12 @@ void TestActions::newWindowOfAnUnknownApplication()
 {
     const QString notes = QStringLiteral("org.example.Notes");
     m_desktop->setInstalledApps({notes});
-    QVERIFY(run([&](actions::Completion done) {
-        m_wm->openNewWindow(QStringLiteral("no.such.app"), std::move(done));
-    }));
+    QVERIFY(
+        run([&](Completion done) { m_wm->openNewWindow(QStringLiteral("no.such.app"), std::move(done)); }));
     QVERIFY(m_desktop->controlLog().isEmpty());
 
     // Installed but not running: started, then the shortcut finds nobody to type into.
-    QVERIFY(run([&](actions::Completion done) { m_wm->openNewWindow(notes, std::move(done)); }));
+    QVERIFY(run([&](Completion done) { m_wm->openNewWindow(notes, std::move(done)); }));
     QCOMPARE(m_desktop->controlLog(), QStringList{QStringLiteral("launch ") + notes});
 
     // Relaunching a shelved application that was closed.

@@ -2,6 +2,7 @@
 // (also with a window that will not shrink), show desktop brings back exactly what it
 // minimised, focus and close reach the window, and a new window asked of a desktop
 // entry's application appears and is moved to the sidebar's screen.
+#include "actions/actionrunner.h"
 #include "actions/newwindowopener.h"
 #include "actions/tilegeometry.h"
 #include "platform/x11/x11desktop.h"
@@ -67,7 +68,7 @@ private slots:
 private:
     void startClient(const QList<ClientWindow> &windows);
     bool refreshUntil(const std::function<bool()> &done);
-    bool waitFor(const std::function<void(actions::Completion)> &action);
+    bool waitFor(const std::function<void(Completion)> &action);
     bool settled() const;
     std::optional<WindowItem> byTitle(const QString &title) const;
     QString shelfOf(const QStringList &titles);
@@ -135,7 +136,7 @@ void TestActionsX11::startClient(const QList<ClientWindow> &windows)
     QTRY_VERIFY_WITH_TIMEOUT((out += m_client->readAllStandardOutput()).count("ready") >= windows.size(),
                              kTimeoutMs);
     m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr);
-    m_wm->setWindowControl(m_control);
+    actions::ActionRunner::attach(*m_wm, m_control);
     QVERIFY(refreshUntil([&] { return m_wm->windows().size() == windows.size(); }));
 }
 
@@ -151,7 +152,7 @@ bool TestActionsX11::refreshUntil(const std::function<bool()> &done)
     return false;
 }
 
-bool TestActionsX11::waitFor(const std::function<void(actions::Completion)> &action)
+bool TestActionsX11::waitFor(const std::function<void(Completion)> &action)
 {
     bool finished = false;
     action([&finished] { finished = true; });
@@ -243,8 +244,11 @@ void TestActionsX11::tiledShelfLandsWhereComputed()
     const QString shelf = shelfOf({titles[1], titles[0], titles[2]});
 
     const auto align = actions::TileAlignment(alignment);
-    QVERIFY(waitFor([&](actions::Completion done) {
-        m_wm->tileCategoryWindows(shelf, align, 0.5, 200, sidebarPosition, std::move(done));
+    m_wm->state().sidebarWidth = 200;
+    m_wm->state().sidebarPosition = sidebarPosition;
+    const QString alignName[] = {QStringLiteral("left"), QStringLiteral("center"), QStringLiteral("right")};
+    QVERIFY(waitFor([&](Completion done) {
+        QVERIFY(m_wm->tileCategoryWindows(shelf, alignName[alignment], 0.5, std::move(done)));
     }));
 
     const auto area = actions::usableArea(m_control->screens(), {200, sidebarPosition, std::nullopt});
@@ -278,9 +282,8 @@ void TestActionsX11::windowThatWillNotShrinkKeepsItsHeight()
                  {titles[2], {}},
                  {titles[3], {}}});
     const QString shelf = shelfOf(titles);
-    QVERIFY(waitFor([&](actions::Completion done) {
-        m_wm->tileCategoryWindows(shelf, actions::TileAlignment::left, 0.3, 0, QStringLiteral("left"),
-                                  std::move(done));
+    QVERIFY(waitFor([&](Completion done) {
+        QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("left"), 0.3, std::move(done)));
     }));
     const auto area = actions::usableArea(m_control->screens(), {});
     QVERIFY(area);
@@ -325,7 +328,7 @@ void TestActionsX11::showDesktopTwiceRestoresWhatItMinimized()
 void TestActionsX11::restoringByHandStartsANewShowDesktop()
 {
     startClient({{QStringLiteral("first"), {}}, {QStringLiteral("second"), {}}});
-    QVERIFY(waitFor([&](actions::Completion done) { m_wm->showDesktopSaveAndMinimize(std::move(done)); }));
+    QVERIFY(waitFor([&](Completion done) { QVERIFY(m_wm->toggleShowDesktop(std::move(done))); }));
     QVERIFY(minimized(QStringLiteral("first")) && minimized(QStringLiteral("second")));
 
     // The user brings one window back through the window manager, not through Orvella.
@@ -342,8 +345,8 @@ void TestActionsX11::restoringByHandStartsANewShowDesktop()
 void TestActionsX11::focusMakesTheWindowActive()
 {
     startClient({{QStringLiteral("back"), {QStringLiteral("--iconic")}}, {QStringLiteral("front"), {}}});
-    QVERIFY(waitFor([&](actions::Completion done) {
-        m_wm->focusWindow(*byTitle(QStringLiteral("back")), std::move(done));
+    QVERIFY(waitFor([&](Completion done) {
+        QVERIFY(m_wm->focusWindow(byTitle(QStringLiteral("back"))->id, std::move(done)));
     }));
     QTRY_COMPARE_WITH_TIMEOUT(m_desktop->readSnapshot().focusedTitle, std::optional(QStringLiteral("back")),
                               kTimeoutMs);
@@ -362,7 +365,7 @@ void TestActionsX11::raisedShelfEndsWithItsFirstWindowInFront()
                               std::optional(QStringLiteral("outside")), kTimeoutMs);
 
     QVERIFY(waitFor(
-        [&](actions::Completion done) { m_wm->restoreAndRaiseCategoryWindows(shelf, std::move(done)); }));
+        [&](Completion done) { QVERIFY(m_wm->restoreAndRaiseCategoryWindows(shelf, std::move(done))); }));
     QTRY_COMPARE_WITH_TIMEOUT(m_desktop->readSnapshot().focusedTitle, std::optional(QStringLiteral("lead")),
                               kTimeoutMs);
     QVERIFY(!minimized(QStringLiteral("hidden")));
@@ -378,8 +381,8 @@ void TestActionsX11::closeAsksTheClient()
 {
     startClient({{QStringLiteral("keep"), {}}, {QStringLiteral("doomed"), {}}});
     const qint64 number = *byTitle(QStringLiteral("doomed"))->windowNumber;
-    QVERIFY(waitFor([&](actions::Completion done) {
-        m_wm->closeWindow(*byTitle(QStringLiteral("doomed")), std::move(done));
+    QVERIFY(waitFor([&](Completion done) {
+        QVERIFY(m_wm->closeWindow(byTitle(QStringLiteral("doomed"))->id, std::move(done)));
     }));
     QByteArray out;
     const QByteArray expected = "closed 0x" + QByteArray::number(number, 16);
@@ -391,14 +394,14 @@ void TestActionsX11::closeAsksTheClient()
 void TestActionsX11::newWindowFromDesktopEntryMovesToSidebarScreen()
 {
     m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr);
-    m_wm->setWindowControl(m_control);
+    actions::ActionRunner *runner = actions::ActionRunner::attach(*m_wm, m_control);
     const QRectF root = m_control->screens().first().frame;
     // The sidebar is on a narrow screen at the right of the display, where the window
     // manager does not open windows by itself.
     const QRectF sidebarScreen(root.right() - 400, 0, 400, root.height());
-    m_wm->newWindowOpener()->setSidebarScreen(platform::ScreenInfo{sidebarScreen, sidebarScreen, false});
+    runner->newWindowOpener().setSidebarScreen(platform::ScreenInfo{sidebarScreen, sidebarScreen, false});
 
-    const auto open = [&](actions::Completion done) { m_wm->openNewWindow(kNewWindowApp, std::move(done)); };
+    const auto open = [&](Completion done) { QVERIFY(m_wm->openNewWindow(kNewWindowApp, std::move(done))); };
     s_shortcutFoundNoApp = false;
     const QtMessageHandler previous = qInstallMessageHandler(noteShortcutFailure);
     QVERIFY(waitFor(open));

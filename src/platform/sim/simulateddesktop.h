@@ -16,7 +16,7 @@ namespace orvella::platform::sim {
  * window-server list that cannot be read, and reads held back so that refreshes
  * overlap. As the write seam it applies changes at once, except where a window
  * refuses them (a minimum size, ignoring close requests), and notes each call in a
- * log. Thread-safe: readSnapshot() and the writes run on the refresh pool.
+ * log. Thread-safe: readSnapshot() runs on the refresh pool, the writes on the action lane.
  */
 class SimulatedDesktop final : public Desktop, public WindowControl
 {

@@ -81,12 +81,9 @@ void TestTileGeometry::positionNames()
     for (TilePosition p : kAllTilePositions) {
         raw.append(tilePosition::rawValue(p));
         QCOMPARE(tilePosition::fromRawValue(tilePosition::rawValue(p)), std::optional(p));
-        QCOMPARE(tilePosition::labelKey(p), QStringLiteral("tile.") + raw.last());
-        QVERIFY(!tilePosition::iconName(p).isEmpty());
     }
     QCOMPARE(raw, QStringList({"leftHalf", "rightHalf", "topHalf", "bottomHalf", "topLeft", "topRight",
                                "bottomLeft", "bottomRight", "maximize", "center"}));
-    QCOMPARE(tilePosition::label(TilePosition::maximize), QStringLiteral("Fill"));
     QCOMPARE(tilePosition::fromRawValue(QStringLiteral("LeftHalf")), std::nullopt);
     QCOMPARE(tilePosition::fromRawValue(QString()), std::nullopt);
     QCOMPARE(tileAlignmentFromString(QStringLiteral("center")), std::optional(TileAlignment::center));

@@ -105,11 +105,11 @@ void TestCommandLine::windowCommands_data()
                                  << "topRight";
     QTest::newRow("tile-shelf defaults")
         << QStringList{"tile-shelf", "shelf-1"} << int(Verb::TileShelf) << "shelf-1"
-        << "0 0.5";
+        << "left 0.5";
     QTest::newRow("tile-shelf options")
         << QStringList{"tile-shelf", "shelf-2", "--width", "0.3", "--align", "right"} << int(Verb::TileShelf)
         << "shelf-2"
-        << "2 0.3";
+        << "right 0.3";
     QTest::newRow("unknown position") << QStringList{"tile-window", "a::wn:1", "middle"} << -1 << ""
                                       << "";
     QTest::newRow("position missing") << QStringList{"tile-window", "a::wn:1"} << -1 << ""
@@ -148,9 +148,9 @@ void TestCommandLine::windowCommands()
     QCOMPARE(int(request.window.verb), verb);
     QCOMPARE(request.window.target, target);
     if (request.window.verb == WindowCommand::Verb::TileWindow)
-        QCOMPARE(orvella::actions::tilePosition::rawValue(request.window.position), detail);
+        QCOMPARE(request.window.position, detail);
     if (request.window.verb == WindowCommand::Verb::TileShelf)
-        QCOMPARE(QStringLiteral("%1 %2").arg(int(request.window.alignment)).arg(request.window.widthFraction),
+        QCOMPARE(QStringLiteral("%1 %2").arg(request.window.alignment).arg(request.window.widthFraction),
                  detail);
 }
 
