@@ -56,7 +56,8 @@ bool ActionRunner::perform(const tracking::WindowActionRequest &request, Complet
     case Verb::TileWindow: {
         const auto position = tilePosition::fromRawValue(request.option);
         if (!position) {
-            qCWarning(lcActions).noquote() << QStringLiteral("[OV] tile: unknown position %1").arg(request.option);
+            qCWarning(lcActions).noquote()
+                << QStringLiteral("[OV] tile: unknown position %1").arg(request.option);
             return false;
         }
         m_windowActions->tileWindow(request.window, *position, std::move(done));
@@ -69,11 +70,16 @@ bool ActionRunner::perform(const tracking::WindowActionRequest &request, Complet
                 << QStringLiteral("[OV] tile: unknown alignment %1").arg(request.option);
             return false;
         }
-        m_windowActions->tileCategoryWindows(request.target, *alignment, request.widthFraction, std::move(done));
+        m_windowActions->tileCategoryWindows(request.target, *alignment, request.widthFraction,
+                                             std::move(done));
         return true;
     }
-    case Verb::MinimizeSection: m_showDesktop->minimizeCategoryWindows(request.target, std::move(done)); return true;
-    case Verb::RestoreSection: m_showDesktop->restoreCategoryWindows(request.target, std::move(done)); return true;
+    case Verb::MinimizeSection:
+        m_showDesktop->minimizeCategoryWindows(request.target, std::move(done));
+        return true;
+    case Verb::RestoreSection:
+        m_showDesktop->restoreCategoryWindows(request.target, std::move(done));
+        return true;
     case Verb::RaiseSection:
         m_showDesktop->restoreAndRaiseCategoryWindows(request.target, std::move(done));
         return true;

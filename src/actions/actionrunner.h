@@ -31,7 +31,8 @@ public:
 
     /// Makes a runner for `manager` and hands it over; returns it for tests to reach
     /// its parts.
-    static ActionRunner *attach(tracking::WindowManager &manager, std::shared_ptr<platform::WindowControl> control);
+    static ActionRunner *attach(tracking::WindowManager &manager,
+                                std::shared_ptr<platform::WindowControl> control);
 
     bool perform(const tracking::WindowActionRequest &request, Completion done) override;
     NewWindowOpener &newWindowOpener() const { return *m_newWindowOpener; }
