@@ -3,10 +3,13 @@
 // desktop bookkeeping and timing, the order in which a shelf is raised, new windows.
 #include "actions/actionrunner.h"
 #include "actions/newwindowopener.h"
+#include "platform/preferencesstore.h"
 #include "platform/sim/manualscheduler.h"
 #include "platform/sim/simulateddesktop.h"
+#include "settings/appsettings.h"
 #include "tracking/windowmanager.h"
 
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace orvella;
@@ -45,6 +48,7 @@ private slots:
     void tilingWithWindowsThatRefuseToShrink();
     void tilingUnminimizesAndSkipsVanishedWindows();
     void tileWindowUsesTheUsableArea();
+    void tilingFollowsTheSidebarSettings();
     void tilingCorrectsLostMoves();
     void showDesktopTogglesExactlyItsWindows();
     void shelfIsRaisedWithItsFirstWindowLast();
@@ -295,6 +299,32 @@ void TestActions::tileWindowUsesTheUsableArea()
     QCOMPARE(m_desktop->controlLog().filter(QStringLiteral("setSize")).size(), 1);
     QVERIFY(m_desktop->controlLog().indexOf(QStringLiteral("setSize 1 600x600"))
             < m_desktop->controlLog().indexOf(QStringLiteral("setPosition 1 100,100")));
+}
+
+void TestActions::tilingFollowsTheSidebarSettings()
+{
+    QTemporaryDir dir;
+    qputenv("XDG_CONFIG_HOME", dir.path().toUtf8());
+    platform::PreferencesStore store(dir.filePath(QStringLiteral("preferences.json")));
+    settings::AppSettings settings(store);
+    settings.setSidebarWidth(200);
+    settings.setPosition(QStringLiteral("left"));
+    m_wm = std::make_unique<WindowManager>(m_desktop, &settings, nullptr, *m_clock);
+    actions::ActionRunner::attach(*m_wm, m_desktop);
+    m_desktop->addWindow(kEditor, window(1, QStringLiteral("doc")));
+    refresh();
+    const QString id = m_wm->windows().first().id;
+    const auto tileLeftHalf = [&] {
+        return run([&](Completion done) { QVERIFY(m_wm->tileWindow(id, QStringLiteral("leftHalf"), done)); });
+    };
+    QVERIFY(tileLeftHalf());
+    QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(200, 0, 400, 800)));
+    // Changed while running: the next tile uses the new width and edge.
+    settings.setSidebarWidth(300);
+    settings.setPosition(QStringLiteral("right"));
+    QVERIFY(tileLeftHalf());
+    QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(0, 0, 350, 800)));
+    m_wm.reset();
 }
 
 void TestActions::showDesktopTogglesExactlyItsWindows()
