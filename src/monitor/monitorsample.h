@@ -8,9 +8,9 @@ namespace orvella::monitor {
 using platform::BatteryInfo;
 using platform::CpuTicks;
 using platform::InterfaceEntry;
+using platform::kBytesPerGiB;
 using platform::MemoryInfo;
 using platform::VolumeCapacity;
-using platform::kBytesPerGiB;
 
 struct DiskInfo
 {
