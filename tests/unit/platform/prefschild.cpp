@@ -1,7 +1,6 @@
-// A second process for the preferences tests: writes through the real store and exits
-// (or is killed mid-write by the test).
+// A second process for the preferences tests: writes through the real store until the
+// test kills it mid-write.
 #include "platform/preferencesstore.h"
-#include "settings/appsettings.h"
 
 #include <QCoreApplication>
 
@@ -30,19 +29,6 @@ int burst(const QString &path)
     }
 }
 
-int writeSettings(const QString &path)
-{
-    platform::PreferencesStore store(path);
-    settings::AppSettings s(store);
-    s.setSidebarWidth(321);
-    s.setPosition(QStringLiteral("right"));
-    s.setShowIcons(false);
-    s.setActiveRowColorDark(QColor(0x11, 0x22, 0x33, 0x44));
-    s.setSystemMonitorMetrics({QStringLiteral("net"), QStringLiteral("cpu")});
-    s.setAppLanguage(QStringLiteral("de"));
-    return 0; // the store writes on destruction
-}
-
 } // namespace
 
 int main(int argc, char **argv)
@@ -51,8 +37,6 @@ int main(int argc, char **argv)
     const QStringList args = app.arguments();
     if (args.size() == 3 && args[1] == QLatin1String("burst"))
         return burst(args[2]);
-    if (args.size() == 3 && args[1] == QLatin1String("settings"))
-        return writeSettings(args[2]);
-    std::fprintf(stderr, "usage: orvella-prefs-child burst|settings PATH\n");
+    std::fprintf(stderr, "usage: orvella-prefs-child burst PATH\n");
     return 2;
 }
