@@ -27,8 +27,10 @@ constexpr size_t kSliceBytes = 128 * 1024;
 const char kUsage[] =
     "usage: orvella-testclient [--class NAME] [--pid N | --no-pid] [--gtk-app-id ID] [--stay]\n"
     "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title]\n"
-    "          [--icon SIDE]... [--icon-bytes N] [--bad-icon]]...\n"
-    "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n";
+    "          [--icon SIDE]... [--bad-icon]]...\n"
+    "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n"
+    "stdout: \"ready 0xID TITLE\" per window once managed, \"closed 0xID\" when asked to close one;\n"
+    "Ctrl+N in a window opens another like the first\n";
 
 struct WindowSpec
 {
@@ -42,7 +44,6 @@ struct WindowSpec
     uint32_t minWidth = 0, minHeight = 0;
     bool iconic = false;
     std::vector<uint32_t> iconSides; // square images, in property order
-    size_t iconBytes = 0;            // pads `_NET_WM_ICON` with one large image up to this size
     bool badIcon = false;            // ends it with an image declaring far more pixels than follow
 };
 
@@ -66,7 +67,6 @@ struct Window
 {
     xcb_window_t id = 0; // 0 once destroyed
     std::string title;
-    bool announced = false;
 };
 
 struct Client
@@ -123,8 +123,6 @@ bool parse(int argc, char **argv, Options *o)
             ok = parseSize(value, &last->minWidth, &last->minHeight);
         else if (arg == "--icon" && value && last)
             last->iconSides.push_back(uint32_t(std::strtoul(value, nullptr, 10)));
-        else if (arg == "--icon-bytes" && value && last)
-            last->iconBytes = size_t(std::strtoull(value, nullptr, 10));
         else if (arg == "--iconic" && last)
             last->iconic = true;
         else if (arg == "--no-title" && last)
@@ -192,22 +190,6 @@ std::vector<xcb_keycode_t> keycodesForN(xcb_connection_t *c)
     return out;
 }
 
-// WM_NAME is Latin-1 by definition; characters beyond it become '?'.
-std::string toLatin1(const std::string &utf8)
-{
-    std::string out;
-    for (size_t i = 0; i < utf8.size();) {
-        const unsigned char lead = utf8[i];
-        const size_t length = lead < 0x80 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-        if (lead >= 0xc2 && lead < 0xc4 && i + 1 < utf8.size())
-            out += char(((lead & 0x1f) << 6) | (utf8[i + 1] & 0x3f));
-        else
-            out += length == 1 ? char(lead) : '?';
-        i += length;
-    }
-    return out;
-}
-
 void setProperty(xcb_connection_t *c, xcb_window_t w, xcb_atom_t property, xcb_atom_t type, uint8_t format,
                  const void *data, size_t bytes)
 {
@@ -228,10 +210,11 @@ void setText(xcb_connection_t *c, xcb_window_t w, xcb_atom_t property, xcb_atom_
     setProperty(c, w, property, type, 8, value.data(), value.size());
 }
 
+// WM_NAME too, typed UTF8_STRING as toolkits set it, for readers that fall back on it.
 void setTitle(const Client &cl, xcb_window_t w, const std::string &title)
 {
-    setText(cl.c, w, cl.atoms.netWmName, cl.atoms.utf8String, title);
-    setText(cl.c, w, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, toLatin1(title));
+    for (const xcb_atom_t property : {cl.atoms.netWmName, xcb_atom_t(XCB_ATOM_WM_NAME)})
+        setText(cl.c, w, property, cl.atoms.utf8String, title);
 }
 
 std::vector<uint32_t> iconData(const WindowSpec &spec)
@@ -240,14 +223,6 @@ std::vector<uint32_t> iconData(const WindowSpec &spec)
     for (uint32_t side : spec.iconSides) {
         data.insert(data.end(), {side, side});
         data.insert(data.end(), size_t(side) * side, 0xff000000u | (side * 0x050301u & 0xffffffu));
-    }
-    const size_t items = spec.iconBytes / 4;
-    if (items > data.size() + 2) {
-        const size_t pixels = items - data.size() - 2;
-        const uint32_t width = uint32_t(std::min<size_t>(pixels, 1024));
-        const uint32_t height = uint32_t(pixels / width);
-        data.insert(data.end(), {width, height});
-        data.resize(items, 0xff808080u);
     }
     if (spec.badIcon) {
         data.insert(data.end(), {65535u, 65535u});
@@ -274,9 +249,6 @@ xcb_window_t createWindow(Client &cl, const WindowSpec &spec)
         setTitle(cl, w, spec.title);
     const std::string wmClass = cl.options.windowClass;
     setText(c, w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, wmClass + '\0' + wmClass + '\0');
-    char host[256] = {};
-    ::gethostname(host, sizeof host - 1);
-    setText(c, w, XCB_ATOM_WM_CLIENT_MACHINE, XCB_ATOM_STRING, host);
     if (cl.options.pid)
         setProperty(c, w, cl.atoms.netWmPid, XCB_ATOM_CARDINAL, 32, &*cl.options.pid, 4);
     if (!cl.options.gtkAppId.empty())
@@ -347,17 +319,6 @@ void waitUntilListed(const Client &cl, const std::vector<xcb_window_t> &windows)
     }
 }
 
-void announceListed(Client &cl)
-{
-    for (Window &w : cl.windows) {
-        if (w.id && !w.announced && isListed(cl, {w.id})) {
-            std::printf("ready 0x%x %s\n", w.id, w.title.c_str());
-            w.announced = true;
-        }
-    }
-    std::fflush(stdout);
-}
-
 void destroyWindow(Client &cl, Window &w)
 {
     xcb_destroy_window(cl.c, w.id);
@@ -371,14 +332,9 @@ bool anyWindowLeft(const Client &cl)
 }
 
 // Handles one event; false once the last window has been closed.
-bool handleEvent(Client &cl, const xcb_generic_event_t *event, bool *listChanged)
+bool handleEvent(Client &cl, const xcb_generic_event_t *event)
 {
     switch (event->response_type & 0x7f) {
-    case XCB_PROPERTY_NOTIFY: {
-        const auto *e = reinterpret_cast<const xcb_property_notify_event_t *>(event);
-        *listChanged = *listChanged || e->atom == cl.atoms.netClientList || e->atom == cl.atoms.wmState;
-        return true;
-    }
     case XCB_CLIENT_MESSAGE: {
         const auto *e = reinterpret_cast<const xcb_client_message_event_t *>(event);
         if (e->type != cl.atoms.wmProtocols || e->data.data32[0] != cl.atoms.wmDeleteWindow)
@@ -516,24 +472,21 @@ int main(int argc, char **argv)
         initial.push_back(createWindow(cl, spec));
     xcb_flush(cl.c);
     waitUntilListed(cl, initial);
-    announceListed(cl);
+    for (const Window &w : cl.windows)
+        std::printf("ready 0x%x %s\n", w.id, w.title.c_str());
+    std::fflush(stdout);
 
     // Stay until stdin closes or says "quit", or the last window is closed.
     std::string pending;
     pollfd fds[2] = {{STDIN_FILENO, POLLIN, 0}, {xcb_get_file_descriptor(cl.c), POLLIN, 0}};
     for (bool running = true; running;) {
         // Round trips queue events inside xcb, where poll() cannot see them: drain first.
-        bool listChanged = false;
         while (xcb_generic_event_t *event = xcb_poll_for_event(cl.c)) {
-            running = handleEvent(cl, event, &listChanged) && running;
+            running = handleEvent(cl, event) && running;
             std::free(event);
         }
         if (xcb_connection_has_error(cl.c))
             die("lost the connection to the X server");
-        if (listChanged) {
-            announceListed(cl);
-            continue;
-        }
         xcb_flush(cl.c);
         if (running && ::poll(fds, 2, -1) > 0 && fds[0].revents != 0) {
             bool closed = false;

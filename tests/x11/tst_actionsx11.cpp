@@ -5,8 +5,10 @@
 #include "actions/actionrunner.h"
 #include "actions/newwindowopener.h"
 #include "actions/tilegeometry.h"
+#include "desktoplookup.h"
 #include "platform/x11/x11desktop.h"
 #include "platform/x11/x11windowcontrol.h"
+#include "testclientprocess.h"
 #include "tracking/windowmanager.h"
 
 #include <QFile>
@@ -126,15 +128,12 @@ void TestActionsX11::cleanup()
 
 void TestActionsX11::startClient(const QList<ClientWindow> &windows)
 {
-    m_client = std::make_unique<QProcess>();
     QStringList args;
     for (const ClientWindow &w : windows)
         args << QStringLiteral("--title") << w.title << w.options;
-    m_client->start(QStringLiteral(ORVELLA_TESTCLIENT), args);
-    QVERIFY(m_client->waitForStarted());
-    QByteArray out;
-    QTRY_VERIFY_WITH_TIMEOUT((out += m_client->readAllStandardOutput()).count("ready") >= windows.size(),
-                             kTimeoutMs);
+    auto client = std::make_unique<testsupport::TestClient>(args);
+    QCOMPARE(client->xids.size(), windows.size());
+    m_client = std::move(client);
     m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr);
     actions::ActionRunner::attach(*m_wm, m_control);
     QVERIFY(refreshUntil([&] { return m_wm->windows().size() == windows.size(); }));
@@ -142,14 +141,7 @@ void TestActionsX11::startClient(const QList<ClientWindow> &windows)
 
 bool TestActionsX11::refreshUntil(const std::function<bool()> &done)
 {
-    QDeadlineTimer deadline(kTimeoutMs);
-    while (!deadline.hasExpired()) {
-        m_wm->refresh(true);
-        if (m_wm->waitForRefresh(5000) && done())
-            return true;
-        QTest::qWait(20);
-    }
-    return false;
+    return testsupport::refreshUntil(*m_wm, done, kTimeoutMs);
 }
 
 bool TestActionsX11::waitFor(const std::function<void(Completion)> &action)
@@ -194,11 +186,7 @@ bool TestActionsX11::settled() const
 
 std::optional<WindowItem> TestActionsX11::byTitle(const QString &title) const
 {
-    for (const WindowItem &w : m_wm->windows()) {
-        if (w.windowTitle == title)
-            return w;
-    }
-    return std::nullopt;
+    return testsupport::itemTitled(*m_wm, title);
 }
 
 QString TestActionsX11::shelfOf(const QStringList &titles)
@@ -211,13 +199,7 @@ QString TestActionsX11::shelfOf(const QStringList &titles)
 
 std::optional<platform::AppWindow> TestActionsX11::element(const QString &title) const
 {
-    for (const auto &windows : m_desktop->readSnapshot().windowsByPid) {
-        for (const platform::AppWindow &w : windows.value_or(QList<platform::AppWindow>())) {
-            if (w.title == title)
-                return w;
-        }
-    }
-    return std::nullopt;
+    return testsupport::windowTitled(m_desktop->readSnapshot(), title);
 }
 
 bool TestActionsX11::minimized(const QString &title) const

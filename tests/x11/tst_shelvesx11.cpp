@@ -1,19 +1,21 @@
 // Shelves against a real X server: a shelved window keeps its shelf and its place
 // through a retitle, a restart of its application and a restart of the window
 // manager; a window taken off a shelf stays off. Also `orvella list` on that session.
+#include "desktoplookup.h"
 #include "platform/preferencesstore.h"
 #include "platform/x11/x11desktop.h"
+#include "testclientprocess.h"
 #include "tracking/windowmanager.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace orvella;
 using namespace orvella::tracking;
+using testsupport::TestClient;
 
 namespace {
 
@@ -35,15 +37,18 @@ private:
     void startClient(const QStringList &titles);
     void stopClient();
     void newManager();
-    bool refreshUntil(const std::function<bool()> &done);
-    std::optional<WindowItem> byTitle(const QString &title) const;
+    bool refreshUntil(const std::function<bool()> &done) { return testsupport::refreshUntil(*m_wm, done); }
+    std::optional<WindowItem> byTitle(const QString &title) const
+    {
+        return testsupport::itemTitled(*m_wm, title);
+    }
     QStringList shelfTitles(const QString &shelf) const;
 
     QTemporaryDir m_dir;
     std::shared_ptr<platform::x11::X11Desktop> m_desktop;
     std::unique_ptr<platform::PreferencesStore> m_store;
     std::unique_ptr<WindowManager> m_wm;
-    std::unique_ptr<QProcess> m_client;
+    std::unique_ptr<TestClient> m_client;
 };
 
 void TestShelvesX11::initTestCase()
@@ -64,15 +69,8 @@ void TestShelvesX11::cleanupTestCase()
 
 void TestShelvesX11::startClient(const QStringList &titles)
 {
-    m_client = std::make_unique<QProcess>();
-    QStringList args;
-    for (const QString &t : titles)
-        args << QStringLiteral("--title") << t;
-    m_client->start(QStringLiteral(ORVELLA_TESTCLIENT), args);
-    QVERIFY(m_client->waitForStarted());
-    int ready = 0;
-    QTRY_VERIFY_WITH_TIMEOUT(
-        (ready += int(m_client->readAllStandardOutput().count("ready"))) >= titles.size(), 15000);
+    m_client = std::make_unique<TestClient>(TestClient::titled(titles));
+    QCOMPARE(m_client->titles, titles);
 }
 
 void TestShelvesX11::stopClient()
@@ -88,27 +86,6 @@ void TestShelvesX11::newManager()
 {
     m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, m_store.get());
     m_wm->restoreState();
-}
-
-bool TestShelvesX11::refreshUntil(const std::function<bool()> &done)
-{
-    QDeadlineTimer deadline(15000);
-    while (!deadline.hasExpired()) {
-        m_wm->refresh(true);
-        if (m_wm->waitForRefresh(5000) && done())
-            return true;
-        QTest::qWait(20);
-    }
-    return false;
-}
-
-std::optional<WindowItem> TestShelvesX11::byTitle(const QString &title) const
-{
-    for (const WindowItem &w : m_wm->windows()) {
-        if (w.windowTitle == title)
-            return w;
-    }
-    return std::nullopt;
 }
 
 QStringList TestShelvesX11::shelfTitles(const QString &shelf) const

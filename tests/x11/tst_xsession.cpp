@@ -1,6 +1,8 @@
-// Proves the real-X harness: a private server, a window manager that announces itself,
-// the test client's windows being managed, and teardown that leaves no server behind.
+// Proves the real-X harness: each command runs in a fresh private session that is ready for
+// its first window, its exit status is passed on, and teardown leaves no server behind.
+#include "testclientprocess.h"
 #include "xsession.h"
+#include "xtestconnection.h"
 
 #include <QImage>
 #include <QProcess>
@@ -9,16 +11,13 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <xcb/xcb.h>
-
 #include <cerrno>
 #include <memory>
-#include <optional>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 
-using orvella::testsupport::XSession;
+using namespace orvella::testsupport;
 
 namespace {
 
@@ -26,10 +25,7 @@ constexpr int kSessionStartMs = 20000;
 
 bool reachable(const QString &display)
 {
-    xcb_connection_t *c = xcb_connect(display.toLatin1().constData(), nullptr);
-    const bool ok = !xcb_connection_has_error(c);
-    xcb_disconnect(c);
-    return ok;
+    return XTestConnection(display).isConnected();
 }
 
 } // namespace
@@ -40,11 +36,6 @@ class TestXSession : public QObject
 
 private slots:
     void initTestCase();
-    void cleanupTestCase();
-    void windowManagerIsAnnounced();
-    void supportedListsAtom_data();
-    void supportedListsAtom();
-    void testClientWindowIsManaged();
     void harnessExitStatus_data();
     void harnessExitStatus();
     void harnessRunsCommandInFreshSession();
@@ -52,80 +43,14 @@ private slots:
     void stoppedHarnessLeavesNothingBehind();
     void windowMappedRightAfterStartIsManaged();
     void screenshotShowsWindows();
-
-private:
-    xcb_atom_t atom(const char *name) const;
-    std::optional<QByteArray> property(xcb_window_t window, const char *name, xcb_atom_t type,
-                                       int format = 8) const;
-    QList<quint32> cardinals(xcb_window_t window, const char *name, xcb_atom_t type) const;
-
-    xcb_connection_t *m_connection = nullptr;
-    xcb_window_t m_root = 0;
 };
 
 void TestXSession::initTestCase()
 {
-    // Set by the harness for its own session only: never the developer's display.
-    const QByteArray display = qgetenv("DISPLAY");
-    QVERIFY2(!display.isEmpty() && display == qgetenv("ORVELLA_XSESSION_DISPLAY"),
+    // Set by the harness for its own session only: tests never touch the developer's display.
+    QVERIFY2(!qEnvironmentVariableIsEmpty("DISPLAY")
+                 && qgetenv("DISPLAY") == qgetenv("ORVELLA_XSESSION_DISPLAY"),
              "run this test through orvella-xsession");
-    int screen = 0;
-    m_connection = xcb_connect(display.constData(), &screen);
-    QVERIFY(!xcb_connection_has_error(m_connection));
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
-    for (; screen > 0; --screen)
-        xcb_screen_next(&it);
-    m_root = it.data->root;
-    QCOMPARE(int(it.data->width_in_pixels), 1280);
-    QCOMPARE(int(it.data->height_in_pixels), 800);
-}
-
-void TestXSession::cleanupTestCase()
-{
-    xcb_disconnect(m_connection);
-}
-
-void TestXSession::windowManagerIsAnnounced()
-{
-    const QList<quint32> check = cardinals(m_root, "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW);
-    QCOMPARE(check.size(), 1);
-    QCOMPARE(cardinals(check.first(), "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW), check);
-}
-
-void TestXSession::supportedListsAtom_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("client list") << QByteArray("_NET_CLIENT_LIST");
-    QTest::newRow("active window") << QByteArray("_NET_ACTIVE_WINDOW");
-}
-
-void TestXSession::supportedListsAtom()
-{
-    QFETCH(QByteArray, name);
-    QVERIFY(cardinals(m_root, "_NET_SUPPORTED", XCB_ATOM_ATOM).contains(atom(name.constData())));
-}
-
-void TestXSession::testClientWindowIsManaged()
-{
-    const QString title = QString::fromUtf8("Smoke é");
-    QProcess client;
-    client.start(QStringLiteral(ORVELLA_TESTCLIENT), {QStringLiteral("--title"), title});
-    QTRY_VERIFY_WITH_TIMEOUT(client.canReadLine(), kSessionStartMs);
-    const QString line = QString::fromUtf8(client.readLine()).chopped(1);
-    const QRegularExpressionMatch ready =
-        QRegularExpression(QStringLiteral("^ready 0x([0-9a-f]+) (.*)$")).match(line);
-    QVERIFY2(ready.hasMatch(), qPrintable(line));
-    QCOMPARE(ready.captured(2), title);
-
-    const xcb_window_t window = ready.captured(1).toUInt(nullptr, 16);
-    QVERIFY(cardinals(m_root, "_NET_CLIENT_LIST", XCB_ATOM_WINDOW).contains(window));
-    const QByteArray absent("<absent>");
-    QCOMPARE(property(window, "_NET_WM_NAME", atom("UTF8_STRING")).value_or(absent), title.toUtf8());
-    QCOMPARE(property(window, "WM_NAME", XCB_ATOM_STRING).value_or(absent), title.toLatin1());
-
-    client.write("quit\n");
-    QVERIFY(client.waitForFinished(kSessionStartMs));
-    QCOMPARE(client.exitCode(), 0);
 }
 
 void TestXSession::harnessExitStatus_data()
@@ -218,13 +143,11 @@ void TestXSession::windowMappedRightAfterStartIsManaged()
     XSession session;
     QString error;
     QVERIFY2(session.start(&error), qPrintable(error));
-    QProcess client;
-    client.setEnvironment(session.clientEnvironment());
-    client.start(QStringLiteral(ORVELLA_TESTCLIENT));
-    QTRY_VERIFY_WITH_TIMEOUT(client.canReadLine(), kSessionStartMs);
-    QVERIFY(client.readLine().startsWith("ready 0x"));
-    client.closeWriteChannel();
-    QVERIFY(client.waitForFinished());
+    TestClient client({}, session.clientEnvironment());
+    QCOMPARE(client.xids.size(), 1);
+    // What every real-X test relies on: a client is ready once the window manager lists it.
+    const XTestConnection x(session.display());
+    QVERIFY(x.cardinals(x.root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW).contains(client.xids.first()));
 }
 
 void TestXSession::screenshotShowsWindows()
@@ -235,10 +158,9 @@ void TestXSession::screenshotShowsWindows()
     const QString display = session.display();
 
     // Override-redirect, so the window manager neither moves nor decorates it.
-    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
-        xcb_connect(display.toLatin1().constData(), nullptr), &xcb_disconnect);
-    xcb_connection_t *c = connection.get();
-    QVERIFY(!xcb_connection_has_error(c));
+    XTestConnection x(display);
+    QVERIFY(x.isConnected());
+    xcb_connection_t *c = x.connection();
     const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
     const xcb_window_t window = xcb_generate_id(c);
     const uint32_t values[] = {0xff8000, 1};
@@ -246,8 +168,8 @@ void TestXSession::screenshotShowsWindows()
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
                       XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
     xcb_map_window(c, window);
-    // A round trip: the map, and so the background, is done before the screenshot reads.
-    std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    // The map, and so the background, is done before the screenshot reads.
+    x.sync();
 
     QTemporaryDir dir;
     const QString shot = dir.filePath(QStringLiteral("shot.png"));
@@ -260,36 +182,6 @@ void TestXSession::screenshotShowsWindows()
     session.stop();
     QVERIFY(session.display().isEmpty());
     QVERIFY(!reachable(display));
-}
-
-xcb_atom_t TestXSession::atom(const char *name) const
-{
-    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-        xcb_intern_atom_reply(m_connection, xcb_intern_atom(m_connection, 0, qstrlen(name), name), nullptr),
-        &std::free);
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
-
-std::optional<QByteArray> TestXSession::property(xcb_window_t window, const char *name, xcb_atom_t type,
-                                                 int format) const
-{
-    std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
-        xcb_get_property_reply(
-            m_connection, xcb_get_property(m_connection, 0, window, atom(name), type, 0, 65536), nullptr),
-        &std::free);
-    if (!reply || reply->type != type || reply->format != format)
-        return std::nullopt;
-    return QByteArray(static_cast<const char *>(xcb_get_property_value(reply.get())),
-                      xcb_get_property_value_length(reply.get()));
-}
-
-QList<quint32> TestXSession::cardinals(xcb_window_t window, const char *name, xcb_atom_t type) const
-{
-    const std::optional<QByteArray> bytes = property(window, name, type, 32);
-    QList<quint32> values;
-    for (qsizetype i = 0; bytes && i + 4 <= bytes->size(); i += 4)
-        values << *reinterpret_cast<const quint32 *>(bytes->constData() + i);
-    return values;
 }
 
 QTEST_GUILESS_MAIN(TestXSession)

@@ -79,47 +79,35 @@ void TestMonitorParsers::procStat()
 void TestMonitorParsers::memInfo_data()
 {
     QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<double>("totalGB");
-    QTest::addColumn<double>("usage");
-    QTest::addColumn<double>("pressure");
-    QTest::addColumn<double>("compressedGB");
+    QTest::addColumn<QList<double>>("gbUsagePressureCompressed");
     QTest::addColumn<quint64>("swapUsed");
+    const auto row = [](const char *name, const char *text, QList<double> values, quint64 swapUsed = 0) {
+        QTest::newRow(name) << QByteArray(text) << values << swapUsed;
+    };
     // 4 GiB = 4194304 kB; used = Active + Unevictable + Zswap.
-    QTest::newRow("all fields") << QByteArray(
-        "MemTotal: 4194304 kB\nMemFree: 1048576 kB\nActive: 1048576 kB\n"
-        "Inactive: 1048576 kB\nUnevictable: 524288 kB\nZswap: 524288 kB\n"
-        "SwapTotal: 2048 kB\nSwapFree: 1024 kB\n")
-                                << 4.0 << 50.0 << 50.0 << 0.5 << quint64(1048576);
-    QTest::newRow("no zswap on older kernels")
-        << QByteArray("MemTotal: 4194304 kB\nMemFree: 2097152 kB\nActive: 1048576 kB\nInactive: 0 kB\n")
-        << 4.0 << 25.0 << 50.0 << 0.0 << quint64(0);
-    QTest::newRow("swap free above total reads as none")
-        << QByteArray("MemTotal: 4194304 kB\nSwapTotal: 10 kB\nSwapFree: 20 kB\n") << 4.0 << 0.0 << 100.0
-        << 0.0 << quint64(0);
-    QTest::newRow("counts beyond total clamp to 100")
-        << QByteArray("MemTotal: 1024 kB\nActive: 4096 kB\n") << 1024.0 / 1048576 << 100.0 << 100.0 << 0.0
-        << quint64(0);
-    QTest::newRow("no MemTotal: all zero")
-        << QByteArray("MemFree: 1048576 kB\nActive: 1048576 kB\nSwapTotal: 8 kB\n") << 0.0 << 0.0 << 0.0
-        << 0.0 << quint64(0);
-    QTest::newRow("garbled value") << QByteArray("MemTotal: lots kB\nActive: 1 kB\n") << 0.0 << 0.0 << 0.0
-                                   << 0.0 << quint64(0);
-    QTest::newRow("empty") << QByteArray() << 0.0 << 0.0 << 0.0 << 0.0 << quint64(0);
+    row("all fields",
+        "MemTotal: 4194304 kB\nMemFree: 1048576 kB\nActive: 1048576 kB\nInactive: 1048576 kB\n"
+        "Unevictable: 524288 kB\nZswap: 524288 kB\nSwapTotal: 2048 kB\nSwapFree: 1024 kB\n",
+        {4, 50, 50, 0.5}, 1048576);
+    row("no zswap on older kernels",
+        "MemTotal: 4194304 kB\nMemFree: 2097152 kB\nActive: 1048576 kB\nInactive: 0 kB\n", {4, 25, 50, 0});
+    row("swap free above total reads as none", "MemTotal: 4194304 kB\nSwapTotal: 10 kB\nSwapFree: 20 kB\n",
+        {4, 0, 100, 0});
+    row("counts beyond total clamp to 100", "MemTotal: 1024 kB\nActive: 4096 kB\n",
+        {1024.0 / 1048576, 100, 100, 0});
+    row("no MemTotal: all zero", "MemFree: 1048576 kB\nActive: 1048576 kB\nSwapTotal: 8 kB\n", {0, 0, 0, 0});
+    row("garbled value", "MemTotal: lots kB\nActive: 1 kB\n", {0, 0, 0, 0});
+    row("empty", "", {0, 0, 0, 0});
 }
 
 void TestMonitorParsers::memInfo()
 {
     QFETCH(QByteArray, text);
-    QFETCH(double, totalGB);
-    QFETCH(double, usage);
-    QFETCH(double, pressure);
-    QFETCH(double, compressedGB);
+    QFETCH(QList<double>, gbUsagePressureCompressed);
     QFETCH(quint64, swapUsed);
     const MemoryInfo info = parsers::memInfo(text);
-    QCOMPARE(info.totalGB, totalGB);
-    QCOMPARE(info.usage, usage);
-    QCOMPARE(info.pressure, pressure);
-    QCOMPARE(info.compressedGB, compressedGB);
+    QCOMPARE((QList<double>{info.totalGB, info.usage, info.pressure, info.compressedGB}),
+             gbUsagePressureCompressed);
     QCOMPARE(info.swapUsed, swapUsed);
 }
 
@@ -210,19 +198,16 @@ void TestMonitorParsers::networkRate_data()
     QTest::addColumn<quint32>("tx2");
     QTest::addColumn<quint64>("down");
     QTest::addColumn<quint64>("up");
+    const auto row = [](const char *name, qint64 gapMs, quint32 rx2, quint32 tx2, quint64 down, quint64 up) {
+        QTest::newRow(name) << gapMs << rx2 << tx2 << down << up;
+    };
     // The first sample has 1000 received and 500 sent on eth0, and 1 GB on loopback.
-    QTest::newRow("one second") << qint64(1000) << quint32(3000) << quint32(1500) << quint64(2000)
-                                << quint64(1000);
-    QTest::newRow("speed truncated") << qint64(3000) << quint32(2000) << quint32(501) << quint64(333)
-                                     << quint64(0);
-    QTest::newRow("exactly 0.1 s reports nothing")
-        << qint64(100) << quint32(9000) << quint32(9000) << quint64(0) << quint64(0);
-    QTest::newRow("just over 0.1 s") << qint64(101) << quint32(2010) << quint32(500) << quint64(10000)
-                                     << quint64(0);
-    QTest::newRow("received counter went down")
-        << qint64(1000) << quint32(10) << quint32(1500) << quint64(0) << quint64(1000);
-    QTest::newRow("32-bit wrap reads as 0")
-        << qint64(1000) << quint32(0) << quint32(0) << quint64(0) << quint64(0);
+    row("one second", 1000, 3000, 1500, 2000, 1000);
+    row("speed truncated", 3000, 2000, 501, 333, 0);
+    row("exactly 0.1 s reports nothing", 100, 9000, 9000, 0, 0);
+    row("just over 0.1 s", 101, 2010, 500, 10000, 0);
+    row("received counter went down", 1000, 10, 1500, 0, 1000);
+    row("32-bit wrap reads as 0", 1000, 0, 0, 0, 0);
 }
 
 void TestMonitorParsers::networkRate()
@@ -246,32 +231,23 @@ void TestMonitorParsers::localAddress_data()
     QTest::addColumn<QList<InterfaceEntry>>("entries");
     QTest::addColumn<QString>("ip");
     QTest::addColumn<QString>("iface");
-    QTest::newRow("wifi") << QList{ipv4("lo", "127.0.0.1"), ipv4("wlp0s20f3", "192.168.1.23")}
-                          << "192.168.1.23"
-                          << "Wi-Fi";
-    QTest::newRow("ethernet, predictable name") << QList{ipv4("enp3s0", "10.0.0.5")} << "10.0.0.5"
-                                                << "Ethernet";
-    QTest::newRow("ethernet, classic name") << QList{ipv4("eth0", "10.0.0.6")} << "10.0.0.6"
-                                            << "Ethernet";
-    QTest::newRow("first one wins") << QList{ipv4("enp3s0", "10.0.0.5"), ipv4("wlan0", "192.168.1.2")}
-                                    << "10.0.0.5"
-                                    << "Ethernet";
-    QTest::newRow("bridges never supply it")
-        << QList{ipv4("docker0", "172.17.0.1"), ipv4("virbr0", "192.168.122.1"),
-                 ipv4("br-1a2b3c", "172.18.0.1"), ipv4("veth12ab", "169.254.3.3"),
-                 ipv4("wlan0", "192.168.1.2")}
-        << "192.168.1.2"
-        << "Wi-Fi";
-    QTest::newRow("vpn tunnel without label") << QList{ipv4("wg0", "10.8.0.2")} << "10.8.0.2"
-                                              << "";
-    QTest::newRow("openvpn tun") << QList{ipv4("tun0", "10.9.0.2"), ipv4("eth0", "10.0.0.6")} << "10.9.0.2"
-                                 << "";
-    QTest::newRow("empty address skipped") << QList{ipv4("wlan0", ""), ipv4("eth0", "10.0.0.6")} << "10.0.0.6"
-                                           << "Ethernet";
-    QTest::newRow("only bridges") << QList{ipv4("docker0", "172.17.0.1")} << ""
-                                  << "";
-    QTest::newRow("nothing") << QList<InterfaceEntry>{} << ""
-                             << "";
+    const auto row = [](const char *name, const QList<InterfaceEntry> &entries, const char *ip,
+                        const char *iface) {
+        QTest::newRow(name) << entries << QString::fromLatin1(ip) << QString::fromLatin1(iface);
+    };
+    row("wifi", {ipv4("lo", "127.0.0.1"), ipv4("wlp0s20f3", "192.168.1.23")}, "192.168.1.23", "Wi-Fi");
+    row("ethernet, predictable name", {ipv4("enp3s0", "10.0.0.5")}, "10.0.0.5", "Ethernet");
+    row("ethernet, classic name", {ipv4("eth0", "10.0.0.6")}, "10.0.0.6", "Ethernet");
+    row("first one wins", {ipv4("enp3s0", "10.0.0.5"), ipv4("wlan0", "192.168.1.2")}, "10.0.0.5", "Ethernet");
+    row("bridges never supply it",
+        {ipv4("docker0", "172.17.0.1"), ipv4("virbr0", "192.168.122.1"), ipv4("br-1a2b3c", "172.18.0.1"),
+         ipv4("veth12ab", "169.254.3.3"), ipv4("wlan0", "192.168.1.2")},
+        "192.168.1.2", "Wi-Fi");
+    row("vpn tunnel without label", {ipv4("wg0", "10.8.0.2")}, "10.8.0.2", "");
+    row("openvpn tun", {ipv4("tun0", "10.9.0.2"), ipv4("eth0", "10.0.0.6")}, "10.9.0.2", "");
+    row("empty address skipped", {ipv4("wlan0", ""), ipv4("eth0", "10.0.0.6")}, "10.0.0.6", "Ethernet");
+    row("only bridges", {ipv4("docker0", "172.17.0.1")}, "", "");
+    row("nothing", {}, "", "");
 }
 
 void TestMonitorParsers::localAddress()

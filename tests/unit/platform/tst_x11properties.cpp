@@ -245,25 +245,20 @@ void TestX11Properties::wmClass_data()
     QTest::addColumn<QString>("instance");
     QTest::addColumn<QString>("className");
     QTest::addColumn<bool>("problem");
-
-    const auto raw = [](const char *text, int size) { return QByteArray(text, size); };
-    QTest::newRow("not set") << 0u << QByteArray() << State::Absent << ""
-                             << "" << false;
-    QTest::newRow("well formed") << kAtomString << raw("navigator\0Firefox\0", 18) << State::Value
-                                 << "navigator"
-                                 << "Firefox" << false;
-    QTest::newRow("no final NUL") << kAtomString << raw("code\0Code", 9) << State::Value << "code"
-                                  << "Code" << true;
-    QTest::newRow("no NUL at all") << kAtomString << raw("xterm", 5) << State::Value << "xterm"
-                                   << "" << true;
-    QTest::newRow("empty parts") << kAtomString << raw("\0\0", 2) << State::Value << ""
-                                 << "" << false;
-    QTest::newRow("extra parts ignored") << kAtomString << raw("a\0b\0c\0", 6) << State::Value << "a"
-                                         << "b" << false;
-    QTest::newRow("empty value") << kAtomString << QByteArray() << State::Value << ""
-                                 << "" << true;
-    QTest::newRow("wrong type") << kUtf8 << raw("a\0b\0", 4) << State::Malformed << ""
-                                << "" << true;
+    const auto row = [](const char *name, quint32 type, QByteArray bytes, State state, const char *instance,
+                        const char *className, bool problem) {
+        QTest::newRow(name) << type << bytes << state << QString::fromLatin1(instance)
+                            << QString::fromLatin1(className) << problem;
+    };
+    row("not set", 0, {}, State::Absent, "", "", false);
+    row("well formed", kAtomString, {"navigator\0Firefox\0", 18}, State::Value, "navigator", "Firefox",
+        false);
+    row("no final NUL", kAtomString, {"code\0Code", 9}, State::Value, "code", "Code", true);
+    row("no NUL at all", kAtomString, "xterm", State::Value, "xterm", "", true);
+    row("empty parts", kAtomString, {"\0\0", 2}, State::Value, "", "", false);
+    row("extra parts ignored", kAtomString, {"a\0b\0c\0", 6}, State::Value, "a", "b", false);
+    row("empty value", kAtomString, {}, State::Value, "", "", true);
+    row("wrong type", kUtf8, {"a\0b\0", 4}, State::Malformed, "", "", true);
 }
 
 void TestX11Properties::wmClass()
@@ -290,23 +285,19 @@ void TestX11Properties::cardinals_data()
     QTest::addColumn<State>("state");
     QTest::addColumn<QList<quint32>>("values");
     QTest::addColumn<bool>("problem");
-
-    using List = QList<quint32>;
-    QTest::newRow("not set") << 0u << 0 << QByteArray() << 0u << State::Absent << List{} << false;
-    QTest::newRow("list") << kAtomAtom << 32 << items({5, 6, 7}) << 0u << State::Value << List{5, 6, 7}
-                          << false;
-    QTest::newRow("set but empty") << kAtomAtom << 32 << QByteArray() << 0u << State::Value << List{}
-                                   << false;
-    QTest::newRow("longer than the bound")
-        << kAtomAtom << 32 << items({1, 2, 3, 4, 5, 6}) << 0u << State::Value << List{1, 2, 3, 4} << true;
-    QTest::newRow("more left on the server")
-        << kAtomAtom << 32 << items({1, 2}) << 4000u << State::Value << List{1, 2} << true;
-    QTest::newRow("ragged length") << kAtomAtom << 32 << QByteArray(7, '\1') << 0u << State::Malformed
-                                   << List{} << true;
-    QTest::newRow("wrong type") << kAtomCardinal << 32 << items({1}) << 0u << State::Malformed << List{}
-                                << true;
-    QTest::newRow("wrong format") << kAtomAtom << 16 << items({1}) << 0u << State::Malformed << List{}
-                                  << true;
+    const auto row = [](const char *name, quint32 type, int format, const QByteArray &bytes,
+                        quint32 bytesAfter, State state, const QList<quint32> &values, bool problem) {
+        QTest::newRow(name) << type << format << bytes << bytesAfter << state << values << problem;
+    };
+    row("not set", 0, 0, {}, 0, State::Absent, {}, false);
+    row("list", kAtomAtom, 32, items({5, 6, 7}), 0, State::Value, {5, 6, 7}, false);
+    row("set but empty", kAtomAtom, 32, {}, 0, State::Value, {}, false);
+    row("longer than the bound", kAtomAtom, 32, items({1, 2, 3, 4, 5, 6}), 0, State::Value, {1, 2, 3, 4},
+        true);
+    row("more left on the server", kAtomAtom, 32, items({1, 2}), 4000, State::Value, {1, 2}, true);
+    row("ragged length", kAtomAtom, 32, QByteArray(7, '\1'), 0, State::Malformed, {}, true);
+    row("wrong type", kAtomCardinal, 32, items({1}), 0, State::Malformed, {}, true);
+    row("wrong format", kAtomAtom, 16, items({1}), 0, State::Malformed, {}, true);
 }
 
 void TestX11Properties::cardinals()

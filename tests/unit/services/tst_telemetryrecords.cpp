@@ -103,85 +103,61 @@ void TestTelemetryRecords::attribution_data()
     QTest::addColumn<QStringList>("urls");
     QTest::addColumn<QString>("channel");
     QTest::addColumn<QByteArray>("expected");
-
-    QTest::newRow("disk image download with campaign values")
-        << QStringList{QStringLiteral("https://Downloads.Example.net/files/"
-                                      "Orvella-1.3.dmg?utm_source=news&utm_medium=email&utm_campaign=launch")}
-        << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":"downloads.example.net","source_path":"/files/Orvella-1.3.dmg",)"
-                      R"("source_slug":"orvella-1-3","source_type":"download_url","utm_campaign":"launch",)"
-                      R"("utm_medium":"email","utm_source":"news"})");
-    QTest::newRow("AppImage download, first of repeated query items")
-        << QStringList{QStringLiteral(
-               "https://orvella.app/get/Orvella-x86_64.AppImage?utm_source=a&utm_source=b")}
-        << QStringLiteral("direct")
-        << QByteArray(R"({"source_host":"orvella.app","source_path":"/get/Orvella-x86_64.AppImage",)"
-                      R"("source_slug":"orvella-x86_64","source_type":"download_url","utm_source":"a"})");
-    QTest::newRow("over-long host dropped, the rest kept")
-        << QStringList{QStringLiteral("https://%1/blog/tips.html?utm_campaign=c").arg(hostOfLength(121))}
-        << QStringLiteral("unknown")
-        << QByteArray(
-               R"({"source_path":"/blog/tips.html","source_slug":"tips","source_type":"referrer_page",)"
-               R"("utm_campaign":"c"})");
-    QTest::newRow("host of 120 characters kept")
-        << QStringList{QStringLiteral("https://%1").arg(hostOfLength(120))} << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":")" + hostOfLength(120).toLatin1()
-                      + R"(","source_type":"referrer_page"})");
-    QTest::newRow("a URL that tells nothing gives way to the next")
-        << QStringList{QStringLiteral("https://%1").arg(hostOfLength(130)),
-                       QStringLiteral("https://forum.example.org/")}
-        << QStringLiteral("unknown")
-        << QByteArray(
-               R"({"source_host":"forum.example.org","source_path":"/","source_type":"referrer_page"})");
-    QTest::newRow("non-https origins ignored")
-        << QStringList{QStringLiteral("http://example.org/Orvella.dmg?utm_source=x"),
-                       QStringLiteral("ftp://example.org/Orvella.dmg"), QStringLiteral("not a url")}
-        << QStringLiteral("unknown") << QByteArray("none");
-    QTest::newRow("nothing usable on a direct install")
-        << QStringList{QStringLiteral("http://example.org/x")} << QStringLiteral("direct")
-        << QByteArray(R"({"source_type":"direct_channel"})");
-    QTest::newRow("nothing at all from homebrew")
-        << QStringList{} << QStringLiteral("homebrew") << QByteArray(R"({"source_type":"homebrew_channel"})");
-    QTest::newRow("a page before our disk image before another site's")
-        << QStringList{QStringLiteral("https://mirror.example/Orvella.dmg"),
-                       QStringLiteral("https://orvella.app/Orvella.dmg"),
-                       QStringLiteral("https://news.example/reviews/orvella/")}
-        << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":"news.example","source_path":"/reviews/orvella/",)"
-                      R"("source_slug":"orvella","source_type":"referrer_page"})");
-    QTest::newRow("our disk image before another site's")
-        << QStringList{QStringLiteral("https://mirror.example/Orvella.dmg"),
-                       QStringLiteral("https://www.orvella.app/Orvella.dmg")}
-        << QStringLiteral("unknown")
-        << QByteArray(
-               R"({"source_host":"www.orvella.app","source_path":"/Orvella.dmg","source_slug":"orvella",)"
-               R"("source_type":"download_url"})");
-    QTest::newRow("equal priority keeps the stored order")
-        << QStringList{QStringLiteral("https://b.example/first"), QStringLiteral("https://a.example/second")}
-        << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":"b.example","source_path":"/first","source_slug":"first",)"
-                      R"("source_type":"referrer_page"})");
-    QTest::newRow("an index page is its folder")
-        << QStringList{QStringLiteral("https://orvella.app/guides/Shelves/index.html")}
-        << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":"orvella.app","source_path":"/guides/Shelves/index.html",)"
-                      R"("source_slug":"shelves","source_type":"referrer_page"})");
-    QTest::newRow("site root and /index have no slug")
-        << QStringList{QStringLiteral("https://orvella.app/index")} << QStringLiteral("unknown")
-        << QByteArray(
-               R"({"source_host":"orvella.app","source_path":"/index","source_type":"referrer_page"})");
-    QTest::newRow("query values trimmed, empty and over-long dropped")
-        << QStringList{QStringLiteral(
-                           "https://e.example/?utm_source=%20%20spaced%20&utm_medium=&utm_campaign=")
-                       + QString(121, QLatin1Char('c'))}
-        << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":"e.example","source_path":"/","source_type":"referrer_page",)"
-                      R"("utm_source":"spaced"})");
-    const QString longPath = QLatin1Char('/') + QString(160, QLatin1Char('p'));
-    QTest::newRow("over-long path dropped, its slug kept")
-        << QStringList{QStringLiteral("https://e.example") + longPath} << QStringLiteral("unknown")
-        << QByteArray(R"({"source_host":"e.example","source_slug":")" + QByteArray(80, 'p')
-                      + R"(","source_type":"referrer_page"})");
+    const auto row = [](const char *name, const QStringList &urls, const char *channel,
+                        const QByteArray &json) {
+        QTest::newRow(name) << urls << QString::fromLatin1(channel) << json;
+    };
+    row("disk image download with campaign values",
+        {"https://Downloads.Example.net/files/"
+         "Orvella-1.3.dmg?utm_source=news&utm_medium=email&utm_campaign=launch"},
+        "unknown",
+        R"({"source_host":"downloads.example.net","source_path":"/files/Orvella-1.3.dmg",)"
+        R"("source_slug":"orvella-1-3","source_type":"download_url","utm_campaign":"launch",)"
+        R"("utm_medium":"email","utm_source":"news"})");
+    row("AppImage download, first of repeated query items",
+        {"https://orvella.app/get/Orvella-x86_64.AppImage?utm_source=a&utm_source=b"}, "direct",
+        R"({"source_host":"orvella.app","source_path":"/get/Orvella-x86_64.AppImage",)"
+        R"("source_slug":"orvella-x86_64","source_type":"download_url","utm_source":"a"})");
+    row("over-long host dropped, the rest kept",
+        {QStringLiteral("https://%1/blog/tips.html?utm_campaign=c").arg(hostOfLength(121))}, "unknown",
+        R"({"source_path":"/blog/tips.html","source_slug":"tips","source_type":"referrer_page",)"
+        R"("utm_campaign":"c"})");
+    row("host of 120 characters kept", {"https://" + hostOfLength(120)}, "unknown",
+        R"({"source_host":")" + hostOfLength(120).toLatin1() + R"(","source_type":"referrer_page"})");
+    row("a URL that tells nothing gives way to the next",
+        {"https://" + hostOfLength(130), "https://forum.example.org/"}, "unknown",
+        R"({"source_host":"forum.example.org","source_path":"/","source_type":"referrer_page"})");
+    row("non-https origins ignored",
+        {"http://example.org/Orvella.dmg?utm_source=x", "ftp://example.org/Orvella.dmg", "not a url"},
+        "unknown", "none");
+    row("nothing usable on a direct install", {"http://example.org/x"}, "direct",
+        R"({"source_type":"direct_channel"})");
+    row("nothing at all from homebrew", {}, "homebrew", R"({"source_type":"homebrew_channel"})");
+    row("a page before our disk image before another site's",
+        {"https://mirror.example/Orvella.dmg", "https://orvella.app/Orvella.dmg",
+         "https://news.example/reviews/orvella/"},
+        "unknown",
+        R"({"source_host":"news.example","source_path":"/reviews/orvella/","source_slug":"orvella",)"
+        R"("source_type":"referrer_page"})");
+    row("our disk image before another site's",
+        {"https://mirror.example/Orvella.dmg", "https://www.orvella.app/Orvella.dmg"}, "unknown",
+        R"({"source_host":"www.orvella.app","source_path":"/Orvella.dmg","source_slug":"orvella",)"
+        R"("source_type":"download_url"})");
+    row("equal priority keeps the stored order", {"https://b.example/first", "https://a.example/second"},
+        "unknown",
+        R"({"source_host":"b.example","source_path":"/first","source_slug":"first","source_type":"referrer_page"})");
+    row("an index page is its folder", {"https://orvella.app/guides/Shelves/index.html"}, "unknown",
+        R"({"source_host":"orvella.app","source_path":"/guides/Shelves/index.html","source_slug":"shelves",)"
+        R"("source_type":"referrer_page"})");
+    row("site root and /index have no slug", {"https://orvella.app/index"}, "unknown",
+        R"({"source_host":"orvella.app","source_path":"/index","source_type":"referrer_page"})");
+    row("query values trimmed, empty and over-long dropped",
+        {"https://e.example/?utm_source=%20%20spaced%20&utm_medium=&utm_campaign=" + QString(121, u'c')},
+        "unknown",
+        R"({"source_host":"e.example","source_path":"/","source_type":"referrer_page","utm_source":"spaced"})");
+    row("over-long path dropped, its slug kept", {"https://e.example/" + QString(160, u'p')}, "unknown",
+        R"({"source_host":"e.example","source_slug":")" + QByteArray(80, 'p')
+            + R"(","source_type":"referrer_page"})");
 }
 
 void TestTelemetryRecords::attribution()
@@ -213,23 +189,20 @@ void TestTelemetryRecords::internalState_data()
     QTest::addColumn<bool>("defaultsSwitch");
     QTest::addColumn<QVariant>("environment"); // invalid: unset
     QTest::addColumn<bool>("marker");
-    QTest::addColumn<bool>("isInternal");
-    QTest::addColumn<QString>("reason");
-
-    QTest::newRow("nothing") << false << QVariant() << false << false << QString();
-    QTest::newRow("switch wins over everything")
-        << true << QVariant(QStringLiteral("1")) << true << true << QStringLiteral("defaults_override");
-    QTest::newRow("TRUE in upper case") << false << QVariant(QStringLiteral("TRUE")) << true << true
-                                        << QStringLiteral("environment_override");
-    QTest::newRow("1") << false << QVariant(QStringLiteral("1")) << false << true
-                       << QStringLiteral("environment_override");
-    QTest::newRow("Yes") << false << QVariant(QStringLiteral("Yes")) << false << true
-                         << QStringLiteral("environment_override");
-    QTest::newRow("false falls through to the marker")
-        << false << QVariant(QStringLiteral("false")) << true << true << QStringLiteral("marker_file");
-    QTest::newRow("set but empty") << false << QVariant(QString()) << false << false << QString();
-    QTest::newRow("' 1' is not 1") << false << QVariant(QStringLiteral(" 1")) << false << false << QString();
-    QTest::newRow("marker only") << false << QVariant() << true << true << QStringLiteral("marker_file");
+    QTest::addColumn<QString>("reason"); // empty: not internal
+    const auto row = [](const char *name, bool defaultsSwitch, const QVariant &environment, bool marker,
+                        const char *reason) {
+        QTest::newRow(name) << defaultsSwitch << environment << marker << QString::fromLatin1(reason);
+    };
+    row("nothing", false, QVariant(), false, "");
+    row("switch wins over everything", true, QStringLiteral("1"), true, "defaults_override");
+    row("TRUE in upper case", false, QStringLiteral("TRUE"), true, "environment_override");
+    row("1", false, QStringLiteral("1"), false, "environment_override");
+    row("Yes", false, QStringLiteral("Yes"), false, "environment_override");
+    row("false falls through to the marker", false, QStringLiteral("false"), true, "marker_file");
+    row("set but empty", false, QString(), false, "");
+    row("' 1' is not 1", false, QStringLiteral(" 1"), false, "");
+    row("marker only", false, QVariant(), true, "marker_file");
 }
 
 void TestTelemetryRecords::internalState()
@@ -237,14 +210,12 @@ void TestTelemetryRecords::internalState()
     QFETCH(bool, defaultsSwitch);
     QFETCH(QVariant, environment);
     QFETCH(bool, marker);
-    QFETCH(bool, isInternal);
     QFETCH(QString, reason);
     const std::optional<QString> env =
         !environment.isValid() ? std::nullopt : std::optional(environment.toString());
     const auto state = TelemetryService::internalTelemetryState(defaultsSwitch, env, marker);
-    QCOMPARE(state.isInternal, isInternal);
-    QCOMPARE(state.reason.value_or(QString()), reason);
-    QCOMPARE(state.reason.has_value(), isInternal);
+    QCOMPARE(state.isInternal, !reason.isEmpty());
+    QCOMPARE(state.reason, reason.isEmpty() ? std::nullopt : std::optional(reason));
 }
 
 void TestTelemetryRecords::installChannel_data()
@@ -252,22 +223,17 @@ void TestTelemetryRecords::installChannel_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("appImage");
     QTest::addColumn<QString>("channel");
-
-    QTest::newRow("linuxbrew") << QStringLiteral("/home/linuxbrew/.linuxbrew/bin/orvella") << false
-                               << QStringLiteral("homebrew");
-    QTest::newRow("Caskroom, any case")
-        << QStringLiteral("/usr/local/Caskroom/orvella/orvella") << false << QStringLiteral("homebrew");
-    QTest::newRow("homebrew beats AppImage")
-        << QStringLiteral("/opt/homebrew/Orvella.AppImage") << true << QStringLiteral("homebrew");
-    QTest::newRow("AppImage") << QStringLiteral("/home/u/Downloads/Orvella.AppImage") << true
-                              << QStringLiteral("direct");
-    QTest::newRow("/opt") << QStringLiteral("/opt/orvella/bin/orvella") << false << QStringLiteral("direct");
-    QTest::newRow("/opt only at the start")
-        << QStringLiteral("/home/u/opt/orvella") << false << QStringLiteral("unknown");
-    QTest::newRow("Applications folder")
-        << QStringLiteral("/home/u/Applications/orvella") << false << QStringLiteral("direct");
-    QTest::newRow("distribution package")
-        << QStringLiteral("/usr/bin/orvella") << false << QStringLiteral("unknown");
+    const auto row = [](const char *name, const char *path, bool appImage, const char *channel) {
+        QTest::newRow(name) << QString::fromLatin1(path) << appImage << QString::fromLatin1(channel);
+    };
+    row("linuxbrew", "/home/linuxbrew/.linuxbrew/bin/orvella", false, "homebrew");
+    row("Caskroom, any case", "/usr/local/Caskroom/orvella/orvella", false, "homebrew");
+    row("homebrew beats AppImage", "/opt/homebrew/Orvella.AppImage", true, "homebrew");
+    row("AppImage", "/home/u/Downloads/Orvella.AppImage", true, "direct");
+    row("/opt", "/opt/orvella/bin/orvella", false, "direct");
+    row("/opt only at the start", "/home/u/opt/orvella", false, "unknown");
+    row("Applications folder", "/home/u/Applications/orvella", false, "direct");
+    row("distribution package", "/usr/bin/orvella", false, "unknown");
 }
 
 void TestTelemetryRecords::installChannel()
@@ -282,17 +248,20 @@ void TestTelemetryRecords::endpoint_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("usable");
-
-    QTest::newRow("https") << QStringLiteral("https://orvella.app/telemetry.php") << true;
-    QTest::newRow("http to 127.0.0.1") << QStringLiteral("http://127.0.0.1:8080/telemetry.php") << true;
-    QTest::newRow("http to 127.1.2.3") << QStringLiteral("http://127.1.2.3/t") << true;
-    QTest::newRow("http to ::1") << QStringLiteral("http://[::1]:9/t") << true;
-    QTest::newRow("http to localhost") << QStringLiteral("http://localhost/t") << true;
-    QTest::newRow("http elsewhere") << QStringLiteral("http://orvella.app/telemetry.php") << false;
-    QTest::newRow("http to a look-alike") << QStringLiteral("http://127.0.0.1.example.com/t") << false;
-    QTest::newRow("other scheme") << QStringLiteral("ftp://127.0.0.1/t") << false;
-    QTest::newRow("empty") << QString() << false;
-    QTest::newRow("no host") << QStringLiteral("https:///telemetry.php") << false;
+    const auto row = [](const char *text, bool usable) {
+        QTest::newRow(text) << QString::fromLatin1(text) << usable;
+    };
+    row("https://orvella.app/telemetry.php", true);
+    row("http://127.0.0.1:8080/telemetry.php", true);
+    row("http://127.1.2.3/t", true);
+    row("http://[::1]:9/t", true);
+    row("http://localhost/t", true);
+    row("http://orvella.app/telemetry.php", false);
+    row("http://127.0.0.1.example.com/t", false);
+    row("ftp://127.0.0.1/t", false);
+    row("", false);
+    row("https:///telemetry.php", false);
+    row("::nonsense", false);
 }
 
 void TestTelemetryRecords::endpoint()

@@ -1,11 +1,7 @@
-// The nine translated tables: complete, with the English placeholders, really translated,
-// and live as soon as the language setting changes.
-#include "platform/preferencesstore.h"
-#include "settings/appsettings.h"
+// The nine translated tables: complete, with the English placeholders, and really translated.
 #include "settings/localizationmanager.h"
 
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace orvella::settings;
@@ -51,7 +47,6 @@ private slots:
     void placeholdersMatchEnglish_data() { tables_data(); }
     void tablesAreNotEnglishInDisguise();
     void tablesAreNotEnglishInDisguise_data() { tables_data(); }
-    void switchingTheLanguageSettingTakesEffectAtOnce();
 };
 
 void TestTranslations::tables_data()
@@ -93,24 +88,6 @@ void TestTranslations::tablesAreNotEnglishInDisguise()
             untranslated.append(it.key());
     }
     QVERIFY2(untranslated.size() * 100 < english.size() * 5, qPrintable(untranslated.join(u' ')));
-}
-
-void TestTranslations::switchingTheLanguageSettingTakesEffectAtOnce()
-{
-    QTemporaryDir dir;
-    qputenv("XDG_CONFIG_HOME", dir.path().toUtf8());
-    orvella::platform::PreferencesStore store(dir.filePath(QStringLiteral("prefs.json")));
-    AppSettings settings(store);
-    const QString key = QStringLiteral("category.deleteShelf");
-    const QString english = LocalizationManager::allTranslations(AppLanguage::en).value(key);
-    for (AppLanguage language : translatedLanguages()) {
-        settings.setAppLanguage(appLanguage::rawValue(language));
-        const QString shown = LocalizationManager::shared().string(key);
-        QCOMPARE(shown, LocalizationManager::allTranslations(language).value(key));
-        QVERIFY2(shown != english, qPrintable(appLanguage::rawValue(language)));
-    }
-    settings.setAppLanguage(QStringLiteral("en"));
-    QCOMPARE(LocalizationManager::shared().string(key), english);
 }
 
 QTEST_GUILESS_MAIN(TestTranslations)

@@ -39,7 +39,6 @@ private slots:
     void normalizedTitle();
     void genericTitles_data();
     void genericTitles();
-    void diagnosticLabel();
     void uiEquality();
     void matchByFrame_data();
     void matchByFrame();
@@ -51,30 +50,17 @@ void TestIdentity::decodeOrderEntry_data()
     QTest::addColumn<QString>("sig");
     QTest::addColumn<QString>("pidIdx");      // empty = absent
     QTest::addColumn<QString>("fingerprint"); // empty = absent
-    QTest::newRow("three parts") << "code::wn:41__812:0__code::main.cpp"
-                                 << "code::wn:41"
-                                 << "812:0"
-                                 << "code::main.cpp";
-    QTest::newRow("two parts (older form)") << "code::main.cpp__812:3"
-                                            << "code::main.cpp"
-                                            << "812:3"
-                                            << "";
-    QTest::newRow("bare signature") << "code::main.cpp"
-                                    << "code::main.cpp"
-                                    << ""
-                                    << "";
-    QTest::newRow("tail without colon is a bare signature") << "app::a__b"
-                                                            << "app::a__b"
-                                                            << ""
-                                                            << "";
-    QTest::newRow("separator inside the title reads as bare") << "app::x__y__1:2__app::x__y"
-                                                              << "app::x__y__1:2__app::x__y"
-                                                              << ""
-                                                              << "";
-    QTest::newRow("pidIdx without colon falls back to two parts") << "app::t__99__app::t:z"
-                                                                  << "app::t__99"
-                                                                  << "app::t:z"
-                                                                  << "";
+    const auto row = [](const char *name, const char *entry, const char *sig, const char *pidIdx = "",
+                        const char *fingerprint = "") {
+        QTest::newRow(name) << QString::fromUtf8(entry) << QString::fromUtf8(sig) << QString::fromUtf8(pidIdx)
+                            << QString::fromUtf8(fingerprint);
+    };
+    row("three parts", "code::wn:41__812:0__code::main.cpp", "code::wn:41", "812:0", "code::main.cpp");
+    row("two parts (older form)", "code::main.cpp__812:3", "code::main.cpp", "812:3");
+    row("bare signature", "code::main.cpp", "code::main.cpp");
+    row("tail without colon is a bare signature", "app::a__b", "app::a__b");
+    row("separator inside the title reads as bare", "app::x__y__1:2__app::x__y", "app::x__y__1:2__app::x__y");
+    row("pidIdx without colon falls back to two parts", "app::t__99__app::t:z", "app::t__99", "app::t:z");
 }
 
 void TestIdentity::decodeOrderEntry()
@@ -146,27 +132,21 @@ void TestIdentity::normalizedTitle_data()
     QTest::addColumn<QString>("bundle");
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("expected");
-    const QString vs = QStringLiteral("com.microsoft.VSCode");
-    QTest::newRow("problems count") << vs << "main.cpp • 3 problems in this file — orvella"
-                                    << "main.cpp";
-    QTest::newRow("one problem") << vs << "a.h • 1 problem in this file"
-                                 << "a.h";
-    QTest::newRow("modified") << vs << "main.cpp — orvella — Modified"
-                              << "main.cpp — orvella";
-    QTest::newRow("modified then untracked") << vs << "x — Untracked — Modified"
-                                             << "x";
-    QTest::newRow("chat, modified") << vs << "x — Pending changes from chat • Modified"
-                                    << "x";
-    QTest::newRow("only one chat suffix") << vs << "x — Pending changes from chat — Pending changes from chat"
-                                          << "x — Pending changes from chat";
-    QTest::newRow("trimmed") << vs << "  x  "
-                             << "x";
-    QTest::newRow("Linux identity of the editor") << "code"
-                                                  << "x — Modified"
-                                                  << "x";
-    QTest::newRow("other editors unchanged") << "org.gnome.TextEditor"
-                                             << "x — Modified "
-                                             << "x — Modified ";
+    const auto row = [](const char *name, const char *bundle, const char *title, const char *expected) {
+        QTest::newRow(name) << QString::fromUtf8(bundle) << QString::fromUtf8(title)
+                            << QString::fromUtf8(expected);
+    };
+    const char *vs = "com.microsoft.VSCode";
+    row("problems count", vs, "main.cpp • 3 problems in this file — orvella", "main.cpp");
+    row("one problem", vs, "a.h • 1 problem in this file", "a.h");
+    row("modified", vs, "main.cpp — orvella — Modified", "main.cpp — orvella");
+    row("modified then untracked", vs, "x — Untracked — Modified", "x");
+    row("chat, modified", vs, "x — Pending changes from chat • Modified", "x");
+    row("only one chat suffix", vs, "x — Pending changes from chat — Pending changes from chat",
+        "x — Pending changes from chat");
+    row("trimmed", vs, "  x  ", "x");
+    row("Linux identity of the editor", "code", "x — Modified", "x");
+    row("other editors unchanged", "org.gnome.TextEditor", "x — Modified ", "x — Modified ");
 }
 
 void TestIdentity::normalizedTitle()
@@ -182,26 +162,19 @@ void TestIdentity::genericTitles_data()
     QTest::addColumn<QString>("bundle"); // "-" = none
     QTest::addColumn<QString>("title");
     QTest::addColumn<bool>("generic");
-    QTest::newRow("empty") << "org.x"
-                           << "" << true;
-    QTest::newRow("blank") << "-"
-                           << " \n " << true;
-    QTest::newRow("Window") << "org.x"
-                            << " Window " << true;
-    QTest::newRow("app's own name") << "-"
-                                    << "Text Editor" << true;
-    QTest::newRow("Chrome in Chrome") << "com.google.Chrome"
-                                      << "Chrome" << true;
-    QTest::newRow("Chrome on Linux") << "google-chrome"
-                                     << "Chrome" << true;
-    QTest::newRow("Chrome elsewhere") << "org.mozilla.firefox"
-                                      << "Chrome" << false;
-    QTest::newRow("Code") << "code"
-                          << "Visual Studio Code" << true;
-    QTest::newRow("case matters") << "com.google.Chrome"
-                                  << "chrome" << false;
-    QTest::newRow("real title") << "com.apple.Notes"
-                                << "Shopping" << false;
+    const auto row = [](const char *name, const char *bundle, const char *title, bool generic) {
+        QTest::newRow(name) << QString::fromUtf8(bundle) << QString::fromUtf8(title) << generic;
+    };
+    row("empty", "org.x", "", true);
+    row("blank", "-", " \n ", true);
+    row("Window", "org.x", " Window ", true);
+    row("app's own name", "-", "Text Editor", true);
+    row("Chrome in Chrome", "com.google.Chrome", "Chrome", true);
+    row("Chrome on Linux", "google-chrome", "Chrome", true);
+    row("Chrome elsewhere", "org.mozilla.firefox", "Chrome", false);
+    row("Code", "code", "Visual Studio Code", true);
+    row("case matters", "com.google.Chrome", "chrome", false);
+    row("real title", "com.apple.Notes", "Shopping", false);
 }
 
 void TestIdentity::genericTitles()
@@ -211,19 +184,6 @@ void TestIdentity::genericTitles()
     QFETCH(bool, generic);
     const std::optional<QString> b = bundle == QLatin1String("-") ? std::nullopt : std::optional(bundle);
     QCOMPARE(isGenericRecoveryTitle(b, QStringLiteral("Text Editor"), title), generic);
-}
-
-void TestIdentity::diagnosticLabel()
-{
-    WindowItem w = item(QStringLiteral("org.gnome.TextEditor::"), QString());
-    QCOMPARE(diagnosticWindowLabel(w),
-             QStringLiteral("sig=org.gnome.TextEditor:: wn=nil bundle=org.gnome.TextEditor title=<empty>"));
-    w.windowNumber = 9;
-    w.windowTitle = QStringLiteral("t");
-    w.isMinimized = w.isClosed = w.isActive = true;
-    QCOMPARE(diagnosticWindowLabel(w),
-             QStringLiteral("sig=org.gnome.TextEditor:: wn=9 bundle=org.gnome.TextEditor "
-                            "title=t MIN CLOSED ACTIVE"));
 }
 
 void TestIdentity::uiEquality()
