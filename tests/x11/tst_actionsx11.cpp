@@ -59,7 +59,6 @@ private slots:
     void tiledShelfLandsWhereComputed();
     void windowThatWillNotShrinkKeepsItsHeight();
     void showDesktopTwiceRestoresWhatItMinimized();
-    void restoringByHandStartsANewShowDesktop();
     void focusMakesTheWindowActive();
     void raisedShelfEndsWithItsFirstWindowInFront();
     void closeAsksTheClient();
@@ -305,23 +304,6 @@ void TestActionsX11::showDesktopTwiceRestoresWhatItMinimized()
                              kTimeoutMs);
     QTRY_VERIFY_WITH_TIMEOUT(m_wm->state().showDesktopSavedSignatures.isEmpty(), kTimeoutMs);
     QVERIFY(minimized(QStringLiteral("already down")));
-}
-
-void TestActionsX11::restoringByHandStartsANewShowDesktop()
-{
-    startClient({{QStringLiteral("first"), {}}, {QStringLiteral("second"), {}}});
-    QVERIFY(waitFor([&](Completion done) { QVERIFY(m_wm->toggleShowDesktop(std::move(done))); }));
-    QVERIFY(minimized(QStringLiteral("first")) && minimized(QStringLiteral("second")));
-
-    // The user brings one window back through the window manager, not through Orvella.
-    QVERIFY(m_control->activate(*element(QStringLiteral("second"))->windowNumber));
-    QTRY_VERIFY_WITH_TIMEOUT(!minimized(QStringLiteral("second")), kTimeoutMs);
-    QVERIFY(refreshUntil([&] { return !byTitle(QStringLiteral("second"))->isMinimized; }));
-
-    m_wm->toggleShowDesktop();
-    QCOMPARE(m_wm->state().showDesktopSavedSignatures, QSet<QString>{byTitle(QStringLiteral("second"))->id});
-    QTRY_VERIFY_WITH_TIMEOUT(minimized(QStringLiteral("second")), kTimeoutMs);
-    QVERIFY(minimized(QStringLiteral("first")));
 }
 
 void TestActionsX11::focusMakesTheWindowActive()
