@@ -99,7 +99,6 @@ void TestAppSettings::loading_data()
     row("unlisted position kept", {{"sidebarPosition", "center"}}, "position", QStringLiteral("center"));
     row("valid layout kept", {{"sidebarListLayoutMode", "autoSplit"}}, "sidebarListLayoutMode",
         QStringLiteral("autoSplit"));
-    row("language kept", {{"appLanguage", "ko"}}, "appLanguage", QStringLiteral("ko"));
 
     // Colours saved by earlier versions under one key serve both appearances until the
     // current key is written.

@@ -99,8 +99,6 @@ void TestIdentity::keysOfOneWindow()
 
     const WindowItem blank = item(QStringLiteral("y"), QStringLiteral(" \t\n"));
     QCOMPARE(manualShelfDescriptor(blank, false), std::nullopt);
-    QCOMPARE(fingerprint(item(QStringLiteral("z"), QString())),
-             QStringLiteral("org.gnome.TextEditor::Text Editor"));
     QCOMPARE(ghostID(QStringLiteral("a::b")), QStringLiteral("a::b-ghost"));
     QCOMPARE(withoutGhostSuffix(ghostID(QStringLiteral("a::b"))), QStringLiteral("a::b"));
     QCOMPARE(closedID(QStringLiteral("a::b")), QStringLiteral("closed-a::b"));
