@@ -68,7 +68,6 @@ void LoopbackServer::serve(QTcpSocket *socket)
     request.body = buffer.mid(headerEnd + 4, length);
     socket->setProperty("buffer", QByteArray());
     requests.append(request);
-    emit requestReceived();
     if (m_silent)
         return;
     socket->write("HTTP/1.1 " + QByteArray::number(m_status) + " Answer\r\nContent-Type: application/json\r\n"

@@ -32,9 +32,6 @@ public:
 
     QList<ReceivedRequest> requests;
 
-signals:
-    void requestReceived();
-
 private:
     void serve(QTcpSocket *socket);
 

@@ -24,10 +24,6 @@ int main(int argc, char **argv)
     options.doNotTrack = false;
     options.host = platform::TelemetryHost(QCoreApplication::applicationFilePath(), false, QString());
     services::TelemetryService service(store, options);
-    QObject::connect(&service, &services::TelemetryService::recorded, [](bool stored) {
-        std::printf("recorded %d\n", int(stored));
-        std::fflush(stdout);
-    });
     service.recordLifecycleEvents();
     return app.exec();
 }

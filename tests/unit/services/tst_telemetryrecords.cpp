@@ -261,7 +261,6 @@ void TestTelemetryRecords::endpoint_data()
     row("ftp://127.0.0.1/t", false);
     row("", false);
     row("https:///telemetry.php", false);
-    row("::nonsense", false);
 }
 
 void TestTelemetryRecords::endpoint()

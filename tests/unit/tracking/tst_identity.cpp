@@ -37,8 +37,6 @@ private slots:
     void idsOfRepeatedBases();
     void normalizedTitle_data();
     void normalizedTitle();
-    void genericTitles_data();
-    void genericTitles();
     void uiEquality();
     void matchByFrame_data();
     void matchByFrame();
@@ -101,8 +99,6 @@ void TestIdentity::keysOfOneWindow()
 
     const WindowItem blank = item(QStringLiteral("y"), QStringLiteral(" \t\n"));
     QCOMPARE(manualShelfDescriptor(blank, false), std::nullopt);
-    QCOMPARE(fingerprint(item(QStringLiteral("z"), QString())),
-             QStringLiteral("org.gnome.TextEditor::Text Editor"));
     QCOMPARE(ghostID(QStringLiteral("a::b")), QStringLiteral("a::b-ghost"));
     QCOMPARE(withoutGhostSuffix(ghostID(QStringLiteral("a::b"))), QStringLiteral("a::b"));
     QCOMPARE(closedID(QStringLiteral("a::b")), QStringLiteral("closed-a::b"));
@@ -155,35 +151,6 @@ void TestIdentity::normalizedTitle()
     QFETCH(QString, title);
     QFETCH(QString, expected);
     QCOMPARE(normalizedTitleForMatching(title, bundle), expected);
-}
-
-void TestIdentity::genericTitles_data()
-{
-    QTest::addColumn<QString>("bundle"); // "-" = none
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<bool>("generic");
-    const auto row = [](const char *name, const char *bundle, const char *title, bool generic) {
-        QTest::newRow(name) << QString::fromUtf8(bundle) << QString::fromUtf8(title) << generic;
-    };
-    row("empty", "org.x", "", true);
-    row("blank", "-", " \n ", true);
-    row("Window", "org.x", " Window ", true);
-    row("app's own name", "-", "Text Editor", true);
-    row("Chrome in Chrome", "com.google.Chrome", "Chrome", true);
-    row("Chrome on Linux", "google-chrome", "Chrome", true);
-    row("Chrome elsewhere", "org.mozilla.firefox", "Chrome", false);
-    row("Code", "code", "Visual Studio Code", true);
-    row("case matters", "com.google.Chrome", "chrome", false);
-    row("real title", "com.apple.Notes", "Shopping", false);
-}
-
-void TestIdentity::genericTitles()
-{
-    QFETCH(QString, bundle);
-    QFETCH(QString, title);
-    QFETCH(bool, generic);
-    const std::optional<QString> b = bundle == QLatin1String("-") ? std::nullopt : std::optional(bundle);
-    QCOMPARE(isGenericRecoveryTitle(b, QStringLiteral("Text Editor"), title), generic);
 }
 
 void TestIdentity::uiEquality()
