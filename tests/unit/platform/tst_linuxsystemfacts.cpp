@@ -10,7 +10,6 @@
 
 #include <sys/statvfs.h>
 #include <sys/sysinfo.h>
-#include <sys/utsname.h>
 
 using namespace orvella;
 using orvella::platform::LinuxSystemFacts;
@@ -284,13 +283,6 @@ void TestLinuxSystemFacts::malformedKernelFiles()
 void TestLinuxSystemFacts::liveMachine()
 {
     const LinuxSystemFacts facts;
-    monitor::CpuLoad load;
-    const double sinceBoot = load.update(facts.cpuTicks());
-    QVERIFY(sinceBoot > 0 && sinceBoot <= 100);
-    QTest::qWait(50);
-    const double recent = load.update(facts.cpuTicks());
-    QVERIFY(recent >= 0 && recent <= 100);
-
     struct sysinfo info;
     QCOMPARE(::sysinfo(&info), 0);
     QCOMPARE(facts.memory().totalGB, double(quint64(info.totalram) * info.mem_unit) / platform::kBytesPerGiB);
@@ -299,12 +291,6 @@ void TestLinuxSystemFacts::liveMachine()
     QVERIFY(disk);
     QCOMPARE(disk->total, statvfsTotal(QDir::homePath()));
     QVERIFY(!disk->name.isEmpty());
-
-    QVERIFY(facts.uptimeSeconds() > 0);
-    utsname names;
-    QCOMPARE(::uname(&names), 0);
-    QVERIFY2(QString::fromLatin1(names.release).startsWith(facts.osVersion().section(u'.', 0, 1)),
-             names.release);
     // Every machine has at least a loopback link whose counters can be read.
     bool loopback = false;
     for (const platform::InterfaceEntry &entry : facts.interfaces())

@@ -81,7 +81,8 @@ void TestX11Properties::iconList_data()
         << items(square(1) + image(4, 0, 0) + square(2)) << Sizes{{1, 1}} << true;
     QTest::newRow("width over the cap is skipped")
         << items(image(1025, 1, 1025) + square(2)) << Sizes{{2, 2}} << true;
-    QTest::newRow("height over the cap without its data") << items(image(1, 5000, 10)) << Sizes{} << true;
+    QTest::newRow("height over the cap is skipped")
+        << items(image(1, 1025, 1025) + square(2)) << Sizes{{2, 2}} << true;
     // 0x10000 * 0x10001 is 0x1'0001'0000: cut to 32 bits it would claim just the 0x10000
     // pixels that follow and let the walk continue into the bytes after them.
     QTest::newRow("w*h overflowing 32 bits")
