@@ -26,7 +26,6 @@ void TestFormatters::bytes_data()
         QTest::newRow(name) << n << QString::fromLatin1(bytes) << QString::fromLatin1(speedShort);
     };
     row("zero", 0, "0 B", "0B");
-    row("one", 1, "1 B", "1B");
     row("K-1", K - 1, "1023 B", "1023B");
     row("K", K, "1 KB", "1K");
     row("1.5K truncates", 1536, "1 KB", "1K");
@@ -35,7 +34,6 @@ void TestFormatters::bytes_data()
     row("1.5M", M + M / 2, "1.5 MB", "1.5M");
     row("G-1 rounds up", G - 1, "1024.0 MB", "1024.0M");
     row("G", G, "1.0 GB", "1.0G");
-    row("5 TiB stays in GB", 5 * K * G, "5120.0 GB", "5120.0G");
     row("largest", ~quint64(0), "17179869184.0 GB", "17179869184.0G");
 }
 
@@ -60,7 +58,6 @@ void TestFormatters::uptime_data()
     QTest::newRow("hour") << 3600.0 << "1h 0m";
     QTest::newRow("day-1") << 86399.0 << "23h 59m";
     QTest::newRow("day") << 86400.0 << "1d 0h 0m";
-    QTest::newRow("1d 1h 1m 1s") << 90061.0 << "1d 1h 1m";
     QTest::newRow("fraction dropped") << 90061.99 << "1d 1h 1m";
     QTest::newRow("400 days") << 400.0 * 86400 + 7322 << "400d 2h 2m";
     QTest::newRow("negative clock skew") << -5.0 << "0m";

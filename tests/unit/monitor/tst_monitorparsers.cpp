@@ -116,7 +116,6 @@ void TestMonitorParsers::kernelVersion_data()
     QTest::addColumn<QByteArray>("release");
     QTest::addColumn<QString>("version");
     QTest::newRow("debian") << QByteArray("6.1.0-13-amd64\n") << "6.1.0";
-    QTest::newRow("ubuntu") << QByteArray("6.5.0-35-generic") << "6.5.0";
     QTest::newRow("mainline") << QByteArray("6.18.44") << "6.18.44";
     QTest::newRow("four numbers") << QByteArray("5.15.153.1-microsoft-standard-WSL2") << "5.15.153";
     QTest::newRow("rc without patch") << QByteArray("6.8-rc3") << "6.8.0";
@@ -146,11 +145,6 @@ void TestMonitorParsers::modelName_data()
         << QStringList{"System manufacturer", "System Product Name", "System Version",
                        "To be filled by O.E.M.", "PRIME B450M-A"}
         << "PRIME B450M-A";
-    QTest::newRow("qemu shown as it is")
-        << QStringList{"QEMU", "Standard PC (Q35 + ICH9, 2009)", "pc-q35-7.2", "", ""}
-        << "Standard PC (Q35 + ICH9, 2009)";
-    QTest::newRow("hyper-v") << QStringList{"Microsoft Corporation", "Virtual Machine", "7.0", "", ""}
-                             << "Virtual Machine";
     QTest::newRow("nothing") << QStringList{"", "", "", "", ""} << "";
     QTest::newRow("only placeholders") << QStringList{"Default string", "Default string", "Default string",
                                                       "Default string", "Default string"}
@@ -171,9 +165,6 @@ void TestMonitorParsers::cpuLoadSinceBootThenSincePrevious()
     QCOMPARE(load.update(QList<CpuTicks>{{0, 10, 5, 85, 0}, {1, 30, 0, 65, 5}}), 25.0);
     // Since then: processor 0 busy 10 of 10, processor 1 idle 30 of 30.
     QCOMPARE(load.update(QList<CpuTicks>{{0, 20, 5, 85, 0}, {1, 30, 0, 95, 5}}), 25.0);
-    // Nothing happened in between.
-    QCOMPARE(load.update(QList<CpuTicks>{{0, 20, 5, 85, 0}, {1, 30, 0, 95, 5}}), 0.0);
-    QCOMPARE(load.update(QList<CpuTicks>{{0, 21, 5, 85, 0}, {1, 30, 0, 95, 5}}), 100.0);
 }
 
 void TestMonitorParsers::cpuLoadSurvivesBadSamplesAndHotplug()
@@ -237,7 +228,6 @@ void TestMonitorParsers::localAddress_data()
     };
     row("wifi", {ipv4("lo", "127.0.0.1"), ipv4("wlp0s20f3", "192.168.1.23")}, "192.168.1.23", "Wi-Fi");
     row("ethernet, predictable name", {ipv4("enp3s0", "10.0.0.5")}, "10.0.0.5", "Ethernet");
-    row("ethernet, classic name", {ipv4("eth0", "10.0.0.6")}, "10.0.0.6", "Ethernet");
     row("first one wins", {ipv4("enp3s0", "10.0.0.5"), ipv4("wlan0", "192.168.1.2")}, "10.0.0.5", "Ethernet");
     row("bridges never supply it",
         {ipv4("docker0", "172.17.0.1"), ipv4("virbr0", "192.168.122.1"), ipv4("br-1a2b3c", "172.18.0.1"),

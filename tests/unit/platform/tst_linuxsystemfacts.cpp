@@ -1,5 +1,4 @@
 // The Linux readers against copies of real machines' files, and against this machine.
-#include "monitor/cpuload.h"
 #include "platform/linux/linuxsystemfacts.h"
 
 #include <QDir>
@@ -10,7 +9,6 @@
 
 #include <sys/statvfs.h>
 #include <sys/sysinfo.h>
-#include <sys/utsname.h>
 
 using namespace orvella;
 using orvella::platform::LinuxSystemFacts;
@@ -120,9 +118,6 @@ void TestLinuxSystemFacts::machines()
     const auto ticks = facts.cpuTicks();
     QVERIFY(ticks);
     QCOMPARE(ticks->size(), processors);
-    // The first sample is the load since boot, and plausible for an idle machine.
-    const double sinceBoot = monitor::CpuLoad().update(ticks);
-    QVERIFY2(sinceBoot > 0 && sinceBoot < 50, qPrintable(QString::number(sinceBoot)));
     QCOMPARE(facts.memory().totalGB, memoryTotalGB);
     QCOMPARE(facts.hasInternalBattery(), hasBattery);
     QCOMPARE(facts.battery().has_value(), hasBattery);
@@ -256,9 +251,6 @@ void TestLinuxSystemFacts::malformedKernelFiles_data()
         << QStringList{"proc/stat=cpu  1843212 3121 612398\ncpu0 1843", "proc/meminfo=MemTotal:  160",
                        "proc/uptime=93", "proc/sys/kernel/osrelease=6."}
         << false << 160.0 / 1048576 << 93.0 << "6.0.0";
-    QTest::newRow("empty files") << QStringList{"proc/stat=", "proc/meminfo=", "proc/uptime=",
-                                                "proc/sys/kernel/osrelease="}
-                                 << false << 0.0 << 0.0 << "";
     QTest::newRow("missing files") << QStringList{"-proc/stat", "-proc/meminfo", "-proc/uptime",
                                                   "-proc/sys/kernel/osrelease"}
                                    << false << 0.0 << 0.0 << "";
@@ -287,13 +279,6 @@ void TestLinuxSystemFacts::malformedKernelFiles()
 void TestLinuxSystemFacts::liveMachine()
 {
     const LinuxSystemFacts facts;
-    monitor::CpuLoad load;
-    const double sinceBoot = load.update(facts.cpuTicks());
-    QVERIFY(sinceBoot > 0 && sinceBoot <= 100);
-    QTest::qWait(50);
-    const double recent = load.update(facts.cpuTicks());
-    QVERIFY(recent >= 0 && recent <= 100);
-
     struct sysinfo info;
     QCOMPARE(::sysinfo(&info), 0);
     QCOMPARE(facts.memory().totalGB, double(quint64(info.totalram) * info.mem_unit) / platform::kBytesPerGiB);
@@ -302,12 +287,6 @@ void TestLinuxSystemFacts::liveMachine()
     QVERIFY(disk);
     QCOMPARE(disk->total, statvfsTotal(QDir::homePath()));
     QVERIFY(!disk->name.isEmpty());
-
-    QVERIFY(facts.uptimeSeconds() > 0);
-    utsname names;
-    QCOMPARE(::uname(&names), 0);
-    QVERIFY2(QString::fromLatin1(names.release).startsWith(facts.osVersion().section(u'.', 0, 1)),
-             names.release);
     // Every machine has at least a loopback link whose counters can be read.
     bool loopback = false;
     for (const platform::InterfaceEntry &entry : facts.interfaces())
