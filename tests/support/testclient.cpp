@@ -454,14 +454,11 @@ int main(int argc, char **argv)
         std::fputs(kUsage, stderr);
         return 2;
     }
-    int screenNumber = 0;
-    cl.c = xcb_connect(nullptr, &screenNumber);
+    // A private Xvfb has one screen.
+    cl.c = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(cl.c))
         die("cannot connect to the X server");
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(cl.c));
-    for (; screenNumber > 0; --screenNumber)
-        xcb_screen_next(&it);
-    cl.screen = it.data;
+    cl.screen = xcb_setup_roots_iterator(xcb_get_setup(cl.c)).data;
     cl.atoms = internAtoms(cl.c);
     cl.keycodesN = keycodesForN(cl.c);
 
