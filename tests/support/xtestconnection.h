@@ -11,6 +11,14 @@
 
 namespace orvella::testsupport {
 
+/// Whether this process runs in orvella-xsession's own session (which sets the second name),
+/// not on a display it merely inherited: tests never touch the developer's display.
+inline bool inPrivateSession()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY")
+           && qgetenv("DISPLAY") == qgetenv("ORVELLA_XSESSION_DISPLAY");
+}
+
 /// Reads and writes properties and sends requests as a pager would. Every change has
 /// reached the server when the call that makes it returns.
 class XTestConnection

@@ -6,6 +6,7 @@
 #include "platform/x11/x11desktop.h"
 #include "testclientprocess.h"
 #include "tracking/windowmanager.h"
+#include "xtestconnection.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -53,7 +54,7 @@ private:
 
 void TestShelvesX11::initTestCase()
 {
-    QVERIFY(qEnvironmentVariableIsSet("ORVELLA_XSESSION_DISPLAY"));
+    QVERIFY2(testsupport::inPrivateSession(), "run this test through orvella-xsession");
     QString error;
     m_desktop = platform::x11::X11Desktop::open(QString(), &error);
     QVERIFY2(m_desktop, qPrintable(error));

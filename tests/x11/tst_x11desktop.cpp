@@ -47,9 +47,7 @@ private:
 
 void TestX11Desktop::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("DISPLAY")
-                 && qgetenv("DISPLAY") == qgetenv("ORVELLA_XSESSION_DISPLAY"),
-             "run this test through orvella-xsession");
+    QVERIFY2(inPrivateSession(), "run this test through orvella-xsession");
     // GIO reads XDG_DATA_HOME once per process: the entry must exist before the first read.
     m_dataHome = std::make_unique<QTemporaryDir>();
     QVERIFY(QDir(m_dataHome->path()).mkpath(QStringLiteral("applications")));
@@ -174,11 +172,7 @@ void TestX11Desktop::frames()
     const QRectF frame = w->frame;
     QVERIFY2(frame.contains(QRectF(QPointF(origin->dst_x, origin->dst_y), size))
                  && frame.width() > size.width() && frame.height() > size.height(),
-             qPrintable(QStringLiteral("frame %1,%2 %3x%4")
-                            .arg(frame.x())
-                            .arg(frame.y())
-                            .arg(frame.width())
-                            .arg(frame.height())));
+             qPrintable(QDebug::toString(frame)));
     QCOMPARE(server->bounds, frame);
 }
 

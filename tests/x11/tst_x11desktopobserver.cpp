@@ -57,9 +57,7 @@ private:
 
 void TestX11DesktopObserver::initTestCase()
 {
-    const QByteArray display = qgetenv("DISPLAY");
-    QVERIFY2(!display.isEmpty() && display == qgetenv("ORVELLA_XSESSION_DISPLAY"),
-             "run this test through orvella-xsession");
+    QVERIFY2(inPrivateSession(), "run this test through orvella-xsession");
     qRegisterMetaType<DesktopEvent>();
     QString error;
     m_observer = x11::X11DesktopObserver::open(QString(), &error);
