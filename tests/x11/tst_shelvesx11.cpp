@@ -29,7 +29,6 @@ class TestShelvesX11 : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void shelfSurvivesRetitleAndRestarts();
     void listPrintsWhatTheClientCreated();
     void listWithoutADisplayFailsClearly();
@@ -60,12 +59,6 @@ void TestShelvesX11::initTestCase()
     QVERIFY2(m_desktop, qPrintable(error));
     QVERIFY(m_desktop->isTrusted());
     qputenv("XDG_CONFIG_HOME", m_dir.path().toUtf8());
-}
-
-void TestShelvesX11::cleanupTestCase()
-{
-    stopClient();
-    m_wm.reset();
 }
 
 void TestShelvesX11::startClient(const QStringList &titles)

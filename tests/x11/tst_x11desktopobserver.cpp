@@ -37,7 +37,6 @@ class TestX11DesktopObserver : public QObject
 
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void init();
     void clientLifecycle();
     void activation();
@@ -66,12 +65,6 @@ void TestX11DesktopObserver::initTestCase()
     m_spy = std::make_unique<QSignalSpy>(m_observer.get(), &DesktopObserver::desktopEvent);
     m_x = std::make_unique<XTestConnection>();
     QVERIFY(m_x->isConnected());
-}
-
-void TestX11DesktopObserver::cleanupTestCase()
-{
-    m_spy.reset();
-    m_observer.reset();
 }
 
 void TestX11DesktopObserver::init()
