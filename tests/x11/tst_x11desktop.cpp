@@ -116,7 +116,6 @@ void TestX11Desktop::titles_data()
     QTest::addColumn<QStringList>("titles");
     QTest::newRow("unicode") << QStringList{QString::fromUtf8("Überblick — 日本語 🙂")};
     QTest::newRow("empty") << QStringList{QString()};
-    QTest::newRow("long") << QStringList{QString(1500, QChar(0x00e9)) + QStringLiteral("end")};
 }
 
 void TestX11Desktop::titles()
