@@ -82,7 +82,6 @@ void TestX11Desktop::applications_data()
     };
     row("no entry: the class names it", {}, 0, false, "orvella-testclient");
     row("_NET_WM_PID wins over the connection", {"--pid", "4242"}, 4242, false, "orvella-testclient");
-    row("X-Resource without _NET_WM_PID", {"--no-pid"}, 0, false, "orvella-testclient");
     row("GTK application id", {"--gtk-app-id", kProbeId, "--class", "Other"}, 0, true, "");
     row("WM_CLASS is StartupWMClass", {"--class", "probemain"}, 0, true, "");
     row("WM_CLASS is the file id", {"--class", "ORG.ORVELLA.PROBE"}, 0, true, "");
