@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <poll.h>
 #include <string>
 #include <unistd.h>
@@ -25,7 +24,7 @@ constexpr uint32_t kKeysymN = 0x6e;
 constexpr size_t kSliceBytes = 128 * 1024;
 
 const char kUsage[] =
-    "usage: orvella-testclient [--class NAME] [--pid N | --no-pid] [--gtk-app-id ID] [--stay]\n"
+    "usage: orvella-testclient [--class NAME] [--pid N] [--gtk-app-id ID] [--stay]\n"
     "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title]\n"
     "          [--icon SIDE]... [--bad-icon]]...\n"
     "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n"
@@ -51,7 +50,7 @@ struct Options
 {
     std::vector<WindowSpec> windows;
     std::string windowClass = "orvella-testclient";
-    std::optional<uint32_t> pid = uint32_t(::getpid());
+    uint32_t pid = uint32_t(::getpid());
     std::string gtkAppId;
     /// Keep running when stdin closes (a background demo); windows and signals end it.
     bool stay = false;
@@ -111,8 +110,6 @@ bool parse(int argc, char **argv, Options *o)
             o->windowClass = value;
         else if (arg == "--pid" && value)
             o->pid = uint32_t(std::strtoul(value, nullptr, 10));
-        else if (arg == "--no-pid")
-            o->pid.reset();
         else if (arg == "--stay")
             o->stay = true;
         else if (arg == "--gtk-app-id" && value)
@@ -133,8 +130,8 @@ bool parse(int argc, char **argv, Options *o)
             return false;
         if (!ok)
             return false;
-        const bool tookValue = arg != "--no-pid" && arg != "--iconic" && arg != "--no-title"
-                               && arg != "--bad-icon" && arg != "--stay";
+        const bool tookValue =
+            arg != "--iconic" && arg != "--no-title" && arg != "--bad-icon" && arg != "--stay";
         i += tookValue ? 1 : 0;
     }
     if (o->windows.empty())
@@ -249,8 +246,7 @@ xcb_window_t createWindow(Client &cl, const WindowSpec &spec)
         setTitle(cl, w, spec.title);
     const std::string wmClass = cl.options.windowClass;
     setText(c, w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, wmClass + '\0' + wmClass + '\0');
-    if (cl.options.pid)
-        setProperty(c, w, cl.atoms.netWmPid, XCB_ATOM_CARDINAL, 32, &*cl.options.pid, 4);
+    setProperty(c, w, cl.atoms.netWmPid, XCB_ATOM_CARDINAL, 32, &cl.options.pid, 4);
     if (!cl.options.gtkAppId.empty())
         setText(c, w, cl.atoms.gtkApplicationId, cl.atoms.utf8String, cl.options.gtkAppId);
     setProperty(c, w, cl.atoms.wmProtocols, XCB_ATOM_ATOM, 32, &cl.atoms.wmDeleteWindow, 4);
@@ -454,14 +450,11 @@ int main(int argc, char **argv)
         std::fputs(kUsage, stderr);
         return 2;
     }
-    int screenNumber = 0;
-    cl.c = xcb_connect(nullptr, &screenNumber);
+    // A private Xvfb has one screen.
+    cl.c = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(cl.c))
         die("cannot connect to the X server");
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(cl.c));
-    for (; screenNumber > 0; --screenNumber)
-        xcb_screen_next(&it);
-    cl.screen = it.data;
+    cl.screen = xcb_setup_roots_iterator(xcb_get_setup(cl.c)).data;
     cl.atoms = internAtoms(cl.c);
     cl.keycodesN = keycodesForN(cl.c);
 

@@ -3,7 +3,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QImage>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
@@ -249,23 +248,6 @@ QStringList XSession::clientEnvironment() const
         env.insert(QString::fromLatin1(name), m_display);
     env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
     return env.toStringList();
-}
-
-bool XSession::takeScreenshot(const QString &pngPath, QString *error) const
-{
-    if (!m_connection)
-        return fail(error, "no X session is running");
-    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data;
-    const int width = screen->width_in_pixels, height = screen->height_in_pixels;
-    const auto image = owned(xcb_get_image_reply(
-        m_connection,
-        xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root, 0, 0, width, height, ~0u), nullptr));
-    // Xvfb at depth 24 stores each pixel as a 32-bit word in this machine's byte order,
-    // which is what RGB32 expects, row after row without padding.
-    if (!image || image->depth != 24 || xcb_get_image_data_length(image.get()) != width * height * 4)
-        return fail(error, "cannot read the root window of " + m_display + " as 24-bit pixels");
-    const QImage shot(xcb_get_image_data(image.get()), width, height, width * 4, QImage::Format_RGB32);
-    return shot.save(pngPath, "PNG") || fail(error, "cannot write " + pngPath);
 }
 
 void XSession::bindToParent(QProcess *process, int keepFd, bool ownGroup)

@@ -46,9 +46,6 @@ public:
     /// Qt forced onto xcb.
     QStringList clientEnvironment() const;
 
-    /// Writes the root window's current contents to pngPath.
-    bool takeScreenshot(const QString &pngPath, QString *error) const;
-
     /// Makes process, once started, receive SIGKILL when the calling thread ends, and start
     /// with no signals blocked. keepFd, if set, stays open across exec; ownGroup puts the
     /// child in its own process group, out of reach of a terminal's Ctrl-C.

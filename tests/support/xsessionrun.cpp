@@ -40,13 +40,8 @@ int main(int argc, char *argv[])
 
     QCoreApplication app(argc, argv);
     QStringList args = app.arguments().mid(1);
-    QString screenshot;
-    if (args.size() >= 2 && args.first() == QLatin1String("--screenshot")) {
-        screenshot = args.takeAt(1);
-        args.removeFirst();
-    }
     if (args.size() < 2 || args.first() != QLatin1String("--"))
-        return complain("usage: orvella-xsession [--screenshot PATH] -- COMMAND [ARGS...]\n"
+        return complain("usage: orvella-xsession -- COMMAND [ARGS...]\n"
                         "Runs COMMAND with DISPLAY set to a private Xvfb with Openbox, then tears\n"
                         "both down and exits with COMMAND's status.",
                         kHarnessFailed);
@@ -79,8 +74,6 @@ int main(int argc, char *argv[])
     QObject::connect(&command, &QProcess::finished, &app, &QCoreApplication::quit);
     app.exec();
 
-    if (!screenshot.isEmpty() && caught == 0 && !session.takeScreenshot(screenshot, &error))
-        complain("no screenshot: " + error, 0);
     session.stop();
     if (caught != 0)
         return 128 + caught;

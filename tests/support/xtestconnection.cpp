@@ -49,23 +49,15 @@ xcb_atom_t XTestConnection::atom(const char *name) const
     return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
 
-std::optional<QByteArray> XTestConnection::property(xcb_window_t window, const char *name, xcb_atom_t type,
-                                                    int format) const
+QList<quint32> XTestConnection::cardinals(xcb_window_t window, const char *name, xcb_atom_t type) const
 {
     const auto reply = owned(xcb_get_property_reply(
         m_connection, xcb_get_property(m_connection, 0, window, atom(name), type, 0, 65536), nullptr));
     // An unset property comes back with format 0; one of another type with that type and no value.
-    if (!reply || reply->format != format || (type != XCB_GET_PROPERTY_TYPE_ANY && reply->type != type))
-        return std::nullopt;
-    return QByteArray(static_cast<const char *>(xcb_get_property_value(reply.get())),
-                      xcb_get_property_value_length(reply.get()));
-}
-
-QList<quint32> XTestConnection::cardinals(xcb_window_t window, const char *name, xcb_atom_t type) const
-{
-    const QByteArray bytes = property(window, name, type, 32).value_or(QByteArray());
-    const auto *items = reinterpret_cast<const quint32 *>(bytes.constData());
-    return QList<quint32>(items, items + bytes.size() / 4);
+    if (!reply || reply->format != 32 || reply->type != type)
+        return {};
+    const auto *items = static_cast<const quint32 *>(xcb_get_property_value(reply.get()));
+    return QList<quint32>(items, items + xcb_get_property_value_length(reply.get()) / 4);
 }
 
 void XTestConnection::setProperty(xcb_window_t window, const char *name, xcb_atom_t type, int format,

@@ -7,9 +7,15 @@
 
 #include <xcb/xcb.h>
 
-#include <optional>
-
 namespace orvella::testsupport {
+
+/// Whether this process runs in orvella-xsession's own session (which sets the second name),
+/// not on a display it merely inherited: tests never touch the developer's display.
+inline bool inPrivateSession()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY")
+           && qgetenv("DISPLAY") == qgetenv("ORVELLA_XSESSION_DISPLAY");
+}
 
 /// Reads and writes properties and sends requests as a pager would. Every change has
 /// reached the server when the call that makes it returns.
@@ -27,10 +33,6 @@ public:
     xcb_window_t root() const { return m_root; }
 
     xcb_atom_t atom(const char *name) const;
-    /// The value if the property is set with this type (XCB_GET_PROPERTY_TYPE_ANY: any
-    /// type) and format; nullopt otherwise.
-    std::optional<QByteArray> property(xcb_window_t window, const char *name, xcb_atom_t type,
-                                       int format = 8) const;
     /// The items of a 32-bit property; empty when it is not set with this type.
     QList<quint32> cardinals(xcb_window_t window, const char *name, xcb_atom_t type) const;
     void setProperty(xcb_window_t window, const char *name, xcb_atom_t type, int format,

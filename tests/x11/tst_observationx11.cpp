@@ -48,6 +48,7 @@ private:
 
 void TestObservationX11::init()
 {
+    QVERIFY2(testsupport::inPrivateSession(), "run this test through orvella-xsession");
     QString error;
     m_desktop = platform::x11::X11Desktop::open(QString(), &error);
     QVERIFY2(m_desktop, qPrintable(error));

@@ -6,6 +6,7 @@
 #include "platform/x11/x11desktop.h"
 #include "testclientprocess.h"
 #include "tracking/windowmanager.h"
+#include "xtestconnection.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -28,7 +29,6 @@ class TestShelvesX11 : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void shelfSurvivesRetitleAndRestarts();
     void listPrintsWhatTheClientCreated();
     void listWithoutADisplayFailsClearly();
@@ -53,18 +53,12 @@ private:
 
 void TestShelvesX11::initTestCase()
 {
-    QVERIFY(qEnvironmentVariableIsSet("ORVELLA_XSESSION_DISPLAY"));
+    QVERIFY2(testsupport::inPrivateSession(), "run this test through orvella-xsession");
     QString error;
     m_desktop = platform::x11::X11Desktop::open(QString(), &error);
     QVERIFY2(m_desktop, qPrintable(error));
     QVERIFY(m_desktop->isTrusted());
     qputenv("XDG_CONFIG_HOME", m_dir.path().toUtf8());
-}
-
-void TestShelvesX11::cleanupTestCase()
-{
-    stopClient();
-    m_wm.reset();
 }
 
 void TestShelvesX11::startClient(const QStringList &titles)

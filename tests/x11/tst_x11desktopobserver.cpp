@@ -37,7 +37,6 @@ class TestX11DesktopObserver : public QObject
 
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void init();
     void clientLifecycle();
     void activation();
@@ -57,9 +56,7 @@ private:
 
 void TestX11DesktopObserver::initTestCase()
 {
-    const QByteArray display = qgetenv("DISPLAY");
-    QVERIFY2(!display.isEmpty() && display == qgetenv("ORVELLA_XSESSION_DISPLAY"),
-             "run this test through orvella-xsession");
+    QVERIFY2(inPrivateSession(), "run this test through orvella-xsession");
     qRegisterMetaType<DesktopEvent>();
     QString error;
     m_observer = x11::X11DesktopObserver::open(QString(), &error);
@@ -68,12 +65,6 @@ void TestX11DesktopObserver::initTestCase()
     m_spy = std::make_unique<QSignalSpy>(m_observer.get(), &DesktopObserver::desktopEvent);
     m_x = std::make_unique<XTestConnection>();
     QVERIFY(m_x->isConnected());
-}
-
-void TestX11DesktopObserver::cleanupTestCase()
-{
-    m_spy.reset();
-    m_observer.reset();
 }
 
 void TestX11DesktopObserver::init()
@@ -153,12 +144,12 @@ void TestX11DesktopObserver::titleAndState_data()
     QTest::addColumn<QByteArray>("command");
     QTest::addColumn<int>("kind");
     QTest::addColumn<QString>("observation"); // "observed", "never" or "unobserved"
-    for (const char *observation : {"observed", "never", "unobserved"}) {
+    for (const char *observation : {"observed", "never", "unobserved"})
         QTest::addRow("retitle, %s", observation)
             << QByteArray("title 0 new") << int(Kind::TitleChanged) << QString::fromLatin1(observation);
-        QTest::addRow("iconify, %s", observation)
-            << QByteArray("iconify 0") << int(Kind::StateChanged) << QString::fromLatin1(observation);
-    }
+    // Whether a process is observed decides for state changes the same way.
+    QTest::newRow("iconify, observed")
+        << QByteArray("iconify 0") << int(Kind::StateChanged) << QStringLiteral("observed");
 }
 
 void TestX11DesktopObserver::titleAndState()
