@@ -10,6 +10,7 @@
 #include "platform/x11/x11windowcontrol.h"
 #include "testclientprocess.h"
 #include "tracking/windowmanager.h"
+#include "xtestconnection.h"
 
 #include <QFile>
 #include <QProcess>
@@ -85,7 +86,7 @@ private:
 
 void TestActionsX11::initTestCase()
 {
-    QVERIFY(qEnvironmentVariableIsSet("ORVELLA_XSESSION_DISPLAY"));
+    QVERIFY(testsupport::inPrivateSession());
     s_defaultHandler = qInstallMessageHandler(nullptr);
     qInstallMessageHandler(s_defaultHandler);
     // A desktop entry of our own, visible to GIO before anything reads the entries.
