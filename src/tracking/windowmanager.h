@@ -54,7 +54,7 @@ class WindowManager : public QObject
 
 public:
     /// `store` keeps the shelf state (may be null: nothing is kept); `settings` may be
-    /// null for command-line use.
+    /// null for command-line use (no sidebar then: tiling has the whole work area).
     WindowManager(std::shared_ptr<platform::Desktop> desktop, settings::AppSettings *settings,
                   platform::PreferencesStore *store,
                   platform::Scheduler &scheduler = platform::Scheduler::system(), QObject *parent = nullptr);
@@ -106,7 +106,6 @@ public:
     platform::Scheduler &scheduler() const { return m_scheduler; }
     /// Where window actions go; until one is set they are refused with a log line.
     void setActionPort(std::unique_ptr<WindowActionPort> port);
-    WindowActionPort *actionPort() const { return m_actionPort.get(); }
 
     /// Shows a window as (un)minimized before the next refresh confirms it.
     void updateWindowMinimizedStateLocally(const QString &windowID, bool minimized);
