@@ -27,6 +27,9 @@ struct RunningApp
     /// Owns a normal or dialog window that is not skipped by the taskbar; the others
     /// are background-only and never listed.
     bool regular = false;
+    /// When the process started, in clock ticks after boot (/proc/PID/stat); 0 when
+    /// unknown. With the pid it tells a restarted application from the one before.
+    quint64 startTime = 0;
 };
 
 /// One window of an application, in the application's order (topmost first).
@@ -36,6 +39,10 @@ struct AppWindow
     QRectF frame;                       ///< outer frame in root coordinates
     bool minimized = false;             ///< hidden or iconic
     std::optional<qint64> windowNumber; ///< the client's XID when known
+    /// 0-based place among the application's windows in the order they were first
+    /// mapped (oldest first); raising a window does not change it. -1: unknown, the
+    /// place in this list stands in.
+    int clientIndex = -1;
 };
 
 /// One entry of the window-server list.

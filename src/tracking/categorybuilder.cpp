@@ -5,15 +5,24 @@
 #include "logging.h"
 #include "tracking/identity.h"
 #include "tracking/sectionrouter.h"
+#include "tracking/shelforder.h"
+#include "tracking/windownumbers.h"
+
+#include <algorithm>
 
 namespace orvella::tracking::categoryBuilder {
 
 namespace {
 
 constexpr int kAbsentCyclesBeforePrune = 4;
+// A remembered window missing this many regroupings while its application runs was
+// closed; it is not just slow to come back after a restart of the application.
+constexpr int kClosedAfterCycles = 20;
+constexpr int kAppSectionForgottenAfterDays = 30;
 
-// Remembered places at positions that are gone for good are forgotten.
-void trackPositions(const QList<WindowItem> &windows, TrackingState &state)
+// Remembered places at positions that are gone for good are forgotten. Returns the
+// positions listed now; they become `lastSeenPidIdx` once this regrouping has routed.
+QSet<QString> trackPositions(const QList<WindowItem> &windows, TrackingState &state)
 {
     QSet<QString> current;
     for (const WindowItem &w : windows)
@@ -27,57 +36,24 @@ void trackPositions(const QList<WindowItem> &windows, TrackingState &state)
             state.pidIdxAbsenceCount.remove(key);
         }
     }
-    state.lastSeenPidIdx = current;
+    return current;
 }
 
-// Window numbers are not reused within a session, so an assignment keyed by a number
-// that has been absent for a few regroupings belongs to a window that is gone; its
-// title-based descriptor keeps the shelf for a reopened window. Entries pointing at a
-// shelf that no longer exists are dropped whatever their form.
-bool pruneAssignments(const QList<WindowItem> &windows, TrackingState &state)
+// Entries pointing at a shelf that no longer exists are dropped whatever their form.
+bool pruneDeletedShelves(TrackingState &state)
 {
-    QSet<QString> present;
-    for (const WindowItem &w : windows)
-        present.insert(w.id);
-    ++state.wnAbsenceCleanupCycle;
-    int prunedNumbers = 0;
-    int prunedStale = 0;
     const QSet<QString> shelves(state.shelfIDs.begin(), state.shelfIDs.end());
-    for (auto it = state.windowCategoryAssignment.begin(); it != state.windowCategoryAssignment.end();) {
-        const QString &key = it.key();
-        bool drop = false;
-        if (it.value().startsWith(kShelfPrefix) && !shelves.contains(it.value())) {
-            drop = true;
-            ++prunedStale;
-        } else if (key.contains(QStringLiteral("::wn:"))) {
-            if (present.contains(key)) {
-                state.wnAbsenceCount.remove(key);
-            } else if (++state.wnAbsenceCount[key] >= kAbsentCyclesBeforePrune) {
-                drop = true;
-                ++prunedNumbers;
-                state.wnAbsenceCount.remove(key);
-                state.pidByWindowNumber.remove(key.section(QStringLiteral("::wn:"), -1).toLongLong());
-            }
-        }
-        it = drop ? state.windowCategoryAssignment.erase(it) : std::next(it);
-    }
-    for (auto it = state.manualShelfAssignmentByDescriptor.begin();
-         it != state.manualShelfAssignmentByDescriptor.end();) {
-        const bool stale = it.value().startsWith(kShelfPrefix) && !shelves.contains(it.value());
-        prunedStale += stale ? 1 : 0;
-        it = stale ? state.manualShelfAssignmentByDescriptor.erase(it) : std::next(it);
-    }
-    if (prunedNumbers > 0)
-        qCInfo(lcTracking).noquote() << QStringLiteral(
-                                            "[OV] pruned %1 stale wn: entries from windowCategoryAssignment "
-                                            "(absent ≥4 cycles)")
-                                            .arg(prunedNumbers);
-    if (prunedStale > 0) {
-        state.manualShelfMissCache.clear();
-        qCInfo(lcTracking).noquote()
-            << QStringLiteral("[OV] pruned %1 stale title-based entries of deleted shelves").arg(prunedStale);
-    }
-    return prunedNumbers + prunedStale > 0;
+    const auto stale = [&shelves](const auto &it) {
+        return it.value().startsWith(kShelfPrefix) && !shelves.contains(it.value());
+    };
+    const qsizetype pruned = state.windowCategoryAssignment.removeIf(stale)
+                             + state.manualShelfAssignmentByDescriptor.removeIf(stale);
+    if (pruned == 0)
+        return false;
+    state.manualShelfMissCache.clear();
+    qCInfo(lcTracking).noquote()
+        << QStringLiteral("[OV] pruned %1 stale title-based entries of deleted shelves").arg(pruned);
+    return true;
 }
 
 bool fillDefaultShelfNames(TrackingState &state, const Options &options)
@@ -92,174 +68,105 @@ bool fillDefaultShelfNames(TrackingState &state, const Options &options)
     return changed;
 }
 
-// Stored order entries hardly change between regroupings; decoding each one again
-// every time would dominate the grouping of a large desktop.
-const identity::OrderEntry &decodedEntry(const QString &entry)
-{
-    thread_local QHash<QString, identity::OrderEntry> memo;
-    if (auto it = memo.constFind(entry); it != memo.constEnd())
-        return *it;
-    if (memo.size() > 20000)
-        memo.clear();
-    return *memo.insert(entry, identity::decodeOrderEntry(entry));
-}
-
-// Puts a shelf's windows in the user's order and repairs entries whose window came
-// back under another id (new window number after a restart, a retitle).
-bool applyWindowOrder(const QString &shelf, QList<WindowItem> &windows, const QList<WindowItem> &allWindows,
-                      TrackingState &state)
-{
-    QStringList entries = state.categoryWindowOrder.value(shelf);
-    bool changed = false;
-    QList<identity::OrderEntry> decoded;
-    {
-        QSet<QString> seenSigs;
-        QStringList unique;
-        for (const QString &e : std::as_const(entries)) {
-            const identity::OrderEntry &d = decodedEntry(e);
-            if (seenSigs.contains(d.sig))
-                continue;
-            seenSigs.insert(d.sig);
-            unique.append(e);
-            decoded.append(d);
-        }
-        if (unique.size() != entries.size()) {
-            qCInfo(lcTracking).noquote()
-                << QStringLiteral("deduped categoryWindowOrder['%1']: %2 → %3 entries")
-                       .arg(shelf)
-                       .arg(entries.size())
-                       .arg(unique.size());
-            entries = unique;
-            changed = true;
-        }
-    }
-    QHash<QString, qsizetype> bySig;
-    for (qsizetype i = 0; i < decoded.size(); ++i)
-        bySig.insert(decoded[i].sig, i);
-    QList<bool> claimed(decoded.size(), false);
-
-    const auto claim = [&](const QString &fresh, qsizetype i, const char *fixup) {
-        claimed[i] = true;
-        if (fixup)
-            qCInfo(lcTracking).noquote() << QStringLiteral("%1 shelf='%2' '%3' → '%4'")
-                                                .arg(QLatin1String(fixup), shelf, entries[i], fresh);
-        if (entries[i] != fresh) {
-            entries[i] = fresh;
-            decoded[i] = decodedEntry(fresh);
-            changed = true;
-        }
-        return i;
-    };
-    const auto findUnclaimed = [&](auto predicate) -> qsizetype {
-        for (qsizetype i = 0; i < decoded.size(); ++i) {
-            if (!claimed[i] && predicate(decoded[i]))
-                return i;
-        }
-        return -1;
-    };
-    // Fingerprints of every listed window by id: an entry whose id now names a window
-    // with another fingerprint (a reused window number) is up for taking.
-    QHash<QString, QString> liveFingerprints;
-    for (const WindowItem &w : allWindows)
-        liveFingerprints.insert(w.id, identity::fingerprint(w));
-
-    QList<std::pair<qsizetype, WindowItem>> placed;
-    for (const WindowItem &w : windows) {
-        const QString pidIdx = identity::pidIdx(w.pid, w.axIndex);
-        const QString fp = identity::fingerprint(w);
-        const QString fresh = w.id + QStringLiteral("__") + pidIdx + QStringLiteral("__") + fp;
-        qsizetype index = -1;
-        if (auto it = bySig.constFind(w.id); it != bySig.constEnd() && !claimed[*it]) {
-            index = claim(fresh, *it, nullptr);
-        } else {
-            // Entries of windows that are still listed under their own id are not taken over.
-            const auto free = [&](const identity::OrderEntry &d) {
-                const auto live = liveFingerprints.constFind(d.sig);
-                return live == liveFingerprints.constEnd() || (d.fingerprint && *d.fingerprint != *live);
-            };
-            qsizetype i = findUnclaimed([&](const identity::OrderEntry &d) {
-                return free(d) && d.pidIdx == pidIdx && d.fingerprint == fp;
-            });
-            if (i >= 0) {
-                index = claim(fresh, i, "order-fixup(pid+fp)");
-            } else if ((i = findUnclaimed(
-                            [&](const identity::OrderEntry &d) { return free(d) && d.fingerprint == fp; }))
-                       >= 0) {
-                index = claim(fresh, i, "order-fixup(fp)");
-            } else if ((i = findUnclaimed([&](const identity::OrderEntry &d) {
-                            return free(d) && !d.fingerprint && d.pidIdx == pidIdx;
-                        }))
-                       >= 0) {
-                index = claim(fresh, i, "order-fixup");
-            }
-        }
-        if (index < 0) {
-            entries.append(fresh);
-            decoded.append(decodedEntry(fresh));
-            claimed.append(true);
-            index = entries.size() - 1;
-            changed = true;
-        }
-        placed.append({index, w});
-    }
-    std::stable_sort(placed.begin(), placed.end(),
-                     [](const auto &a, const auto &b) { return a.first < b.first; });
-    windows.clear();
-    for (auto &p : placed)
-        windows.append(std::move(p.second));
-    if (changed)
-        state.categoryWindowOrder.insert(shelf, entries);
-    return changed;
-}
-
 QString sectionName(const QString &id, const QString &fallback, const TrackingState &state)
 {
     return state.categoryCustomNames.value(id, fallback);
 }
 
-} // namespace
-
-void forgetReusedWindowNumbers(const QList<WindowItem> &windows, TrackingState &state)
+// Keeps one memory per shelved window: a retitled window replaces its old one.
+void remember(const WindowItem &w, const QString &shelf, TrackingState &state)
 {
-    QSet<qint64> present;
-    for (const WindowItem &w : windows) {
-        if (!w.windowNumber)
-            continue;
-        const qint64 number = *w.windowNumber;
-        present.insert(number);
-        const auto known = state.pidByWindowNumber.constFind(number);
-        if (known != state.pidByWindowNumber.constEnd() && *known != w.pid) {
-            qCInfo(lcTracking).noquote()
-                << QStringLiteral("[OV] window number %1 now belongs to pid %2 (was %3); "
-                                  "forgetting the old window")
-                       .arg(number)
-                       .arg(w.pid)
-                       .arg(*known);
-            state.liveWindowCategoryAssignmentByWindowNumber.remove(number);
-            state.lastDescriptorByWindowNumber.remove(number);
-            state.lastSignatureByWindowNumber.remove(number);
-            // Marks keyed by the number were the old window's; its title-based marks and
-            // choices still apply to whichever window has its title.
-            if (w.id.contains(QStringLiteral("::wn:"))) {
-                state.windowCategoryAssignment.remove(w.id);
-                state.wnAbsenceCount.remove(w.id);
-                state.explicitlyRemovedSigs.remove(w.id);
-                state.shelfWindowMemory.remove(w.id);
+    const QString key = identity::fingerprint(w);
+    if (w.windowNumber) {
+        const QString previous = state.memoryKeyByWindowNumber.value(*w.windowNumber);
+        if (!previous.isEmpty() && previous != key)
+            state.shelfWindowMemory.remove(previous);
+        state.memoryKeyByWindowNumber.insert(*w.windowNumber, key);
+    }
+    state.shelfWindowMemory.insert(key, {w.bundleIdentifier, w.appName, w.windowTitle, w.icon, shelf, w.bounds});
+    state.closedAbsenceCount.remove(key);
+}
+
+// Memories of windows that were closed while their application kept running go;
+// those of applications that are not running stay, for their placeholders.
+void forgetClosedWindows(const QSet<QString> &listed, const QSet<QString> &runningOwners, TrackingState &state)
+{
+    state.shelfWindowMemory.removeIf([&](const auto &it) {
+        if (listed.contains(it.key()) || !runningOwners.contains(it->bundleIdentifier.value_or(it->appName)))
+            return false;
+        if (++state.closedAbsenceCount[it.key()] < kClosedAfterCycles)
+            return false;
+        state.closedAbsenceCount.remove(it.key());
+        return true;
+    });
+}
+
+// Each section once, in the user's order; app sections of applications not listed for
+// a month leave it, so that the order does not keep every application ever run.
+bool tidyCategoryOrder(const QStringList &listedApps, TrackingState &state, const QDate &today)
+{
+    bool changed = false;
+    QStringList order;
+    for (const QString &id : std::as_const(state.categoryOrder)) {
+        if (!order.contains(id))
+            order.append(id);
+    }
+    if (today.isValid()) {
+        for (const QString &id : listedApps) {
+            if (state.categoryLastSeen.value(id) != today) {
+                state.categoryLastSeen.insert(id, today);
+                changed = true;
             }
         }
-        state.pidByWindowNumber.insert(number, w.pid);
+        order.removeIf([&](const QString &id) {
+            if (state.shelfIDs.contains(id) || listedApps.contains(id))
+                return false;
+            const QDate seen = state.categoryLastSeen.value(id);
+            if (!seen.isValid()) {
+                state.categoryLastSeen.insert(id, today); // its month starts now
+                changed = true;
+                return false;
+            }
+            if (seen.daysTo(today) <= kAppSectionForgottenAfterDays)
+                return false;
+            qCInfo(lcTracking).noquote()
+                << QStringLiteral("[OV] section '%1' not seen since %2; leaving the order")
+                       .arg(id, seen.toString(Qt::ISODate));
+            state.categoryLastSeen.remove(id);
+            return true;
+        });
+        state.categoryLastSeen.removeIf([&order](const auto &it) { return !order.contains(it.key()); });
     }
-    // A placement made in this run holds only while its window lives.
-    state.liveWindowCategoryAssignmentByWindowNumber.removeIf(
-        [&present](const auto &it) { return !present.contains(it.key()); });
+    if (order != state.categoryOrder) {
+        state.categoryOrder = order;
+        changed = true;
+    }
+    return changed;
 }
+
+WindowItem placeholder(const QString &key, const ShelfWindowInfo &info)
+{
+    WindowItem item;
+    item.id = identity::closedID(key);
+    item.appName = info.appName;
+    item.bundleIdentifier = info.bundleIdentifier;
+    item.windowTitle = info.windowTitle;
+    item.icon = info.icon;
+    item.bounds = info.bounds;
+    item.assignedShelfName = info.shelfID;
+    item.isClosed = true;
+    return item;
+}
+
+} // namespace
 
 Result build(const QList<WindowItem> &windows, TrackingState &state, const Options &options)
 {
     Result result;
     result.stateChanged = fillDefaultShelfNames(state, options);
-    trackPositions(windows, state);
-    result.stateChanged |= pruneAssignments(windows, state);
+    const QSet<QString> positions = trackPositions(windows, state);
+    result.stateChanged |= windowNumbers::pruneAbsent(windows, state, kAbsentCyclesBeforePrune);
+    result.stateChanged |= pruneDeletedShelves(state);
 
     QHash<QString, WindowCategory> shelves;
     for (const QString &id : std::as_const(state.shelfIDs)) {
@@ -272,6 +179,7 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
     QHash<QString, WindowCategory> apps;
     QStringList appOrder;
     QSet<QString> runningOwners;
+    QSet<QString> remembered;
     for (WindowItem w : windows) {
         runningOwners.insert(w.owner());
         QString target = sectionRouter::route(w, state);
@@ -288,8 +196,8 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
         }
         if (target.startsWith(kShelfPrefix)) {
             w.assignedShelfName = target;
-            state.shelfWindowMemory.insert(
-                w.id, {w.bundleIdentifier, w.appName, w.windowTitle, w.icon, target, w.bounds});
+            remember(w, target, state);
+            remembered.insert(identity::fingerprint(w));
             shelves[target].windows.append(w);
             if (options.showAllWindowsInAppSection) {
                 WindowItem ghost = w;
@@ -302,28 +210,21 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
         }
         result.windows.append(w);
     }
+    // The routing above compared positions with the previous refresh's.
+    state.lastSeenPidIdx = positions;
+    forgetClosedWindows(remembered, runningOwners, state);
 
     for (auto it = shelves.begin(); it != shelves.end(); ++it)
-        result.stateChanged |= applyWindowOrder(it.key(), it->windows, windows, state);
+        result.stateChanged |=
+            shelfOrder::apply(it.key(), it->windows, windows, runningOwners, state, kClosedAfterCycles);
 
     if (options.showClosedShelfApps) {
         QStringList keys = state.shelfWindowMemory.keys();
         keys.sort();
         for (const QString &key : std::as_const(keys)) {
             const ShelfWindowInfo &info = state.shelfWindowMemory[key];
-            const QString owner = info.bundleIdentifier.value_or(info.appName);
-            if (!shelves.contains(info.shelfID) || runningOwners.contains(owner))
-                continue;
-            WindowItem placeholder;
-            placeholder.id = identity::closedID(key);
-            placeholder.appName = info.appName;
-            placeholder.bundleIdentifier = info.bundleIdentifier;
-            placeholder.windowTitle = info.windowTitle;
-            placeholder.icon = info.icon;
-            placeholder.bounds = info.bounds;
-            placeholder.assignedShelfName = info.shelfID;
-            placeholder.isClosed = true;
-            shelves[info.shelfID].windows.append(placeholder);
+            if (shelves.contains(info.shelfID) && !runningOwners.contains(info.bundleIdentifier.value_or(info.appName)))
+                shelves[info.shelfID].windows.append(placeholder(key, info));
         }
     }
 
@@ -334,6 +235,7 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
             result.stateChanged = true;
         }
     }
+    result.stateChanged |= tidyCategoryOrder(appOrder, state, options.today);
     for (const QString &id : std::as_const(state.categoryOrder)) {
         if (auto shelf = shelves.constFind(id); shelf != shelves.constEnd())
             result.categories.append(*shelf);
@@ -343,79 +245,16 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
     return result;
 }
 
-QList<SigChange> migrateStateForRenamedWindows(const QList<WindowItem> &windows, TrackingState &state,
-                                               bool *descriptorsChanged)
-{
-    forgetReusedWindowNumbers(windows, state);
-    QList<SigChange> changes;
-    QSet<QString> liveDescriptors;
-    for (const WindowItem &w : windows) {
-        if (auto d = identity::manualShelfDescriptor(w, false))
-            liveDescriptors.insert(*d);
-    }
-    for (const WindowItem &w : windows) {
-        if (!w.windowNumber)
-            continue;
-        const qint64 number = *w.windowNumber;
-        const QString oldSig = state.lastSignatureByWindowNumber.value(number);
-        if (!oldSig.isEmpty() && oldSig != w.id) {
-            changes.append({oldSig, w.id});
-            if (auto it = state.windowCategoryAssignment.constFind(oldSig);
-                it != state.windowCategoryAssignment.constEnd()) {
-                state.windowCategoryAssignment.insert(w.id, *it);
-                state.windowCategoryAssignment.remove(oldSig);
-            }
-            if (state.shelfWindowMemory.contains(oldSig))
-                state.shelfWindowMemory.insert(w.id, state.shelfWindowMemory.take(oldSig));
-            if (state.explicitlyRemovedSigs.remove(oldSig))
-                state.explicitlyRemovedSigs.insert(w.id);
-            for (QStringList &entries : state.categoryWindowOrder) {
-                for (QString &e : entries) {
-                    if (identity::decodeOrderEntry(e).sig == oldSig)
-                        e = identity::encodeOrderEntry(w);
-                }
-            }
-        }
-        state.lastSignatureByWindowNumber.insert(number, w.id);
-
-        // The same window under a new title keeps the user's choice for it, unless
-        // another listed window still has the old title.
-        const std::optional<QString> descriptor = identity::manualShelfDescriptor(w, false);
-        const QString oldDescriptor = state.lastDescriptorByWindowNumber.value(number);
-        if (descriptor && !oldDescriptor.isEmpty() && oldDescriptor != *descriptor
-            && !liveDescriptors.contains(oldDescriptor)) {
-            const QString oldNormalized =
-                identity::normalizedTitleForMatching(oldDescriptor, w.bundleIdentifier);
-            for (const QString &key : {oldDescriptor, oldNormalized}) {
-                if (auto it = state.manualShelfAssignmentByDescriptor.constFind(key);
-                    it != state.manualShelfAssignmentByDescriptor.constEnd()) {
-                    const QString shelf = *it;
-                    state.manualShelfAssignmentByDescriptor.remove(key);
-                    state.manualShelfAssignmentByDescriptor.insert(*identity::manualShelfDescriptor(w, true),
-                                                                   shelf);
-                    state.manualShelfMissCache.clear();
-                    if (descriptorsChanged)
-                        *descriptorsChanged = true;
-                    break;
-                }
-            }
-            if (state.explicitlyRemovedDescriptors.remove(oldDescriptor)) {
-                state.explicitlyRemovedDescriptors.insert(*descriptor);
-                if (descriptorsChanged)
-                    *descriptorsChanged = true;
-            }
-        }
-        if (descriptor)
-            state.lastDescriptorByWindowNumber.insert(number, *descriptor);
-    }
-    return changes;
-}
-
 QList<WindowCategory> visibleCategories(const QList<WindowCategory> &categories, const TrackingState &state)
 {
+    // A section shown alone that is gone (its application quit) shows nothing; then
+    // everything is shown rather than a blank sidebar.
+    const bool only = state.onlyCategory && std::any_of(categories.begin(), categories.end(), [&](const auto &c) {
+                          return c.id == *state.onlyCategory;
+                      });
     QList<WindowCategory> out;
     for (const WindowCategory &c : categories) {
-        if (state.onlyCategory ? c.id == *state.onlyCategory : !c.isHidden)
+        if (only ? c.id == *state.onlyCategory : !c.isHidden)
             out.append(c);
     }
     return out;

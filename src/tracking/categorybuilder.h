@@ -2,9 +2,10 @@
 // stale memory and adds ghost and closed-app rows.
 #pragma once
 
-#include "tracking/enumerationrecords.h"
 #include "tracking/trackingstate.h"
 #include "tracking/windowcategory.h"
+
+#include <QDate>
 
 #include <functional>
 
@@ -16,6 +17,8 @@ struct Options
     bool showClosedShelfApps = false;
     /// The default name of a shelf from its number text ("Shelf 3").
     std::function<QString(const QString &number)> defaultShelfName;
+    /// Today, for ageing app sections out of the order; invalid: no ageing.
+    QDate today;
 };
 
 struct Result
@@ -31,21 +34,8 @@ struct Result
 /// Regroups `windows`; reads and updates `state`.
 Result build(const QList<WindowItem> &windows, TrackingState &state, const Options &options);
 
-/**
- * Carries the state of windows whose signature or title changed while their window
- * number stayed (a retitle): assignments, order entries, memory, removal marks and
- * the user's shelf choice move to the new signature and descriptor. Returns the
- * signature changes; `descriptorsChanged` tells about moved descriptor choices.
- */
-QList<SigChange> migrateStateForRenamedWindows(const QList<WindowItem> &windows, TrackingState &state,
-                                               bool *descriptorsChanged = nullptr);
-
-/// Forgets what was remembered under a window number that now belongs to another
-/// process (the X server reuses the ids of clients that quit), and live placements of
-/// windows that are gone. Run by migrateStateForRenamedWindows.
-void forgetReusedWindowNumbers(const QList<WindowItem> &windows, TrackingState &state);
-
-/// Sections the sidebar shows: hidden ones left out, or only `onlyCategory` when set.
+/// Sections the sidebar shows: hidden ones left out, or only `onlyCategory` when set
+/// and still there.
 QList<WindowCategory> visibleCategories(const QList<WindowCategory> &categories, const TrackingState &state);
 
 } // namespace orvella::tracking::categoryBuilder

@@ -47,6 +47,7 @@ struct AppSnapshot
     std::optional<QString> bundleID;
     QImage icon;
     QString iconName;
+    quint64 startTime = 0; ///< see platform::RunningApp::startTime
 };
 
 } // namespace orvella::tracking

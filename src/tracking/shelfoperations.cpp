@@ -140,7 +140,7 @@ void removeWindowFromShelf(TrackingState &state, const WindowItem &window)
     if (window.windowNumber)
         state.liveWindowCategoryAssignmentByWindowNumber.remove(*window.windowNumber);
     state.lastShelfByPidAndIndex.remove(identity::pidIdx(window.pid, window.axIndex));
-    state.shelfWindowMemory.remove(window.id);
+    state.shelfWindowMemory.remove(identity::fingerprint(window));
     removeFromOrders(state, window);
     state.explicitlyRemovedSigs.insert(window.id);
     if (auto descriptor = identity::manualShelfDescriptor(window, false))

@@ -5,9 +5,11 @@
 #include "logging.h"
 #include "platform/preferencesstore.h"
 #include "tracking/identity.h"
+#include "tracking/shelforder.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QDate>
 
 namespace orvella::tracking::shelfPersistence {
 
@@ -25,6 +27,8 @@ const QString kManualByDescriptor = QStringLiteral("ov.manualShelfAssignmentByDe
 const QString kExplicitlyRemovedSigs = QStringLiteral("ov.explicitlyRemovedSigs");
 const QString kExplicitlyRemovedDescriptors = QStringLiteral("ov.explicitlyRemovedDescriptors");
 const QString kLastSigByWindowNum = QStringLiteral("ov.lastSigByWindowNum");
+const QString kWindowNumberOwners = QStringLiteral("ov.windowNumberOwners");
+const QString kCategoryLastSeen = QStringLiteral("ov.categoryLastSeen");
 
 QJsonObject stringMap(const QHash<QString, QString> &map)
 {
@@ -70,6 +74,57 @@ QStringList withoutRepeats(const QStringList &list)
     return out;
 }
 
+// A window number is trusted only with its owner: entries under a number without a
+// (well-formed) owner record are dropped, and the title-based rules place its window.
+void restoreWindowNumberOwners(TrackingState &state, const platform::PreferencesStore &store)
+{
+    const auto object = store.dictionaryValue(kWindowNumberOwners);
+    if (!object)
+        return;
+    int malformed = 0;
+    for (auto it = object->begin(); it != object->end(); ++it) {
+        bool isNumber = false;
+        const qint64 number = it.key().toLongLong(&isNumber);
+        const QJsonObject record = it.value().toObject();
+        bool isTime = false;
+        WindowOwner owner{record.value(QStringLiteral("owner")).toString(),
+                          qint32(record.value(QStringLiteral("pid")).toInt()),
+                          record.value(QStringLiteral("startTime")).toString().toULongLong(&isTime)};
+        if (!isNumber || !isTime || owner.owner.isEmpty() || owner.pid <= 0) {
+            ++malformed;
+            continue;
+        }
+        state.ownerByWindowNumber.insert(number, owner);
+    }
+    if (malformed > 0)
+        qCWarning(lcTracking).noquote()
+            << QStringLiteral("[OV] restoreState() — %1 malformed window-number owners ignored").arg(malformed);
+}
+
+void dropNumbersWithoutOwner(TrackingState &state)
+{
+    const auto untrusted = [&state](const QString &sig) {
+        const qsizetype at = sig.indexOf(QStringLiteral("::wn:"));
+        bool ok = false;
+        const qint64 number = at < 0 ? 0 : sig.mid(at + 5).toLongLong(&ok);
+        return ok && !state.ownerByWindowNumber.contains(number);
+    };
+    QSet<QString> dropped;
+    for (const QString &sig : state.windowCategoryAssignment.keys() + state.explicitlyRemovedSigs.values()) {
+        if (untrusted(sig))
+            dropped.insert(sig);
+    }
+    for (const QString &sig : std::as_const(dropped)) {
+        state.windowCategoryAssignment.remove(sig);
+        state.explicitlyRemovedSigs.remove(sig);
+        shelfOrder::detach(state, sig);
+    }
+    if (!dropped.isEmpty())
+        qCInfo(lcTracking).noquote()
+            << QStringLiteral("[OV] restoreState() — %1 window-number entries without a known owner dropped")
+                   .arg(dropped.size());
+}
+
 } // namespace
 
 void persistState(const TrackingState &state, platform::PreferencesStore &store)
@@ -96,6 +151,16 @@ void persistState(const TrackingState &state, platform::PreferencesStore &store)
          ++it)
         sigs.insert(QString::number(it.key()), it.value());
     store.setDictionary(kLastSigByWindowNum, sigs);
+    QJsonObject owners;
+    for (auto it = state.ownerByWindowNumber.begin(); it != state.ownerByWindowNumber.end(); ++it)
+        owners.insert(QString::number(it.key()), QJsonObject{{QStringLiteral("owner"), it->owner},
+                                                             {QStringLiteral("pid"), it->pid},
+                                                             {QStringLiteral("startTime"), QString::number(it->startTime)}});
+    store.setDictionary(kWindowNumberOwners, owners);
+    QJsonObject seen;
+    for (auto it = state.categoryLastSeen.begin(); it != state.categoryLastSeen.end(); ++it)
+        seen.insert(it.key(), it->toString(Qt::ISODate));
+    store.setDictionary(kCategoryLastSeen, seen);
 }
 
 void restoreState(TrackingState &state, platform::PreferencesStore &store)
@@ -145,12 +210,20 @@ void restoreState(TrackingState &state, platform::PreferencesStore &store)
         state.explicitlyRemovedSigs = QSet<QString>(sigs->begin(), sigs->end());
     if (auto descriptors = store.stringListValue(kExplicitlyRemovedDescriptors))
         state.explicitlyRemovedDescriptors = QSet<QString>(descriptors->begin(), descriptors->end());
+    restoreWindowNumberOwners(state, store);
+    dropNumbersWithoutOwner(state);
     if (auto sigs = readStringMap(store, kLastSigByWindowNum)) {
         for (auto it = sigs->begin(); it != sigs->end(); ++it) {
             bool isNumber = false;
             const qint64 number = it.key().toLongLong(&isNumber);
-            if (isNumber)
+            if (isNumber && state.ownerByWindowNumber.contains(number))
                 state.lastSignatureByWindowNumber.insert(number, it.value()); // the stored one wins
+        }
+    }
+    if (auto seen = readStringMap(store, kCategoryLastSeen)) {
+        for (auto it = seen->begin(); it != seen->end(); ++it) {
+            if (const QDate day = QDate::fromString(it.value(), Qt::ISODate); day.isValid())
+                state.categoryLastSeen.insert(it.key(), day);
         }
     }
     qCInfo(lcTracking).noquote() << QStringLiteral(

@@ -10,8 +10,8 @@ class PreferencesStore;
 
 namespace orvella::tracking::shelfPersistence {
 
-/// Writes the twelve "ov." keys, in their fixed order; empty collections are written
-/// as empty arrays or objects, never removed.
+/// Writes the "ov." keys, in their fixed order; empty collections are written as empty
+/// arrays or objects, never removed. The store writes nothing when no value changed.
 void persistState(const TrackingState &state, platform::PreferencesStore &store);
 
 /// Reads the keys back, each only when it has the expected shape (otherwise the field

@@ -15,6 +15,21 @@
 
 namespace orvella::tracking {
 
+/// The process a window number belonged to. The X server hands the ids of a client
+/// that quit to the next one, so a number names the same window only while its owner
+/// is the same: the same application, pid and process start time.
+struct WindowOwner
+{
+    QString owner; ///< the window's owner string (desktop-file id, else app name)
+    qint32 pid = 0;
+    quint64 startTime = 0; ///< 0: unknown, matches any
+    bool sameAs(const WindowOwner &other) const
+    {
+        return owner == other.owner && pid == other.pid
+               && (startTime == 0 || other.startTime == 0 || startTime == other.startTime);
+    }
+};
+
 /**
  * The stored state of the window manager, in one value so that persistence, routing
  * and tests can see all of it. Keys are the identity strings of identity.h. The fields
@@ -42,6 +57,8 @@ struct TrackingState
     QSet<QString> manualShelfMissCache;
     QSet<QString> explicitlyRemovedSigs;        ///< persisted "ov.explicitlyRemovedSigs"
     QSet<QString> explicitlyRemovedDescriptors; ///< persisted "ov.explicitlyRemovedDescriptors"
+    /// What is remembered of shelved windows, keyed by fingerprint so that one closed
+    /// window yields one placeholder whatever ids it had.
     QHash<QString, ShelfWindowInfo> shelfWindowMemory;
 
     double fastRefreshInterval = 1.5;
@@ -80,14 +97,25 @@ struct TrackingState
     QHash<QString, QRectF> sidebarZoomRestoreFrames;
     QHash<QString, QRectF> nativeZoomRestoredFrames;
     QStringList categoryOrder; ///< persisted "ov.categoryOrder"
+    /// The day each app section was last listed, so that sections of applications no
+    /// longer used leave the order; persisted "ov.categoryLastSeen".
+    QHash<QString, QDate> categoryLastSeen;
 
     /// The plain descriptor each window number had at the last regrouping, so that a
     /// retitled window carries the user's choice to its new title (this run only).
     QHash<qint64, QString> lastDescriptorByWindowNumber;
-    /// The process each window number belonged to. The X server hands the ids of a
-    /// client that quit to the next one, so a number seen under another process is
-    /// another window, and what was remembered under it is forgotten (this run only).
-    QHash<qint64, qint32> pidByWindowNumber;
+    /// The owner of each remembered window number; a number seen under another owner
+    /// is another window, and what was remembered under it is forgotten. Persisted
+    /// "ov.windowNumberOwners".
+    QHash<qint64, WindowOwner> ownerByWindowNumber;
+    /// Regroupings in a row each remembered window number was not listed.
+    QHash<qint64, int> numberAbsenceCount;
+    /// The `shelfWindowMemory` key each shelved window number wrote last: a retitled
+    /// window replaces its memory instead of adding a second placeholder.
+    QHash<qint64, QString> memoryKeyByWindowNumber;
+    /// Regroupings in a row a remembered window (memory key or order entry) was missing
+    /// while its application ran: after a while it was closed, not merely not yet back.
+    QHash<QString, int> closedAbsenceCount;
 };
 
 } // namespace orvella::tracking

@@ -15,7 +15,8 @@ struct WindowItem
     /// The identity string: a signature (see identity.h), a ghost id or a closed-app id.
     QString id;
     qint32 pid = 0;
-    /// Position in the owning application's window list at the last refresh.
+    /// Place among the owning application's windows in mapping order, oldest first;
+    /// raising a window leaves it unchanged.
     int axIndex = 0;
     QString appName;
     std::optional<QString> bundleIdentifier;
@@ -30,6 +31,9 @@ struct WindowItem
     std::optional<QString> assignedShelfName;
     /// A placeholder for a shelved window whose application is not running.
     bool isClosed = false;
+    /// The owning process's start time (see AppSnapshot); with the pid and the owner it
+    /// tells whether a window number still names the window it named before.
+    quint64 processStartTime = 0;
 
     /// The bundle identifier when present, else the application name.
     QString owner() const { return bundleIdentifier.value_or(appName); }

@@ -10,6 +10,7 @@
 #include "tracking/observationscheduler.h"
 #include "tracking/shelfoperations.h"
 #include "tracking/shelfpersistence.h"
+#include "tracking/windownumbers.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -170,6 +171,7 @@ void WindowManager::apply(quint64 generation, ReadResult result)
         return; // a newer refresh started; it clears isRefreshing
 
     publishLikelyCount(result.likelyCount);
+    m_state.userMinimizedSignatures.subtract(result.contradictedMarks);
     m_runningApps = result.apps;
     QList<qint32> regularPids;
     for (const AppSnapshot &app : std::as_const(m_runningApps))
@@ -195,7 +197,7 @@ void WindowManager::apply(quint64 generation, ReadResult result)
     }
     bool descriptorsMoved = false;
     const QList<SigChange> renamed =
-        categoryBuilder::migrateStateForRenamedWindows(m_windows, m_state, &descriptorsMoved);
+        windowNumbers::migrateRenamed(m_windows, m_state, &descriptorsMoved);
     if (!renamed.isEmpty() || descriptorsMoved)
         persistState();
     buildCategories();
@@ -260,6 +262,7 @@ void WindowManager::buildCategories()
     options.showAllWindowsInAppSection = m_settings ? m_settings->showAllWindowsInAppSection() : true;
     options.showClosedShelfApps = m_settings ? m_settings->showClosedShelfApps() : false;
     options.defaultShelfName = [this](const QString &number) { return defaultShelfName(number); };
+    options.today = m_scheduler.now().date();
     m_state.showAllWindowsInAppSection = options.showAllWindowsInAppSection;
 
     categoryBuilder::Result result = categoryBuilder::build(m_windows, m_state, options);

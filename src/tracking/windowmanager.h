@@ -190,6 +190,10 @@ private:
     /// Follows the settings the model keeps a copy of, for tiling and avoidance.
     void followSettings();
     bool hasCategory(const QString &categoryID) const;
+    /// Records (or clears) that the user minimized these windows through Orvella, so
+    /// that a late answer of the window manager does not show them restored.
+    void noteUserMinimized(const QList<WindowItem> &windows, bool minimized);
+    QList<WindowItem> sectionWindows(const QString &categoryID) const;
     bool request(WindowActionRequest request, Completion done);
 
     std::shared_ptr<platform::Desktop> m_desktop;

@@ -123,7 +123,7 @@ ReadResult readWindows(const platform::DesktopSnapshot &snapshot, qint32 ownPid,
         if (!app.regular || app.pid == ownPid)
             continue;
         const AppSnapshot appSnapshot{app.pid, app.name.isEmpty() ? unknownAppName : app.name, app.bundleID,
-                                      app.icon, app.iconName};
+                                      app.icon, app.iconName, app.startTime};
         result.apps.append(appSnapshot);
         const auto windows = snapshot.windowsByPid.value(app.pid);
         if (!windows || windows->isEmpty())
@@ -144,19 +144,25 @@ ReadResult readWindows(const platform::DesktopSnapshot &snapshot, qint32 ownPid,
                 used.insert(*number);
 
             bool minimized = correctedMinimized(w.minimized, number, w.frame, facts);
-            if (userMinimizedSignatures.contains(identity::titleSignature(owner, w.title))
-                || (number
-                    && userMinimizedSignatures.contains(identity::windowNumberSignature(owner, *number))))
-                minimized = true;
-            const bool active = app.pid == snapshot.frontmostPid && !w.title.isEmpty()
-                                && snapshot.focusedTitle == w.title && !minimized;
+            const bool focused = app.pid == snapshot.frontmostPid && !w.title.isEmpty()
+                                 && snapshot.focusedTitle == w.title && !minimized;
+            for (const QString &mark : {identity::titleSignature(owner, w.title),
+                                        number ? identity::windowNumberSignature(owner, *number) : QString()}) {
+                if (!userMinimizedSignatures.contains(mark))
+                    continue;
+                if (focused)
+                    result.contradictedMarks.insert(mark);
+                else
+                    minimized = true;
+            }
+            const bool active = focused && !minimized;
             if (isSkipped(app.bundleID, w.title, minimized, w.frame))
                 continue;
 
             WindowItem item;
             item.id = ids.next(identity::baseSignature(owner, number, w.title));
             item.pid = app.pid;
-            item.axIndex = i;
+            item.axIndex = w.clientIndex >= 0 ? w.clientIndex : i;
             item.appName = appSnapshot.name;
             item.bundleIdentifier = app.bundleID;
             item.windowTitle = w.title;
@@ -166,6 +172,7 @@ ReadResult readWindows(const platform::DesktopSnapshot &snapshot, qint32 ownPid,
             item.windowNumber = number;
             item.bounds = w.frame;
             item.isActive = active;
+            item.processStartTime = app.startTime;
             if (identity::isDiagnosticNotesWindow(item)) {
                 qCInfo(lcTracking).noquote()
                     << "[OV] notes window title=" + w.title << "axMinimized=" << w.minimized

@@ -22,6 +22,27 @@ bool WindowManager::hasCategory(const QString &categoryID) const
                        [&](const WindowCategory &c) { return c.id == categoryID; });
 }
 
+void WindowManager::noteUserMinimized(const QList<WindowItem> &windows, bool minimized)
+{
+    for (const WindowItem &w : windows) {
+        const QString sig = w.windowNumber ? identity::windowNumberSignature(w.owner(), *w.windowNumber)
+                                           : identity::titleSignature(w.owner(), w.windowTitle);
+        if (minimized)
+            m_state.userMinimizedSignatures.insert(sig);
+        else
+            m_state.userMinimizedSignatures.remove(sig);
+    }
+}
+
+QList<WindowItem> WindowManager::sectionWindows(const QString &categoryID) const
+{
+    for (const WindowCategory &c : m_categories) {
+        if (c.id == categoryID)
+            return c.windows;
+    }
+    return {};
+}
+
 QString WindowManager::addShelf()
 {
     const QString id = shelfOperations::addShelf(
@@ -164,13 +185,19 @@ WindowActionRequest onTarget(Verb verb, const QString &target)
 bool WindowManager::focusWindow(const QString &windowID, Completion done)
 {
     const auto window = canonicalWindow(windowID);
-    return window && request(onWindow(Verb::Focus, *window), std::move(done));
+    if (!window || !request(onWindow(Verb::Focus, *window), std::move(done)))
+        return false;
+    noteUserMinimized({*window}, false);
+    return true;
 }
 
 bool WindowManager::minimizeWindow(const QString &windowID, Completion done)
 {
     const auto window = canonicalWindow(windowID);
-    return window && request(onWindow(Verb::Minimize, *window), std::move(done));
+    if (!window || !request(onWindow(Verb::Minimize, *window), std::move(done)))
+        return false;
+    noteUserMinimized({*window}, true);
+    return true;
 }
 
 bool WindowManager::closeWindow(const QString &windowID, Completion done)
@@ -202,17 +229,26 @@ bool WindowManager::tileCategoryWindows(const QString &categoryID, const QString
 
 bool WindowManager::minimizeCategoryWindows(const QString &categoryID, Completion done)
 {
-    return hasCategory(categoryID) && request(onTarget(Verb::MinimizeSection, categoryID), std::move(done));
+    if (!hasCategory(categoryID) || !request(onTarget(Verb::MinimizeSection, categoryID), std::move(done)))
+        return false;
+    noteUserMinimized(sectionWindows(categoryID), true);
+    return true;
 }
 
 bool WindowManager::restoreCategoryWindows(const QString &categoryID, Completion done)
 {
-    return hasCategory(categoryID) && request(onTarget(Verb::RestoreSection, categoryID), std::move(done));
+    if (!hasCategory(categoryID) || !request(onTarget(Verb::RestoreSection, categoryID), std::move(done)))
+        return false;
+    noteUserMinimized(sectionWindows(categoryID), false);
+    return true;
 }
 
 bool WindowManager::restoreAndRaiseCategoryWindows(const QString &categoryID, Completion done)
 {
-    return hasCategory(categoryID) && request(onTarget(Verb::RaiseSection, categoryID), std::move(done));
+    if (!hasCategory(categoryID) || !request(onTarget(Verb::RaiseSection, categoryID), std::move(done)))
+        return false;
+    noteUserMinimized(sectionWindows(categoryID), false);
+    return true;
 }
 
 bool WindowManager::toggleShowDesktop(Completion done)

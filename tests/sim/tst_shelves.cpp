@@ -178,7 +178,7 @@ void TestShelves::movingWindowsKeepsTheUsersOrder()
                                    .toVariant()
                                    .toStringList();
     QCOMPARE(stored.constFirst(),
-             QStringLiteral("org.gnome.TextEditor::wn:3__100:0__org.gnome.TextEditor::doc3"));
+             QStringLiteral("org.gnome.TextEditor::wn:3__100:2__org.gnome.TextEditor::doc3"));
 }
 
 void TestShelves::removedWindowStaysOutOfItsShelf()
@@ -257,7 +257,7 @@ void TestShelves::shelvedWindowsShowAsGhostsAndAsClosedPlaceholders()
     refresh();
     QCOMPARE(section(shelf)->windows.size(), 1);
     const WindowItem placeholder = section(shelf)->windows.constFirst();
-    QCOMPARE(placeholder.id, QStringLiteral("closed-Files::wn:5"));
+    QCOMPARE(placeholder.id, QStringLiteral("closed-Files::Downloads"));
     QVERIFY(placeholder.isClosed);
     QCOMPARE(placeholder.windowTitle, QStringLiteral("Downloads"));
 

@@ -94,6 +94,22 @@ MemoryInfo memInfo(QByteArrayView text)
     return info;
 }
 
+std::optional<quint64> processStartTime(QByteArrayView text)
+{
+    const QByteArray line(text.data(), text.size());
+    const qsizetype close = line.lastIndexOf(')');
+    if (close < 0)
+        return std::nullopt;
+    // After the name come fields 3 (state) onwards; the start time is the 20th of them.
+    const QList<QByteArray> fields = line.mid(close + 1).simplified().split(' ');
+    constexpr qsizetype kStartTimeAfterName = 22 - 3;
+    if (fields.size() <= kStartTimeAfterName)
+        return std::nullopt;
+    bool ok = false;
+    const quint64 ticks = fields[kStartTimeAfterName].toULongLong(&ok);
+    return ok ? std::optional(ticks) : std::nullopt;
+}
+
 std::optional<double> uptime(QByteArrayView text)
 {
     const QList<QByteArray> fields = QByteArray(text.data(), text.size()).simplified().split(' ');

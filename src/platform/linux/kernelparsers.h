@@ -17,6 +17,10 @@ std::optional<QList<CpuTicks>> procStat(QByteArrayView text);
 /// The figures of /proc/meminfo as the monitor publishes them; all zero without MemTotal.
 MemoryInfo memInfo(QByteArrayView text);
 
+/// The start time (field 22, clock ticks after boot) from a /proc/PID/stat line; the
+/// command name in field 2 may hold spaces and parentheses.
+std::optional<quint64> processStartTime(QByteArrayView text);
+
 /// Seconds since boot from /proc/uptime.
 std::optional<double> uptime(QByteArrayView text);
 

@@ -20,6 +20,8 @@ void SimulatedDesktop::setOwnPid(qint32 pid)
 void SimulatedDesktop::addApp(App app)
 {
     QMutexLocker lock(&m_mutex);
+    for (Window &w : app.windows)
+        w.mappedSerial = ++m_mappedSerial;
     m_apps.append(std::move(app));
 }
 
@@ -32,6 +34,7 @@ void SimulatedDesktop::removeApp(qint32 pid)
 void SimulatedDesktop::addWindow(qint32 pid, Window window)
 {
     QMutexLocker lock(&m_mutex);
+    window.mappedSerial = ++m_mappedSerial;
     for (App &app : m_apps) {
         if (app.pid == pid)
             app.windows.prepend(std::move(window));
@@ -144,15 +147,22 @@ DesktopSnapshot SimulatedDesktop::readSnapshot()
     DesktopSnapshot snapshot;
     QList<ServerWindow> server;
     for (const App &app : m_apps) {
-        snapshot.apps.append({app.pid, app.name, app.bundleID, QString(), QImage(), app.regular});
+        snapshot.apps.append({app.pid, app.name, app.bundleID, QString(), QImage(), app.regular, app.startTime});
+        QList<qint64> mapped;
+        for (const Window &w : app.windows) {
+            if (!m_vanished.contains(w.number))
+                mapped.append(w.mappedSerial);
+        }
+        std::sort(mapped.begin(), mapped.end());
         QList<AppWindow> windows;
         for (const Window &w : app.windows) {
             server.append({w.number, w.layer, w.alpha, app.pid, w.serverBounds.value_or(w.frame),
                            w.serverKnowsName ? std::optional(w.title) : std::nullopt, w.onScreen});
             if (m_vanished.contains(w.number))
                 continue;
-            windows.append(
-                {w.title, w.frame, w.minimized, w.reportsNumber ? std::optional(w.number) : std::nullopt});
+            windows.append({w.title, w.frame, w.minimized,
+                            w.reportsNumber ? std::optional(w.number) : std::nullopt,
+                            int(std::lower_bound(mapped.begin(), mapped.end(), w.mappedSerial) - mapped.begin())});
             if (w.number == m_focus) {
                 snapshot.frontmostPid = app.pid;
                 snapshot.focusedTitle = w.title;

@@ -43,6 +43,8 @@ public:
         bool closesOnRequest = true;
         /// This many moves are lost, as with a window manager that is busy elsewhere.
         int ignoredMoves = 0;
+        /// Mapping order, set by the desktop: earlier windows of an app have smaller values.
+        qint64 mappedSerial = 0;
     };
     struct App
     {
@@ -53,10 +55,13 @@ public:
         QList<Window> windows;
         /// The application's window list cannot be read.
         bool windowsUnreadable = false;
+        /// Process start time; a restarted app gets a new one even when its pid is reused.
+        quint64 startTime = 0;
     };
 
     void setTrusted(bool trusted);
     void setOwnPid(qint32 pid);
+    /// The app's windows are listed topmost first and were mapped in that order.
     void addApp(App app);
     void removeApp(qint32 pid);
     /// Adds a window on top of its application's others.
@@ -116,6 +121,7 @@ private:
     mutable QMutex m_mutex;
     QWaitCondition m_released;
     QList<App> m_apps;
+    qint64 m_mappedSerial = 0;
     QList<qint64> m_vanished;
     qint64 m_focus = 0;
     qint32 m_ownPid = 1;

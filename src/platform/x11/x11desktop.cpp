@@ -3,6 +3,7 @@
 
 #include "logging.h"
 #include "platform/linux/desktopentries.h"
+#include "platform/linux/kernelparsers.h"
 #include "platform/x11/x11atoms.h"
 #include "platform/x11/x11clientreader.h"
 #include "platform/x11/x11replies.h"
@@ -79,6 +80,15 @@ QString processName(qint32 pid)
     return QString::fromUtf8(file.read(64)).trimmed();
 }
 
+// 0 when the process is gone or its stat line does not parse.
+quint64 processStartTime(qint32 pid)
+{
+    QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return parsers::processStartTime(file.read(4096)).value_or(0);
+}
+
 ServerWindow serverWindow(const ClientFacts &c, std::optional<std::uint32_t> currentDesktop)
 {
     ServerWindow w;
@@ -94,9 +104,9 @@ ServerWindow serverWindow(const ClientFacts &c, std::optional<std::uint32_t> cur
     return w;
 }
 
-AppWindow appWindow(const ClientFacts &c)
+AppWindow appWindow(const ClientFacts &c, int clientIndex)
 {
-    return {c.title.value_or(QString()), QRectF(c.frame), isMinimized(c), qint64(c.window)};
+    return {c.title.value_or(QString()), QRectF(c.frame), isMinimized(c), qint64(c.window), clientIndex};
 }
 
 // Topmost first; windows the stacking list does not know keep their client-list order.
@@ -167,6 +177,7 @@ RunningApp X11Desktop::Private::runningApp(qint32 pid, const QList<const ClientF
     }
     if (app.name.isEmpty())
         app.name = className.isEmpty() ? processName(pid) : className;
+    app.startTime = processStartTime(pid);
     return app;
 }
 
@@ -193,10 +204,16 @@ DesktopSnapshot X11Desktop::Private::snapshot(const DesktopFacts &facts) const
     for (qint32 pid : pids) {
         const QList<const ClientFacts *> &clients = clientsByPid[pid];
         out.apps.append(runningApp(pid, clients));
+        // The client list keeps mapping order, so a window's place in it survives raises.
+        QHash<const ClientFacts *, int> clientIndex;
+        for (const ClientFacts *c : clients) {
+            if (isTaskbarWindow(*c))
+                clientIndex.insert(c, int(clientIndex.size()));
+        }
         QList<AppWindow> windows;
         for (const ClientFacts *c : topmostFirst(clients)) {
             if (isTaskbarWindow(*c))
-                windows.append(appWindow(*c));
+                windows.append(appWindow(*c, clientIndex.value(c)));
         }
         out.windowsByPid.insert(pid, windows);
     }

@@ -59,15 +59,24 @@ void TestShelfPersistence::handWrittenStoreRestoresTheDescribedState()
           "code::notes.md__812:1",
           "firefox-esr::Inbox",
           "code::wn:41__812:0__code::main.cpp"]},
-      "ov.windowCategoryAssignment": {"code::wn:41": "shelf-1", "firefox-esr::Inbox": "shelf-3"},
+      "ov.windowCategoryAssignment": {"code::wn:41": "shelf-1", "firefox-esr::Inbox": "shelf-3",
+                                      "code::wn:8": "shelf-1"},
       "ov.manualShelfAssignmentByDescriptor": {"code::main.cpp": "shelf-1"},
       "ov.explicitlyRemovedSigs": ["code::wn:7"],
       "ov.explicitlyRemovedDescriptors": ["code::scratch"],
-      "ov.lastSigByWindowNum": {"41": "code::wn:41", "0x2a": "junk", "-3": "x::wn:-3", "": "empty"}
+      "ov.lastSigByWindowNum": {"41": "code::wn:41", "0x2a": "junk", "-3": "x::wn:-3", "": "empty",
+                                "8": "code::wn:8"},
+      "ov.windowNumberOwners": {"41": {"owner": "code", "pid": 812, "startTime": "4711"},
+                                "-3": {"owner": "x", "pid": 9, "startTime": "0"},
+                                "7": {"owner": "code", "pid": 812, "startTime": "4711"},
+                                "8": {"owner": "code", "pid": "812"}}
     })");
     TrackingState state;
     state.lastSignatureByWindowNumber.insert(41, QStringLiteral("in memory"));
     state.lastSignatureByWindowNumber.insert(99, QStringLiteral("kept"));
+    // Number 8's owner does not parse: its entries are not trusted.
+    QTest::ignoreMessage(QtWarningMsg, "[OV] restoreState() — 1 malformed window-number owners ignored");
+    QTest::ignoreMessage(QtInfoMsg, "[OV] restoreState() — 1 window-number entries without a known owner dropped");
     QTest::ignoreMessage(QtInfoMsg, "[OV] restoreState() — shelves: 2, assignments: 2, sigMap: 3, order: 3");
     shelfPersistence::restoreState(state, *store);
 
@@ -90,6 +99,7 @@ void TestShelfPersistence::handWrittenStoreRestoresTheDescribedState()
     QCOMPARE(state.lastSignatureByWindowNumber.value(-3), QStringLiteral("x::wn:-3"));
     QCOMPARE(state.lastSignatureByWindowNumber.value(99), QStringLiteral("kept"));
     QCOMPARE(state.lastSignatureByWindowNumber.size(), 3);
+    QCOMPARE(state.ownerByWindowNumber.value(41).startTime, 4711u);
 }
 
 void TestShelfPersistence::mistypedKeysKeepTheirFields_data()
@@ -139,6 +149,10 @@ void TestShelfPersistence::roundTripIsLosslessAndEmptiesAreWritten()
     state.explicitlyRemovedSigs = {QStringLiteral("a::wn:9")};
     state.explicitlyRemovedDescriptors = {QStringLiteral("a::gone")};
     state.lastSignatureByWindowNumber = {{1, QStringLiteral("a::wn:1")}, {-7, QStringLiteral("b::wn:-7")}};
+    state.ownerByWindowNumber = {{1, {QStringLiteral("a"), 10, 123456789012}},
+                                 {-7, {QStringLiteral("b"), 11, 0}},
+                                 {9, {QStringLiteral("a"), 10, 5}}};
+    state.categoryLastSeen = {{QStringLiteral("code"), QDate(2026, 2, 28)}};
     {
         PreferencesStore store(m_path);
         shelfPersistence::persistState(state, store);
@@ -158,6 +172,12 @@ void TestShelfPersistence::roundTripIsLosslessAndEmptiesAreWritten()
     QCOMPARE(restored.explicitlyRemovedSigs, state.explicitlyRemovedSigs);
     QCOMPARE(restored.explicitlyRemovedDescriptors, state.explicitlyRemovedDescriptors);
     QCOMPARE(restored.lastSignatureByWindowNumber, state.lastSignatureByWindowNumber);
+    QCOMPARE(restored.ownerByWindowNumber.keys(), state.ownerByWindowNumber.keys());
+    for (auto it = state.ownerByWindowNumber.cbegin(); it != state.ownerByWindowNumber.cend(); ++it) {
+        const WindowOwner back = restored.ownerByWindowNumber.value(it.key());
+        QVERIFY(back.owner == it->owner && back.pid == it->pid && back.startTime == it->startTime);
+    }
+    QCOMPARE(restored.categoryLastSeen, state.categoryLastSeen);
 
     // Emptied collections are written, not removed: restoring leaves a field alone when its
     // key is missing, so a removed key would bring the old contents back.
