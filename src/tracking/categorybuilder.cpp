@@ -83,13 +83,15 @@ void remember(const WindowItem &w, const QString &shelf, TrackingState &state)
             state.shelfWindowMemory.remove(previous);
         state.memoryKeyByWindowNumber.insert(*w.windowNumber, key);
     }
-    state.shelfWindowMemory.insert(key, {w.bundleIdentifier, w.appName, w.windowTitle, w.icon, shelf, w.bounds});
+    state.shelfWindowMemory.insert(key,
+                                   {w.bundleIdentifier, w.appName, w.windowTitle, w.icon, shelf, w.bounds});
     state.closedAbsenceCount.remove(key);
 }
 
 // Memories of windows that were closed while their application kept running go;
 // those of applications that are not running stay, for their placeholders.
-void forgetClosedWindows(const QSet<QString> &listed, const QSet<QString> &runningOwners, TrackingState &state)
+void forgetClosedWindows(const QSet<QString> &listed, const QSet<QString> &runningOwners,
+                         TrackingState &state)
 {
     state.shelfWindowMemory.removeIf([&](const auto &it) {
         if (listed.contains(it.key()) || !runningOwners.contains(it->bundleIdentifier.value_or(it->appName)))
@@ -223,7 +225,8 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
         keys.sort();
         for (const QString &key : std::as_const(keys)) {
             const ShelfWindowInfo &info = state.shelfWindowMemory[key];
-            if (shelves.contains(info.shelfID) && !runningOwners.contains(info.bundleIdentifier.value_or(info.appName)))
+            if (shelves.contains(info.shelfID)
+                && !runningOwners.contains(info.bundleIdentifier.value_or(info.appName)))
                 shelves[info.shelfID].windows.append(placeholder(key, info));
         }
     }
@@ -249,9 +252,9 @@ QList<WindowCategory> visibleCategories(const QList<WindowCategory> &categories,
 {
     // A section shown alone that is gone (its application quit) shows nothing; then
     // everything is shown rather than a blank sidebar.
-    const bool only = state.onlyCategory && std::any_of(categories.begin(), categories.end(), [&](const auto &c) {
-                          return c.id == *state.onlyCategory;
-                      });
+    const bool only = state.onlyCategory
+                      && std::any_of(categories.begin(), categories.end(),
+                                     [&](const auto &c) { return c.id == *state.onlyCategory; });
     QList<WindowCategory> out;
     for (const WindowCategory &c : categories) {
         if (only ? c.id == *state.onlyCategory : !c.isHidden)

@@ -42,7 +42,8 @@ bool stillShelved(const identity::OrderEntry &d, const QString &shelf, const Tra
     const QString owner = ownerOf(*d.fingerprint);
     const QString title = d.fingerprint->mid(owner.size() + 2).trimmed();
     const QString plain = owner + QStringLiteral("::") + title;
-    const QString normalized = owner + QStringLiteral("::") + identity::normalizedTitleForMatching(title, owner);
+    const QString normalized =
+        owner + QStringLiteral("::") + identity::normalizedTitleForMatching(title, owner);
     return state.manualShelfAssignmentByDescriptor.value(plain) == shelf
            || state.manualShelfAssignmentByDescriptor.value(normalized) == shelf;
 }
@@ -120,7 +121,8 @@ bool apply(const QString &shelf, QList<WindowItem> &windows, const QList<WindowI
          }},
         // Same id, other title: the window was retitled. Its id is still its own, since
         // an id whose number changed owner has been detached.
-        {nullptr, [](const WindowItem &w, const Listed &, const identity::OrderEntry &d) { return d.sig == w.id; }},
+        {nullptr,
+         [](const WindowItem &w, const Listed &, const identity::OrderEntry &d) { return d.sig == w.id; }},
         {"order-fixup",
          [&](const WindowItem &, const Listed &l, const identity::OrderEntry &d) {
              return free(d) && !d.fingerprint && d.pidIdx == l.pidIdx;

@@ -7,9 +7,9 @@
 #include "tracking/identity.h"
 #include "tracking/shelforder.h"
 
+#include <QDate>
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QDate>
 
 namespace orvella::tracking::shelfPersistence {
 
@@ -98,7 +98,8 @@ void restoreWindowNumberOwners(TrackingState &state, const platform::Preferences
     }
     if (malformed > 0)
         qCWarning(lcTracking).noquote()
-            << QStringLiteral("[OV] restoreState() — %1 malformed window-number owners ignored").arg(malformed);
+            << QStringLiteral("[OV] restoreState() — %1 malformed window-number owners ignored")
+                   .arg(malformed);
 }
 
 void dropNumbersWithoutOwner(TrackingState &state)
@@ -153,9 +154,10 @@ void persistState(const TrackingState &state, platform::PreferencesStore &store)
     store.setDictionary(kLastSigByWindowNum, sigs);
     QJsonObject owners;
     for (auto it = state.ownerByWindowNumber.begin(); it != state.ownerByWindowNumber.end(); ++it)
-        owners.insert(QString::number(it.key()), QJsonObject{{QStringLiteral("owner"), it->owner},
-                                                             {QStringLiteral("pid"), it->pid},
-                                                             {QStringLiteral("startTime"), QString::number(it->startTime)}});
+        owners.insert(QString::number(it.key()),
+                      QJsonObject{{QStringLiteral("owner"), it->owner},
+                                  {QStringLiteral("pid"), it->pid},
+                                  {QStringLiteral("startTime"), QString::number(it->startTime)}});
     store.setDictionary(kWindowNumberOwners, owners);
     QJsonObject seen;
     for (auto it = state.categoryLastSeen.begin(); it != state.categoryLastSeen.end(); ++it)

@@ -196,8 +196,7 @@ void WindowManager::apply(quint64 generation, ReadResult result)
         m_state.lastWindowCount = count;
     }
     bool descriptorsMoved = false;
-    const QList<SigChange> renamed =
-        windowNumbers::migrateRenamed(m_windows, m_state, &descriptorsMoved);
+    const QList<SigChange> renamed = windowNumbers::migrateRenamed(m_windows, m_state, &descriptorsMoved);
     if (!renamed.isEmpty() || descriptorsMoved)
         persistState();
     buildCategories();

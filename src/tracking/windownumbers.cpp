@@ -75,7 +75,8 @@ void forgetReused(const QList<WindowItem> &windows, TrackingState &state)
         [&present](const auto &it) { return !present.contains(it.key()); });
 }
 
-QList<SigChange> migrateRenamed(const QList<WindowItem> &windows, TrackingState &state, bool *descriptorsChanged)
+QList<SigChange> migrateRenamed(const QList<WindowItem> &windows, TrackingState &state,
+                                bool *descriptorsChanged)
 {
     forgetReused(windows, state);
     QList<SigChange> changes;
@@ -119,7 +120,8 @@ QList<SigChange> migrateRenamed(const QList<WindowItem> &windows, TrackingState 
         const QString oldDescriptor = state.lastDescriptorByWindowNumber.value(number);
         if (descriptor && !oldDescriptor.isEmpty() && oldDescriptor != *descriptor
             && !liveDescriptors.contains(oldDescriptor)) {
-            const QString oldNormalized = identity::normalizedTitleForMatching(oldDescriptor, w.bundleIdentifier);
+            const QString oldNormalized =
+                identity::normalizedTitleForMatching(oldDescriptor, w.bundleIdentifier);
             for (const QString &key : {oldDescriptor, oldNormalized}) {
                 if (auto it = state.manualShelfAssignmentByDescriptor.constFind(key);
                     it != state.manualShelfAssignmentByDescriptor.constEnd()) {
@@ -177,7 +179,8 @@ bool pruneAbsent(const QList<WindowItem> &windows, TrackingState &state, int cyc
     }
     if (const qsizetype pruned = assignmentsBefore - state.windowCategoryAssignment.size(); pruned > 0)
         qCInfo(lcTracking).noquote()
-            << QStringLiteral("[OV] pruned %1 stale wn: entries from windowCategoryAssignment (absent ≥%2 cycles)")
+            << QStringLiteral(
+                   "[OV] pruned %1 stale wn: entries from windowCategoryAssignment (absent ≥%2 cycles)")
                    .arg(pruned)
                    .arg(cycles);
     return forgotten;

@@ -122,8 +122,9 @@ ReadResult readWindows(const platform::DesktopSnapshot &snapshot, qint32 ownPid,
     for (const platform::RunningApp &app : snapshot.apps) {
         if (!app.regular || app.pid == ownPid)
             continue;
-        const AppSnapshot appSnapshot{app.pid, app.name.isEmpty() ? unknownAppName : app.name, app.bundleID,
-                                      app.icon, app.iconName, app.startTime};
+        const AppSnapshot appSnapshot{app.pid,      app.name.isEmpty() ? unknownAppName : app.name,
+                                      app.bundleID, app.icon,
+                                      app.iconName, app.startTime};
         result.apps.append(appSnapshot);
         const auto windows = snapshot.windowsByPid.value(app.pid);
         if (!windows || windows->isEmpty())
@@ -146,8 +147,9 @@ ReadResult readWindows(const platform::DesktopSnapshot &snapshot, qint32 ownPid,
             bool minimized = correctedMinimized(w.minimized, number, w.frame, facts);
             const bool focused = app.pid == snapshot.frontmostPid && !w.title.isEmpty()
                                  && snapshot.focusedTitle == w.title && !minimized;
-            for (const QString &mark : {identity::titleSignature(owner, w.title),
-                                        number ? identity::windowNumberSignature(owner, *number) : QString()}) {
+            for (const QString &mark :
+                 {identity::titleSignature(owner, w.title),
+                  number ? identity::windowNumberSignature(owner, *number) : QString()}) {
                 if (!userMinimizedSignatures.contains(mark))
                     continue;
                 if (focused)

@@ -147,7 +147,8 @@ DesktopSnapshot SimulatedDesktop::readSnapshot()
     DesktopSnapshot snapshot;
     QList<ServerWindow> server;
     for (const App &app : m_apps) {
-        snapshot.apps.append({app.pid, app.name, app.bundleID, QString(), QImage(), app.regular, app.startTime});
+        snapshot.apps.append(
+            {app.pid, app.name, app.bundleID, QString(), QImage(), app.regular, app.startTime});
         QList<qint64> mapped;
         for (const Window &w : app.windows) {
             if (!m_vanished.contains(w.number))
@@ -160,9 +161,9 @@ DesktopSnapshot SimulatedDesktop::readSnapshot()
                            w.serverKnowsName ? std::optional(w.title) : std::nullopt, w.onScreen});
             if (m_vanished.contains(w.number))
                 continue;
-            windows.append({w.title, w.frame, w.minimized,
-                            w.reportsNumber ? std::optional(w.number) : std::nullopt,
-                            int(std::lower_bound(mapped.begin(), mapped.end(), w.mappedSerial) - mapped.begin())});
+            windows.append(
+                {w.title, w.frame, w.minimized, w.reportsNumber ? std::optional(w.number) : std::nullopt,
+                 int(std::lower_bound(mapped.begin(), mapped.end(), w.mappedSerial) - mapped.begin())});
             if (w.number == m_focus) {
                 snapshot.frontmostPid = app.pid;
                 snapshot.focusedTitle = w.title;

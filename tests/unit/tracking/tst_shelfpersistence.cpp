@@ -76,7 +76,8 @@ void TestShelfPersistence::handWrittenStoreRestoresTheDescribedState()
     state.lastSignatureByWindowNumber.insert(99, QStringLiteral("kept"));
     // Number 8's owner does not parse: its entries are not trusted.
     QTest::ignoreMessage(QtWarningMsg, "[OV] restoreState() — 1 malformed window-number owners ignored");
-    QTest::ignoreMessage(QtInfoMsg, "[OV] restoreState() — 1 window-number entries without a known owner dropped");
+    QTest::ignoreMessage(QtInfoMsg,
+                         "[OV] restoreState() — 1 window-number entries without a known owner dropped");
     QTest::ignoreMessage(QtInfoMsg, "[OV] restoreState() — shelves: 2, assignments: 2, sigMap: 3, order: 3");
     shelfPersistence::restoreState(state, *store);
 
