@@ -213,7 +213,8 @@ void TestShelfIdentity::shelvesHoldExactlyWhatTheUserPutThere()
     for (int i = 0; i < kSequences; ++i) {
         Sequence sequence(kSeed + quint32(i), dir.filePath(QStringLiteral("p%1.json").arg(i)));
         const QString wrong = sequence.run();
-        QVERIFY2(wrong.isEmpty(), qPrintable(QStringLiteral("seed %1: %2").arg(kSeed + quint32(i)).arg(wrong)));
+        QVERIFY2(wrong.isEmpty(),
+                 qPrintable(QStringLiteral("seed %1: %2").arg(kSeed + quint32(i)).arg(wrong)));
     }
 }
 

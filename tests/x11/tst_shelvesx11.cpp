@@ -1,9 +1,12 @@
 // Shelves against a real X server: a shelved window keeps its shelf and its place
 // through a retitle, a restart of its application and a restart of the window
-// manager; a window taken off a shelf stays off. Also `orvella list` on that session.
+// manager; a window taken off a shelf stays off; a window id the server hands to another
+// client never brings a window onto a shelf. Also `orvella list` on that session.
 #include "desktoplookup.h"
 #include "platform/preferencesstore.h"
 #include "platform/x11/x11desktop.h"
+#include "platform/x11/x11windowcontrol.h"
+#include "settings/appsettings.h"
 #include "testclientprocess.h"
 #include "tracking/windowmanager.h"
 #include "xtestconnection.h"
@@ -13,6 +16,8 @@
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 using namespace orvella;
 using namespace orvella::tracking;
@@ -29,14 +34,22 @@ class TestShelvesX11 : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
+    void cleanup();
     void shelfSurvivesRetitleAndRestarts();
+    void reusedWindowIdsNeverJoinAShelf();
+    void shelfOrderSurvivesRestartsInAnotherOrder();
+    void closedApplicationShowsOnePlaceholder();
+    void raisingWindowsWritesNothing();
     void listPrintsWhatTheClientCreated();
     void listWithoutADisplayFailsClearly();
 
 private:
     void startClient(const QStringList &titles);
     void stopClient();
-    void newManager();
+    void newManager(settings::AppSettings *settings = nullptr);
+    void restartManager();
+    std::unique_ptr<TestClient> client(const QString &appClass, const QStringList &titles);
+    QString shelveInOrder(const QStringList &titles);
     bool refreshUntil(const std::function<bool()> &done) { return testsupport::refreshUntil(*m_wm, done); }
     std::optional<WindowItem> byTitle(const QString &title) const
     {
@@ -61,6 +74,13 @@ void TestShelvesX11::initTestCase()
     qputenv("XDG_CONFIG_HOME", m_dir.path().toUtf8());
 }
 
+void TestShelvesX11::cleanup()
+{
+    m_wm.reset();
+    m_store.reset();
+    stopClient();
+}
+
 void TestShelvesX11::startClient(const QStringList &titles)
 {
     m_client = std::make_unique<TestClient>(TestClient::titled(titles));
@@ -76,10 +96,40 @@ void TestShelvesX11::stopClient()
     m_client.reset();
 }
 
-void TestShelvesX11::newManager()
+void TestShelvesX11::newManager(settings::AppSettings *settings)
 {
-    m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, m_store.get());
+    if (!m_store)
+        m_store = std::make_unique<platform::PreferencesStore>(
+            m_dir.filePath(QStringLiteral("%1.json").arg(QTest::currentTestFunction())));
+    m_wm = std::make_unique<WindowManager>(m_desktop, settings, m_store.get());
     m_wm->restoreState();
+}
+
+// Orvella quits and starts again from the same preferences file.
+void TestShelvesX11::restartManager()
+{
+    m_wm.reset();
+    QVERIFY(m_store->flush());
+    m_store = std::make_unique<platform::PreferencesStore>(m_store->filePath());
+    newManager();
+}
+
+std::unique_ptr<TestClient> TestShelvesX11::client(const QString &appClass, const QStringList &titles)
+{
+    auto c = std::make_unique<TestClient>(QStringList{QStringLiteral("--class"), appClass}
+                                          + TestClient::titled(titles));
+    return c->titles == titles ? std::move(c) : nullptr;
+}
+
+// A new shelf holding the listed windows with these titles, in this order.
+QString TestShelvesX11::shelveInOrder(const QStringList &titles)
+{
+    if (!refreshUntil([&] { return byTitle(titles.constLast()).has_value(); }))
+        return {};
+    const QString shelf = m_wm->addShelf();
+    for (const QString &title : titles)
+        m_wm->dragMoveWindow(byTitle(title)->id, shelf);
+    return shelfTitles(shelf) == titles ? shelf : QString();
 }
 
 QStringList TestShelvesX11::shelfTitles(const QString &shelf) const
@@ -136,6 +186,145 @@ void TestShelvesX11::shelfSurvivesRetitleAndRestarts()
     QCOMPARE(shelfTitles(shelf), QStringList({"beta", "alpha, renamed"}));
     QVERIFY(gammaIsOut());
     stopClient();
+    m_wm.reset();
+}
+
+void TestShelvesX11::reusedWindowIdsNeverJoinAShelf()
+{
+    auto a = client(QStringLiteral("AppA"), {QStringLiteral("Alpha")});
+    QVERIFY(a);
+    const quint32 alphaID = a->xids.constFirst();
+    newManager();
+    const QString shelf = shelveInOrder({QStringLiteral("Alpha")});
+    QVERIFY(!shelf.isEmpty());
+    const auto inAppSection = [&](const QString &title, const QString &app) {
+        const auto w = byTitle(title);
+        return w && m_wm->categoryIDForWindow(w->id) == app;
+    };
+
+    // A quits while Orvella is down; B's window gets Alpha's id.
+    m_wm.reset();
+    a->quit();
+    auto b = client(QStringLiteral("AppB"), {QStringLiteral("Private chat")});
+    QVERIFY(b);
+    QCOMPARE(b->xids.constFirst(), alphaID); // the reuse this test is about
+    restartManager();
+    QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Private chat")).has_value(); }));
+    QVERIFY(inAppSection(QStringLiteral("Private chat"), QStringLiteral("AppB")));
+    m_wm->buildCategories(); // would persist the misplaced window, if it were one
+    QVERIFY(m_store->flush());
+    const QJsonObject stored = *m_store->dictionaryValue(QStringLiteral("ov.windowCategoryAssignment"));
+    for (auto it = stored.begin(); it != stored.end(); ++it)
+        QVERIFY2(!it.key().startsWith(QStringLiteral("AppB::")), qPrintable(it.key()));
+
+    // A starts again while Orvella is down and creates its windows in another order:
+    // Beta takes Alpha's old id.
+    m_wm.reset();
+    b->quit();
+    a = client(QStringLiteral("AppA"), {QStringLiteral("Beta"), QStringLiteral("Alpha")});
+    QVERIFY(a);
+    QCOMPARE(a->xids.constFirst(), alphaID);
+    restartManager();
+    QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Alpha")).has_value(); }));
+    QCOMPARE(shelfTitles(shelf), QStringList({"Alpha"}));
+    QVERIFY(inAppSection(QStringLiteral("Beta"), QStringLiteral("AppA")));
+    m_wm.reset();
+}
+
+void TestShelvesX11::shelfOrderSurvivesRestartsInAnotherOrder()
+{
+    // An application restart with Orvella running.
+    auto a = client(QStringLiteral("AppA"), {"Alpha", "Beta", "Gamma"});
+    QVERIFY(a);
+    newManager();
+    const QString shelf = shelveInOrder({"Alpha", "Gamma"});
+    QVERIFY(!shelf.isEmpty());
+    a->quit();
+    a = client(QStringLiteral("AppA"), {"Gamma", "Beta", "Alpha"});
+    QVERIFY(a);
+    QVERIFY(refreshUntil([&] { return shelfTitles(shelf).size() == 2; }));
+    QCOMPARE(shelfTitles(shelf), QStringList({"Alpha", "Gamma"}));
+
+    // An application restart while Orvella is down.
+    a->quit();
+    a = client(QStringLiteral("AppA"), {"Alpha", "Beta", "Gamma", "Delta"});
+    QVERIFY(a);
+    QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Delta")).has_value(); }));
+    m_wm->dragMoveWindow(byTitle(QStringLiteral("Delta"))->id, shelf);
+    QCOMPARE(shelfTitles(shelf), QStringList({"Alpha", "Gamma", "Delta"}));
+    m_wm.reset();
+    a->quit();
+    a = client(QStringLiteral("AppA"), {"Delta", "Gamma", "Beta", "Alpha"});
+    QVERIFY(a);
+    restartManager();
+    QVERIFY(refreshUntil([&] { return shelfTitles(shelf).size() == 3; }));
+    QCOMPARE(shelfTitles(shelf), QStringList({"Alpha", "Gamma", "Delta"}));
+    m_wm.reset();
+}
+
+void TestShelvesX11::closedApplicationShowsOnePlaceholder()
+{
+    platform::PreferencesStore settingsStore(m_dir.filePath(QStringLiteral("placeholder-settings.json")));
+    settings::AppSettings appSettings(settingsStore);
+    appSettings.setShowClosedShelfApps(true);
+    auto a = client(QStringLiteral("AppA"), {QStringLiteral("Alpha")});
+    QVERIFY(a);
+    newManager(&appSettings);
+    const QString shelf = shelveInOrder({QStringLiteral("Alpha")});
+    QVERIFY(!shelf.isEmpty());
+    const auto placeholders = [&] {
+        int n = 0;
+        for (const WindowCategory &c : m_wm->categories()) {
+            for (const WindowItem &w : c.windows)
+                n += w.isClosed ? 1 : 0;
+        }
+        return n;
+    };
+
+    for (int round = 0; round < 2; ++round) {
+        a->quit();
+        QVERIFY(refreshUntil([&] { return !byTitle(QStringLiteral("Alpha")); }));
+        QCOMPARE(placeholders(), 1);
+        // Another client takes the ids A had, so that A comes back under new ones.
+        auto other = client(QStringLiteral("Other"), {QStringLiteral("filler")});
+        a = client(QStringLiteral("AppA"), {QStringLiteral("Alpha")});
+        QVERIFY(a && other);
+        QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Alpha")).has_value(); }));
+        QCOMPARE(placeholders(), 0);
+        QCOMPARE(shelfTitles(shelf), QStringList({"Alpha"}));
+    }
+    a->quit();
+    QVERIFY(refreshUntil([&] { return !byTitle(QStringLiteral("Alpha")); }));
+    QCOMPARE(placeholders(), 1);
+    m_wm.reset();
+}
+
+void TestShelvesX11::raisingWindowsWritesNothing()
+{
+    auto a = client(QStringLiteral("AppA"), {"Alpha", "Beta", "Gamma"});
+    QVERIFY(a);
+    newManager();
+    QVERIFY(!shelveInOrder({"Gamma", "Alpha"}).isEmpty());
+    QVERIFY(refreshUntil([] { return true; }));
+    QVERIFY(m_store->flush());
+    struct stat before = {};
+    QCOMPARE(::stat(qPrintable(m_store->filePath()), &before), 0);
+
+    QString error;
+    const auto control = platform::x11::X11WindowControl::open(QString(), &error);
+    QVERIFY2(control, qPrintable(error));
+    for (int i = 0; i < 100; ++i) {
+        const quint32 xid = a->xids.at(i % a->xids.size());
+        QVERIFY(control->activate(xid));
+        QVERIFY(refreshUntil(
+            [&] { return m_wm->activeWindowID() == byTitle(a->titles.at(i % a->titles.size()))->id; }));
+    }
+    QVERIFY(m_store->flush());
+    struct stat after = {};
+    QCOMPARE(::stat(qPrintable(m_store->filePath()), &after), 0);
+    QCOMPARE(after.st_ino, before.st_ino);
+    QCOMPARE(after.st_mtim.tv_sec, before.st_mtim.tv_sec);
+    QCOMPARE(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
     m_wm.reset();
 }
 
