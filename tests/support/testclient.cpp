@@ -26,7 +26,7 @@ constexpr size_t kSliceBytes = 128 * 1024;
 const char kUsage[] =
     "usage: orvella-testclient [--class NAME] [--pid N] [--gtk-app-id ID] [--stay]\n"
     "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title]\n"
-    "          [--icon SIDE]... [--bad-icon]]...\n"
+    "          [--icon SIDE]...]...\n"
     "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n"
     "stdout: \"ready 0xID TITLE\" per window once managed, \"closed 0xID\" when asked to close one;\n"
     "Ctrl+N in a window opens another like the first\n";
@@ -43,7 +43,6 @@ struct WindowSpec
     uint32_t minWidth = 0, minHeight = 0;
     bool iconic = false;
     std::vector<uint32_t> iconSides; // square images, in property order
-    bool badIcon = false;            // ends it with an image declaring far more pixels than follow
 };
 
 struct Options
@@ -124,15 +123,11 @@ bool parse(int argc, char **argv, Options *o)
             last->iconic = true;
         else if (arg == "--no-title" && last)
             last->setTitle = false;
-        else if (arg == "--bad-icon" && last)
-            last->badIcon = true;
         else
             return false;
         if (!ok)
             return false;
-        const bool tookValue =
-            arg != "--iconic" && arg != "--no-title" && arg != "--bad-icon" && arg != "--stay";
-        i += tookValue ? 1 : 0;
+        i += arg != "--iconic" && arg != "--no-title" && arg != "--stay" ? 1 : 0;
     }
     if (o->windows.empty())
         o->windows.emplace_back("Test window");
@@ -220,10 +215,6 @@ std::vector<uint32_t> iconData(const WindowSpec &spec)
     for (uint32_t side : spec.iconSides) {
         data.insert(data.end(), {side, side});
         data.insert(data.end(), size_t(side) * side, 0xff000000u | (side * 0x050301u & 0xffffffu));
-    }
-    if (spec.badIcon) {
-        data.insert(data.end(), {65535u, 65535u});
-        data.insert(data.end(), 16, 0xffff0000u);
     }
     return data;
 }
