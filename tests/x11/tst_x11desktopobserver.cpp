@@ -1,5 +1,6 @@
 // The X11 desktop observer against a real server and window manager: which events the test
 // client's windows, focus changes and renames produce, and what is left once the server is gone.
+#include "desktoplookup.h"
 #include "platform/x11/x11desktopobserver.h"
 #include "testclientprocess.h"
 #include "xsession.h"
@@ -14,22 +15,7 @@ using namespace orvella::platform;
 using namespace orvella::testsupport;
 using Kind = DesktopEvent::Kind;
 
-namespace {
-
 constexpr int kTimeoutMs = 20000;
-
-QList<DesktopEvent> eventsOf(const QSignalSpy &spy, Kind kind, qint32 pid = -1, qint64 window = -1)
-{
-    QList<DesktopEvent> out;
-    for (const QList<QVariant> &arguments : spy) {
-        const auto e = arguments.at(0).value<DesktopEvent>();
-        if (e.kind == kind && (pid < 0 || e.pid == pid) && (window < 0 || e.window == window))
-            out.append(e);
-    }
-    return out;
-}
-
-} // namespace
 
 class TestX11DesktopObserver : public QObject
 {
