@@ -15,8 +15,6 @@ using namespace orvella::platform;
 using namespace orvella::testsupport;
 using Kind = DesktopEvent::Kind;
 
-constexpr int kTimeoutMs = 20000;
-
 class TestX11DesktopObserver : public QObject
 {
     Q_OBJECT
@@ -63,7 +61,7 @@ void TestX11DesktopObserver::clientLifecycle()
     TestClient client(TestClient::titled({"One", "Two", "Three"}));
     QCOMPARE(client.xids.size(), 3);
     const qint32 pid = client.pid();
-    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(*m_spy, Kind::WindowCreated, pid).size(), 3, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(*m_spy, Kind::WindowCreated, pid).size(), 3, kWaitMs);
     QSet<qint64> created;
     for (const DesktopEvent &e : eventsOf(*m_spy, Kind::WindowCreated, pid))
         created.insert(e.window);
@@ -73,7 +71,7 @@ void TestX11DesktopObserver::clientLifecycle()
     QVERIFY(launched.first().regular);
 
     QCOMPARE(client.command("destroy 1"), QStringLiteral("ok destroy 1"));
-    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::WindowDestroyed).isEmpty(), kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::WindowDestroyed).isEmpty(), kWaitMs);
     const QList<DesktopEvent> destroyed = eventsOf(*m_spy, Kind::WindowDestroyed);
     QCOMPARE(destroyed.size(), 1);
     QCOMPARE(destroyed.first().window, qint64(client.xids[1]));
@@ -81,7 +79,7 @@ void TestX11DesktopObserver::clientLifecycle()
     QVERIFY(eventsOf(*m_spy, Kind::AppTerminated).isEmpty());
 
     client.quit();
-    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(*m_spy, Kind::AppTerminated, pid).size(), 1, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(*m_spy, Kind::AppTerminated, pid).size(), 1, kWaitMs);
     QCOMPARE(eventsOf(*m_spy, Kind::WindowDestroyed, pid).size(), 3);
     QCOMPARE(eventsOf(*m_spy, Kind::AppLaunched, pid).size(), 1);
 }
@@ -104,7 +102,7 @@ void TestX11DesktopObserver::activation()
                 const QList<DesktopEvent> focus = eventsOf(*m_spy, Kind::FocusChanged);
                 return !focus.isEmpty() && focus.last().window == qint64(xid);
             }(),
-            kTimeoutMs);
+            kWaitMs);
         QCOMPARE(eventsOf(*m_spy, Kind::FocusChanged).last().pid, target->pid());
         const qint32 before = activePid;
         bool sawDeactivation = before == 0 || before == target->pid();
@@ -146,7 +144,7 @@ void TestX11DesktopObserver::titleAndState()
     TestClient client({"--title", "Subject"});
     TestClient marker({"--title", "Marker"});
     QVERIFY(!client.xids.isEmpty() && !marker.xids.isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::WindowCreated, marker.pid()).isEmpty(), kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::WindowCreated, marker.pid()).isEmpty(), kWaitMs);
     if (observation != QLatin1String("never"))
         QVERIFY(m_observer->observeProcess(client.pid()));
     if (observation == QLatin1String("unobserved"))
@@ -158,11 +156,11 @@ void TestX11DesktopObserver::titleAndState()
     if (Kind(kind) == Kind::StateChanged)
         QTRY_COMPARE_WITH_TIMEOUT(
             m_x->cardinals(client.xids.first(), "WM_STATE", m_x->atom("WM_STATE")).value(0), quint32(3),
-            kTimeoutMs);
+            kWaitMs);
     // The server reports in order: once the marker's rename arrives, the subject's change
     // has arrived too, if it was going to.
     QVERIFY(marker.command("title 0 done").startsWith(QLatin1String("ok")));
-    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::TitleChanged, marker.pid()).isEmpty(), kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::TitleChanged, marker.pid()).isEmpty(), kWaitMs);
     QCOMPARE(eventsOf(*m_spy, Kind::TitleChanged, marker.pid()).first().window, qint64(marker.xids.first()));
 
     const QList<DesktopEvent> changes = eventsOf(*m_spy, Kind(kind), client.pid(), client.xids.first());
@@ -193,7 +191,7 @@ void TestX11DesktopObserver::reusedWindowIdsBelongToTheNewProcess()
         QVERIFY(!fresh.xids.isEmpty());
         reused += fresh.xids.first() == oldWindow ? 1 : 0;
         QTRY_VERIFY_WITH_TIMEOUT(
-            !eventsOf(*m_spy, Kind::WindowCreated, fresh.pid(), fresh.xids.first()).isEmpty(), kTimeoutMs);
+            !eventsOf(*m_spy, Kind::WindowCreated, fresh.pid(), fresh.xids.first()).isEmpty(), kWaitMs);
         QVERIFY(m_observer->observeProcess(fresh.pid()));
         m_observer->unobserveProcess(fresh.pid());
     }
@@ -219,7 +217,7 @@ void TestX11DesktopObserver::nothingAfterStop()
     // The first event stops the observer; the rest of its batch must not follow.
     connect(observer.get(), &DesktopObserver::desktopEvent, observer.get(), [&] { observer->stop(); });
     TestClient client(TestClient::titled({"A", "B"}));
-    QTRY_COMPARE_WITH_TIMEOUT(spy.size(), 1, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(spy.size(), 1, kWaitMs);
     QCoreApplication::processEvents();
     QCOMPARE(spy.size(), 1);
 
@@ -228,7 +226,7 @@ void TestX11DesktopObserver::nothingAfterStop()
     QVERIFY(observer->start());
     spy.clear();
     client.quit();
-    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(spy, Kind::AppTerminated, client.pid()).size(), 1, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(spy, Kind::AppTerminated, client.pid()).size(), 1, kWaitMs);
     QVERIFY(eventsOf(spy, Kind::AppLaunched).isEmpty());
 }
 
@@ -238,7 +236,7 @@ void TestX11DesktopObserver::idleTimeGrows()
     QVERIFY(first);
     QVERIFY(*first >= 0);
     // Nobody touches Xvfb's keyboard or pointer.
-    QTRY_VERIFY_WITH_TIMEOUT(m_observer->userIdleSeconds().value_or(0) > *first + 0.1, kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(m_observer->userIdleSeconds().value_or(0) > *first + 0.1, kWaitMs);
 }
 
 void TestX11DesktopObserver::connectionLost()
@@ -254,7 +252,7 @@ void TestX11DesktopObserver::connectionLost()
 
     QTest::ignoreMessage(QtWarningMsg, "[OV] X connection lost; window observation stopped");
     session.stop();
-    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(spy, Kind::ConnectionLost).size(), 1, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(spy, Kind::ConnectionLost).size(), 1, kWaitMs);
     // The reader posts the loss last and ends; what is left to deliver arrives now.
     QCoreApplication::processEvents();
     QCOMPARE(eventsOf(spy, Kind::ConnectionLost).size(), 1);

@@ -16,17 +16,6 @@
 using namespace orvella::platform;
 using namespace orvella::testsupport;
 
-namespace {
-
-constexpr int kTimeoutMs = 20000;
-
-QByteArray items(const QList<quint32> &values)
-{
-    return QByteArray(reinterpret_cast<const char *>(values.constData()), values.size() * 4);
-}
-
-} // namespace
-
 class TestX11DesktopRobustness : public QObject
 {
     Q_OBJECT
@@ -116,10 +105,10 @@ void TestX11DesktopRobustness::hostilePropertiesOfAListedWindow()
     m_x->setProperty(hostile, "_NET_WM_NAME", m_x->atom("UTF8_STRING"), 8, "bad \xff\xfe title");
     m_x->setProperty(hostile, "WM_CLASS", XCB_ATOM_STRING, 8, "no-terminator");
     m_x->setProperty(hostile, "_NET_WM_PID", XCB_ATOM_STRING, 8, "1234");
-    m_x->setProperty(hostile, "_NET_WM_WINDOW_TYPE", XCB_ATOM_CARDINAL, 32, items({1}));
-    m_x->setProperty(hostile, "_NET_FRAME_EXTENTS", XCB_ATOM_CARDINAL, 32, items({5, 5, 5}));
-    m_x->setProperty(hostile, "_NET_WM_ICON", XCB_ATOM_CARDINAL, 32,
-                     items(QList<quint32>{65535, 65535} + QList<quint32>(16, ~0u)));
+    m_x->setCardinals(hostile, "_NET_WM_WINDOW_TYPE", XCB_ATOM_CARDINAL, {1});
+    m_x->setCardinals(hostile, "_NET_FRAME_EXTENTS", XCB_ATOM_CARDINAL, {5, 5, 5});
+    m_x->setCardinals(hostile, "_NET_WM_ICON", XCB_ATOM_CARDINAL,
+                      QList<quint32>{65535, 65535} + QList<quint32>(16, ~0u));
 
     // Each problem is reported once, with the window and property it concerns.
     const auto expect = [hostile](QtMsgType type, const char *what) {
@@ -182,7 +171,7 @@ void TestX11DesktopRobustness::windowsChurningDuringReads()
     // Whatever ended mid-read, the window that stayed was never lost.
     QCOMPARE(listedDead.load(), 0);
     QTRY_COMPARE_WITH_TIMEOUT(snapshot().windowsByPid.value(client.pid()).value_or(QList<AppWindow>()).size(),
-                              1, kTimeoutMs);
+                              1, kWaitMs);
 }
 
 void TestX11DesktopRobustness::trustFollowsTheWindowManagerCheck()
