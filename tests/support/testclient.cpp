@@ -84,15 +84,14 @@ struct Client
     std::exit(1);
 }
 
-bool parseSize(const char *text, uint32_t *width, uint32_t *height)
+void parseSize(const char *text, uint32_t *width, uint32_t *height)
 {
     unsigned w = 0, h = 0;
     char tail = 0;
     if (std::sscanf(text, "%ux%u%c", &w, &h, &tail) != 2 || w == 0 || h == 0 || w > 10000 || h > 10000)
-        return false;
+        die("a size is WIDTHxHEIGHT, each side 1 to 10000");
     *width = w;
     *height = h;
-    return true;
 }
 
 // Options after a --title describe that window; the others are global.
@@ -102,7 +101,6 @@ bool parse(int argc, char **argv, Options *o)
         const std::string arg = argv[i];
         const char *value = i + 1 < argc ? argv[i + 1] : nullptr;
         WindowSpec *last = o->windows.empty() ? nullptr : &o->windows.back();
-        bool ok = true;
         if (arg == "--title" && value)
             o->windows.emplace_back(value);
         else if (arg == "--class" && value)
@@ -114,9 +112,9 @@ bool parse(int argc, char **argv, Options *o)
         else if (arg == "--gtk-app-id" && value)
             o->gtkAppId = value;
         else if (arg == "--size" && value && last)
-            ok = parseSize(value, &last->width, &last->height);
+            parseSize(value, &last->width, &last->height);
         else if (arg == "--min-size" && value && last)
-            ok = parseSize(value, &last->minWidth, &last->minHeight);
+            parseSize(value, &last->minWidth, &last->minHeight);
         else if (arg == "--icon" && value && last)
             last->iconSides.push_back(uint32_t(std::strtoul(value, nullptr, 10)));
         else if (arg == "--iconic" && last)
@@ -124,8 +122,6 @@ bool parse(int argc, char **argv, Options *o)
         else if (arg == "--no-title" && last)
             last->setTitle = false;
         else
-            return false;
-        if (!ok)
             return false;
         i += arg != "--iconic" && arg != "--no-title" && arg != "--stay" ? 1 : 0;
     }
