@@ -2,9 +2,11 @@
 #pragma once
 
 #include "platform/desktop.h"
+#include "platform/desktopobserver.h"
 #include "tracking/windowmanager.h"
 
 #include <QDeadlineTimer>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <functional>
@@ -62,6 +64,20 @@ inline std::optional<tracking::WindowItem> itemTitled(const tracking::WindowMana
             return w;
     }
     return std::nullopt;
+}
+
+/// The events of `kind` a spy on DesktopObserver::desktopEvent caught, optionally only
+/// those of one process and window.
+inline QList<platform::DesktopEvent> eventsOf(const QSignalSpy &spy, platform::DesktopEvent::Kind kind,
+                                              qint32 pid = -1, qint64 window = -1)
+{
+    QList<platform::DesktopEvent> out;
+    for (const QList<QVariant> &arguments : spy) {
+        const auto e = arguments.at(0).value<platform::DesktopEvent>();
+        if (e.kind == kind && (pid < 0 || e.pid == pid) && (window < 0 || e.window == window))
+            out.append(e);
+    }
+    return out;
 }
 
 /// Refreshes until `done` holds: the window manager applies what clients ask in its own time.

@@ -26,7 +26,7 @@ constexpr size_t kSliceBytes = 128 * 1024;
 const char kUsage[] =
     "usage: orvella-testclient [--class NAME] [--pid N] [--gtk-app-id ID] [--stay]\n"
     "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title]\n"
-    "          [--icon SIDE]... [--bad-icon]]...\n"
+    "          [--icon SIDE]...]...\n"
     "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n"
     "stdout: \"ready 0xID TITLE\" per window once managed, \"closed 0xID\" when asked to close one;\n"
     "Ctrl+N in a window opens another like the first\n";
@@ -43,7 +43,6 @@ struct WindowSpec
     uint32_t minWidth = 0, minHeight = 0;
     bool iconic = false;
     std::vector<uint32_t> iconSides; // square images, in property order
-    bool badIcon = false;            // ends it with an image declaring far more pixels than follow
 };
 
 struct Options
@@ -85,15 +84,14 @@ struct Client
     std::exit(1);
 }
 
-bool parseSize(const char *text, uint32_t *width, uint32_t *height)
+void parseSize(const char *text, uint32_t *width, uint32_t *height)
 {
     unsigned w = 0, h = 0;
     char tail = 0;
     if (std::sscanf(text, "%ux%u%c", &w, &h, &tail) != 2 || w == 0 || h == 0 || w > 10000 || h > 10000)
-        return false;
+        die("a size is WIDTHxHEIGHT, each side 1 to 10000");
     *width = w;
     *height = h;
-    return true;
 }
 
 // Options after a --title describe that window; the others are global.
@@ -103,7 +101,6 @@ bool parse(int argc, char **argv, Options *o)
         const std::string arg = argv[i];
         const char *value = i + 1 < argc ? argv[i + 1] : nullptr;
         WindowSpec *last = o->windows.empty() ? nullptr : &o->windows.back();
-        bool ok = true;
         if (arg == "--title" && value)
             o->windows.emplace_back(value);
         else if (arg == "--class" && value)
@@ -115,24 +112,18 @@ bool parse(int argc, char **argv, Options *o)
         else if (arg == "--gtk-app-id" && value)
             o->gtkAppId = value;
         else if (arg == "--size" && value && last)
-            ok = parseSize(value, &last->width, &last->height);
+            parseSize(value, &last->width, &last->height);
         else if (arg == "--min-size" && value && last)
-            ok = parseSize(value, &last->minWidth, &last->minHeight);
+            parseSize(value, &last->minWidth, &last->minHeight);
         else if (arg == "--icon" && value && last)
             last->iconSides.push_back(uint32_t(std::strtoul(value, nullptr, 10)));
         else if (arg == "--iconic" && last)
             last->iconic = true;
         else if (arg == "--no-title" && last)
             last->setTitle = false;
-        else if (arg == "--bad-icon" && last)
-            last->badIcon = true;
         else
             return false;
-        if (!ok)
-            return false;
-        const bool tookValue =
-            arg != "--iconic" && arg != "--no-title" && arg != "--bad-icon" && arg != "--stay";
-        i += tookValue ? 1 : 0;
+        i += arg != "--iconic" && arg != "--no-title" && arg != "--stay" ? 1 : 0;
     }
     if (o->windows.empty())
         o->windows.emplace_back("Test window");
@@ -220,10 +211,6 @@ std::vector<uint32_t> iconData(const WindowSpec &spec)
     for (uint32_t side : spec.iconSides) {
         data.insert(data.end(), {side, side});
         data.insert(data.end(), size_t(side) * side, 0xff000000u | (side * 0x050301u & 0xffffffu));
-    }
-    if (spec.badIcon) {
-        data.insert(data.end(), {65535u, 65535u});
-        data.insert(data.end(), 16, 0xffff0000u);
     }
     return data;
 }

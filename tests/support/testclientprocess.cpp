@@ -8,12 +8,6 @@
 
 namespace orvella::testsupport {
 
-namespace {
-
-constexpr int kTimeoutMs = 20000;
-
-} // namespace
-
 TestClient::TestClient(const QStringList &args, const QStringList &environment)
 {
     m_display = qEnvironmentVariable("DISPLAY");
@@ -59,7 +53,7 @@ QString TestClient::command(const QByteArray &line)
 
 std::optional<QString> TestClient::nextLine()
 {
-    if (!QTest::qWaitFor([this] { return canReadLine() || state() == NotRunning; }, kTimeoutMs)
+    if (!QTest::qWaitFor([this] { return canReadLine() || state() == NotRunning; }, kWaitMs)
         || !canReadLine())
         return std::nullopt;
     return QString::fromUtf8(readLine()).chopped(1);
@@ -70,10 +64,10 @@ void TestClient::quit()
     if (state() == NotRunning)
         return;
     write("quit\n");
-    if (!waitForFinished(kTimeoutMs))
+    if (!waitForFinished(kWaitMs))
         kill();
     XTestConnection x(m_display);
-    if (!x.waitUntilUnlisted(xids, kTimeoutMs))
+    if (!x.waitUntilUnlisted(xids, kWaitMs))
         qWarning("the window manager still lists the windows of a test client that has quit");
 }
 

@@ -9,6 +9,9 @@
 
 namespace orvella::testsupport {
 
+/// How long a real-X test waits on the window manager or a client before it fails.
+inline constexpr int kWaitMs = 20000;
+
 /// Whether this process runs in orvella-xsession's own session (which sets the second name),
 /// not on a display it merely inherited: tests never touch the developer's display.
 inline bool inPrivateSession()

@@ -13,12 +13,7 @@
 using namespace orvella::platform;
 using namespace orvella::testsupport;
 
-namespace {
-
-constexpr int kTimeoutMs = 20000;
 const QString kProbeId = QStringLiteral("org.orvella.Probe");
-
-} // namespace
 
 class TestX11Desktop : public QObject
 {
@@ -28,8 +23,6 @@ private slots:
     void initTestCase();
     void applications_data();
     void applications();
-    void titles_data();
-    void titles();
     void frames_data();
     void frames();
     void minimized();
@@ -110,34 +103,16 @@ void TestX11Desktop::applications()
     QCOMPARE(s.windowsByPid.value(pid).value_or(QList<AppWindow>()).size(), 1);
 }
 
-void TestX11Desktop::titles_data()
-{
-    QTest::addColumn<QStringList>("titles");
-    QTest::newRow("unicode") << QStringList{QString::fromUtf8("Überblick — 日本語 🙂")};
-    QTest::newRow("empty") << QStringList{QString()};
-}
-
-void TestX11Desktop::titles()
-{
-    QFETCH(QStringList, titles);
-    TestClient client(TestClient::titled(titles));
-    const DesktopSnapshot s = snapshot();
-    QCOMPARE(s.windowsByPid.value(client.pid()).value_or(QList<AppWindow>()).size(), titles.size());
-    for (qsizetype i = 0; i < titles.size(); ++i) {
-        const std::optional<AppWindow> w = windowOf(s, client.xids[i]);
-        QVERIFY(w);
-        QCOMPARE(w->title, titles[i]);
-        QCOMPARE(serverWindowOf(s, client.xids[i]).value_or(ServerWindow()).name, std::optional(titles[i]));
-    }
-}
-
+// The frame, and the title read back as the client set it: absent, empty or beyond Latin-1.
 void TestX11Desktop::frames_data()
 {
     QTest::addColumn<QStringList>("args");
     QTest::addColumn<QSize>("size");
     QTest::addColumn<std::optional<QString>>("title");
-    QTest::newRow("titled") << QStringList{"--title", "Framed", "--size", "300x200"} << QSize(300, 200)
-                            << std::optional<QString>("Framed");
+    const QString unicode = QString::fromUtf8("Überblick — 日本語 🙂");
+    QTest::newRow("unicode") << QStringList{"--title", unicode, "--size", "300x200"} << QSize(300, 200)
+                             << std::optional(unicode);
+    QTest::newRow("empty") << QStringList{"--title", ""} << QSize(320, 200) << std::optional(QString());
     QTest::newRow("untitled, narrow") << QStringList{"--title", "untitled", "--no-title", "--size", "150x300"}
                                       << QSize(150, 300) << std::optional<QString>();
 }
@@ -150,7 +125,7 @@ void TestX11Desktop::frames()
     TestClient client(args);
     QCOMPARE(client.xids.size(), 1);
     const xcb_window_t xid = client.xids[0];
-    QTRY_VERIFY_WITH_TIMEOUT(serverWindowOf(snapshot(), xid).value_or(ServerWindow()).onScreen, kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(serverWindowOf(snapshot(), xid).value_or(ServerWindow()).onScreen, kWaitMs);
     const DesktopSnapshot s = snapshot();
     const std::optional<AppWindow> w = windowOf(s, xid);
     const std::optional<ServerWindow> server = serverWindowOf(s, xid);
@@ -177,19 +152,17 @@ void TestX11Desktop::minimized()
     TestClient client({"--title", "Shown", "--title", "Hidden", "--iconic"});
     QCOMPARE(client.xids.size(), 2);
     const quint32 shown = client.xids[0], hidden = client.xids[1];
-    QTRY_VERIFY_WITH_TIMEOUT(windowOf(snapshot(), hidden).value_or(AppWindow()).minimized, kTimeoutMs);
-    QTRY_VERIFY_WITH_TIMEOUT(serverWindowOf(snapshot(), shown).value_or(ServerWindow()).onScreen, kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(windowOf(snapshot(), hidden).value_or(AppWindow()).minimized, kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(serverWindowOf(snapshot(), shown).value_or(ServerWindow()).onScreen, kWaitMs);
 
     const DesktopSnapshot s = snapshot();
-    QVERIFY(windowOf(s, shown) && serverWindowOf(s, shown) && serverWindowOf(s, hidden));
-    QVERIFY(!windowOf(s, shown)->minimized);
-    const ServerWindow shownServer = *serverWindowOf(s, shown), hiddenServer = *serverWindowOf(s, hidden);
-    QCOMPARE(shownServer.alpha, 1.0);
+    QVERIFY(serverWindowOf(s, shown) && serverWindowOf(s, hidden));
+    QCOMPARE(serverWindowOf(s, shown)->alpha, 1.0);
     // Not drawn at all: otherwise the core would take it for a covered, full-size window.
+    const ServerWindow hiddenServer = *serverWindowOf(s, hidden);
     QCOMPARE(hiddenServer.alpha, 0.0);
     QVERIFY(!hiddenServer.onScreen);
     QCOMPARE(hiddenServer.layer, 0);
-    QCOMPARE(shownServer.layer, 0);
 }
 
 void TestX11Desktop::windowStates_data()
@@ -213,7 +186,7 @@ void TestX11Desktop::windowStates()
     const xcb_atom_t stateAtom = m_x->atom(state.constData());
     m_x->sendToRoot(xid, "_NET_WM_STATE", {1, stateAtom, 0, 2});
     QTRY_VERIFY_WITH_TIMEOUT(m_x->cardinals(xid, "_NET_WM_STATE", XCB_ATOM_ATOM).contains(stateAtom),
-                             kTimeoutMs);
+                             kWaitMs);
 
     const DesktopSnapshot s = snapshot();
     const RunningApp *app = appOf(s, client.pid());

@@ -1,5 +1,6 @@
 // The X11 desktop observer against a real server and window manager: which events the test
 // client's windows, focus changes and renames produce, and what is left once the server is gone.
+#include "desktoplookup.h"
 #include "platform/x11/x11desktopobserver.h"
 #include "testclientprocess.h"
 #include "xsession.h"
@@ -13,23 +14,6 @@
 using namespace orvella::platform;
 using namespace orvella::testsupport;
 using Kind = DesktopEvent::Kind;
-
-namespace {
-
-constexpr int kTimeoutMs = 20000;
-
-QList<DesktopEvent> eventsOf(const QSignalSpy &spy, Kind kind, qint32 pid = -1, qint64 window = -1)
-{
-    QList<DesktopEvent> out;
-    for (const QList<QVariant> &arguments : spy) {
-        const auto e = arguments.at(0).value<DesktopEvent>();
-        if (e.kind == kind && (pid < 0 || e.pid == pid) && (window < 0 || e.window == window))
-            out.append(e);
-    }
-    return out;
-}
-
-} // namespace
 
 class TestX11DesktopObserver : public QObject
 {
@@ -77,7 +61,7 @@ void TestX11DesktopObserver::clientLifecycle()
     TestClient client(TestClient::titled({"One", "Two", "Three"}));
     QCOMPARE(client.xids.size(), 3);
     const qint32 pid = client.pid();
-    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(*m_spy, Kind::WindowCreated, pid).size(), 3, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(*m_spy, Kind::WindowCreated, pid).size(), 3, kWaitMs);
     QSet<qint64> created;
     for (const DesktopEvent &e : eventsOf(*m_spy, Kind::WindowCreated, pid))
         created.insert(e.window);
@@ -87,7 +71,7 @@ void TestX11DesktopObserver::clientLifecycle()
     QVERIFY(launched.first().regular);
 
     QCOMPARE(client.command("destroy 1"), QStringLiteral("ok destroy 1"));
-    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::WindowDestroyed).isEmpty(), kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::WindowDestroyed).isEmpty(), kWaitMs);
     const QList<DesktopEvent> destroyed = eventsOf(*m_spy, Kind::WindowDestroyed);
     QCOMPARE(destroyed.size(), 1);
     QCOMPARE(destroyed.first().window, qint64(client.xids[1]));
@@ -95,7 +79,7 @@ void TestX11DesktopObserver::clientLifecycle()
     QVERIFY(eventsOf(*m_spy, Kind::AppTerminated).isEmpty());
 
     client.quit();
-    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(*m_spy, Kind::AppTerminated, pid).size(), 1, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(*m_spy, Kind::AppTerminated, pid).size(), 1, kWaitMs);
     QCOMPARE(eventsOf(*m_spy, Kind::WindowDestroyed, pid).size(), 3);
     QCOMPARE(eventsOf(*m_spy, Kind::AppLaunched, pid).size(), 1);
 }
@@ -118,7 +102,7 @@ void TestX11DesktopObserver::activation()
                 const QList<DesktopEvent> focus = eventsOf(*m_spy, Kind::FocusChanged);
                 return !focus.isEmpty() && focus.last().window == qint64(xid);
             }(),
-            kTimeoutMs);
+            kWaitMs);
         QCOMPARE(eventsOf(*m_spy, Kind::FocusChanged).last().pid, target->pid());
         const qint32 before = activePid;
         bool sawDeactivation = before == 0 || before == target->pid();
@@ -160,7 +144,7 @@ void TestX11DesktopObserver::titleAndState()
     TestClient client({"--title", "Subject"});
     TestClient marker({"--title", "Marker"});
     QVERIFY(!client.xids.isEmpty() && !marker.xids.isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::WindowCreated, marker.pid()).isEmpty(), kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::WindowCreated, marker.pid()).isEmpty(), kWaitMs);
     if (observation != QLatin1String("never"))
         QVERIFY(m_observer->observeProcess(client.pid()));
     if (observation == QLatin1String("unobserved"))
@@ -172,11 +156,11 @@ void TestX11DesktopObserver::titleAndState()
     if (Kind(kind) == Kind::StateChanged)
         QTRY_COMPARE_WITH_TIMEOUT(
             m_x->cardinals(client.xids.first(), "WM_STATE", m_x->atom("WM_STATE")).value(0), quint32(3),
-            kTimeoutMs);
+            kWaitMs);
     // The server reports in order: once the marker's rename arrives, the subject's change
     // has arrived too, if it was going to.
     QVERIFY(marker.command("title 0 done").startsWith(QLatin1String("ok")));
-    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::TitleChanged, marker.pid()).isEmpty(), kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!eventsOf(*m_spy, Kind::TitleChanged, marker.pid()).isEmpty(), kWaitMs);
     QCOMPARE(eventsOf(*m_spy, Kind::TitleChanged, marker.pid()).first().window, qint64(marker.xids.first()));
 
     const QList<DesktopEvent> changes = eventsOf(*m_spy, Kind(kind), client.pid(), client.xids.first());
@@ -207,7 +191,7 @@ void TestX11DesktopObserver::reusedWindowIdsBelongToTheNewProcess()
         QVERIFY(!fresh.xids.isEmpty());
         reused += fresh.xids.first() == oldWindow ? 1 : 0;
         QTRY_VERIFY_WITH_TIMEOUT(
-            !eventsOf(*m_spy, Kind::WindowCreated, fresh.pid(), fresh.xids.first()).isEmpty(), kTimeoutMs);
+            !eventsOf(*m_spy, Kind::WindowCreated, fresh.pid(), fresh.xids.first()).isEmpty(), kWaitMs);
         QVERIFY(m_observer->observeProcess(fresh.pid()));
         m_observer->unobserveProcess(fresh.pid());
     }
@@ -233,7 +217,7 @@ void TestX11DesktopObserver::nothingAfterStop()
     // The first event stops the observer; the rest of its batch must not follow.
     connect(observer.get(), &DesktopObserver::desktopEvent, observer.get(), [&] { observer->stop(); });
     TestClient client(TestClient::titled({"A", "B"}));
-    QTRY_COMPARE_WITH_TIMEOUT(spy.size(), 1, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(spy.size(), 1, kWaitMs);
     QCoreApplication::processEvents();
     QCOMPARE(spy.size(), 1);
 
@@ -242,7 +226,7 @@ void TestX11DesktopObserver::nothingAfterStop()
     QVERIFY(observer->start());
     spy.clear();
     client.quit();
-    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(spy, Kind::AppTerminated, client.pid()).size(), 1, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(spy, Kind::AppTerminated, client.pid()).size(), 1, kWaitMs);
     QVERIFY(eventsOf(spy, Kind::AppLaunched).isEmpty());
 }
 
@@ -252,7 +236,7 @@ void TestX11DesktopObserver::idleTimeGrows()
     QVERIFY(first);
     QVERIFY(*first >= 0);
     // Nobody touches Xvfb's keyboard or pointer.
-    QTRY_VERIFY_WITH_TIMEOUT(m_observer->userIdleSeconds().value_or(0) > *first + 0.1, kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(m_observer->userIdleSeconds().value_or(0) > *first + 0.1, kWaitMs);
 }
 
 void TestX11DesktopObserver::connectionLost()
@@ -268,7 +252,7 @@ void TestX11DesktopObserver::connectionLost()
 
     QTest::ignoreMessage(QtWarningMsg, "[OV] X connection lost; window observation stopped");
     session.stop();
-    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(spy, Kind::ConnectionLost).size(), 1, kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(eventsOf(spy, Kind::ConnectionLost).size(), 1, kWaitMs);
     // The reader posts the loss last and ends; what is left to deliver arrives now.
     QCoreApplication::processEvents();
     QCOMPARE(eventsOf(spy, Kind::ConnectionLost).size(), 1);

@@ -53,10 +53,8 @@ private slots:
     void bestIcon();
     void iconProperty_data();
     void iconProperty();
-    void utf8Text_data();
-    void utf8Text();
-    void legacyText_data();
-    void legacyText();
+    void text_data();
+    void text();
     void wmClass_data();
     void wmClass();
     void cardinals_data();
@@ -176,61 +174,50 @@ void TestX11Properties::iconProperty()
     }
 }
 
-void TestX11Properties::utf8Text_data()
+// _NET_WM_NAME, UTF-8 only; and WM_NAME ("legacy"), in whatever encoding its type says.
+void TestX11Properties::text_data()
 {
+    QTest::addColumn<bool>("legacy");
     QTest::addColumn<quint32>("type");
     QTest::addColumn<int>("format");
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<State>("state");
     QTest::addColumn<QString>("text");
-
+    const auto row = [](const char *name, bool legacy, quint32 type, int format, const QByteArray &bytes,
+                        State state, const QString &text) {
+        QTest::newRow(name) << legacy << type << format << bytes << state << text;
+    };
     const QString unicode = QString::fromUtf8("Überblick — 日本語 🙂");
-    QTest::newRow("not set") << 0u << 0 << QByteArray() << State::Absent << QString();
-    QTest::newRow("empty") << kUtf8 << 8 << QByteArray() << State::Value << QString();
-    QTest::newRow("unicode") << kUtf8 << 8 << unicode.toUtf8() << State::Value << unicode;
-    QTest::newRow("invalid bytes replaced") << kUtf8 << 8 << QByteArray("a\xff\xfe z") << State::Value
-                                            << QString::fromUtf8("a\xef\xbf\xbd\xef\xbf\xbd z");
-    QTest::newRow("cut at a NUL") << kUtf8 << 8 << QByteArray("title\0junk", 10) << State::Value << "title";
-    QTest::newRow("bounded") << kUtf8 << 8 << QByteArray(10000, 'y') << State::Value << QString(4096, 'y');
-    QTest::newRow("bound before a split 4-byte character")
-        << kUtf8 << 8 << QByteArray(4094, 'x') + "\xf0\x9f\x99\x82" << State::Value << QString(4094, 'x');
-    QTest::newRow("wrong type") << kAtomString << 8 << QByteArray("abc") << State::Malformed << QString();
-    QTest::newRow("wrong format") << kUtf8 << 32 << QByteArray("abcd") << State::Malformed << QString();
+    row("not set", false, 0, 0, {}, State::Absent, {});
+    row("empty", false, kUtf8, 8, {}, State::Value, {});
+    row("unicode", false, kUtf8, 8, unicode.toUtf8(), State::Value, unicode);
+    row("invalid bytes replaced", false, kUtf8, 8, "a\xff\xfe z", State::Value,
+        QString::fromUtf8("a\xef\xbf\xbd\xef\xbf\xbd z"));
+    row("cut at a NUL", false, kUtf8, 8, {"title\0junk", 10}, State::Value, "title");
+    row("bounded", false, kUtf8, 8, QByteArray(10000, 'y'), State::Value, QString(4096, 'y'));
+    row("bound before a split 4-byte character", false, kUtf8, 8, QByteArray(4094, 'x') + "\xf0\x9f\x99\x82",
+        State::Value, QString(4094, 'x'));
+    row("wrong type", false, kAtomString, 8, "abc", State::Malformed, {});
+    row("wrong format", false, kUtf8, 32, "abcd", State::Malformed, {});
+    row("legacy Latin-1", true, kAtomString, 8, "caf\xe9", State::Value, QString::fromUtf8("café"));
+    row("legacy typed UTF8_STRING", true, kUtf8, 8, "caf\xc3\xa9", State::Value, QString::fromUtf8("café"));
+    row("legacy compound text read as Latin-1", true, 400, 8, "plain", State::Value, "plain");
+    row("legacy bounded", true, kAtomString, 8, QByteArray(5000, 'z'), State::Value, QString(4096, 'z'));
 }
 
-void TestX11Properties::utf8Text()
+void TestX11Properties::text()
 {
+    QFETCH(bool, legacy);
     QFETCH(quint32, type);
     QFETCH(int, format);
     QFETCH(QByteArray, bytes);
     QFETCH(State, state);
     QFETCH(QString, text);
-    const Decoded<QString> decoded = decodeUtf8Text(rawProperty(type, format, bytes), kUtf8);
+    const RawProperty raw = rawProperty(type, format, bytes);
+    const Decoded<QString> decoded = legacy ? decodeLegacyText(raw, kUtf8) : decodeUtf8Text(raw, kUtf8);
     QCOMPARE(decoded.state, state);
     QCOMPARE(decoded.value, text);
     QVERIFY(decoded.value.toUtf8().size() <= qsizetype(kMaxTitleBytes));
-}
-
-void TestX11Properties::legacyText_data()
-{
-    QTest::addColumn<quint32>("type");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("Latin-1") << kAtomString << QByteArray("caf\xe9") << QString::fromUtf8("café");
-    QTest::newRow("typed UTF8_STRING") << kUtf8 << QByteArray("caf\xc3\xa9") << QString::fromUtf8("café");
-    QTest::newRow("compound text read as Latin-1") << 400u << QByteArray("plain") << "plain";
-    QTest::newRow("bounded") << kAtomString << QByteArray(5000, 'z') << QString(4096, 'z');
-}
-
-void TestX11Properties::legacyText()
-{
-    QFETCH(quint32, type);
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, text);
-    const Decoded<QString> decoded = decodeLegacyText(rawProperty(type, 8, bytes), kUtf8);
-    QCOMPARE(decoded.state, State::Value);
-    QCOMPARE(decoded.value, text);
 }
 
 void TestX11Properties::wmClass_data()
