@@ -96,6 +96,7 @@ void TestMonitorParsers::memInfo_data()
         {1024.0 / 1048576, 100, 100, 0});
     row("no MemTotal: all zero", "MemFree: 1048576 kB\nActive: 1048576 kB\nSwapTotal: 8 kB\n", {0, 0, 0, 0});
     row("garbled value", "MemTotal: lots kB\nActive: 1 kB\n", {0, 0, 0, 0});
+    row("empty", "", {0, 0, 0, 0});
 }
 
 void TestMonitorParsers::memInfo()
