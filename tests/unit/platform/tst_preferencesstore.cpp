@@ -41,8 +41,7 @@ private slots:
 
     void typedReads_data();
     void typedReads();
-    void writesAreVisibleAtOnceAndReachDiskAfterDebounce();
-    void valuesSurviveAReopen();
+    void writesReachDiskAfterDebounceAndSurviveAReopen();
     void corruptFileIsSetAsideAndStoreStartsEmpty_data();
     void corruptFileIsSetAsideAndStoreStartsEmpty();
     void nonFiniteNumbersAreRefused();
@@ -100,26 +99,22 @@ void TestPreferencesStore::typedReads()
     QVERIFY(store.stringValue(QStringLiteral("missing")) == std::nullopt);
 }
 
-void TestPreferencesStore::writesAreVisibleAtOnceAndReachDiskAfterDebounce()
-{
-    PreferencesStore store(m_path);
-    store.setFlushDelay(std::chrono::milliseconds(50));
-    store.setDouble(QStringLiteral("sidebarWidth"), 300);
-    QCOMPARE(store.doubleValue(QStringLiteral("sidebarWidth")), std::optional(300.0));
-    QVERIFY(store.hasUnsavedChanges());
-    QVERIFY(!QFile::exists(m_path));
-
-    QTRY_VERIFY(!store.hasUnsavedChanges());
-    const QJsonObject onDisk = QJsonDocument::fromJson(readFile(m_path)).object();
-    QCOMPARE(onDisk.value(QStringLiteral("sidebarWidth")).toDouble(), 300.0);
-    // Only the final file is left behind, no temporaries.
-    QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("prefs-*.tmp-*")}, QDir::Files), QStringList());
-}
-
-void TestPreferencesStore::valuesSurviveAReopen()
+void TestPreferencesStore::writesReachDiskAfterDebounceAndSurviveAReopen()
 {
     {
         PreferencesStore store(m_path);
+        store.setFlushDelay(std::chrono::milliseconds(50));
+        store.setDouble(QStringLiteral("sidebarWidth"), 300);
+        QCOMPARE(store.doubleValue(QStringLiteral("sidebarWidth")), std::optional(300.0));
+        QVERIFY(store.hasUnsavedChanges());
+        QVERIFY(!QFile::exists(m_path));
+
+        QTRY_VERIFY(!store.hasUnsavedChanges());
+        const QJsonObject onDisk = QJsonDocument::fromJson(readFile(m_path)).object();
+        QCOMPARE(onDisk.value(QStringLiteral("sidebarWidth")).toDouble(), 300.0);
+        // Only the final file is left behind, no temporaries.
+        QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("prefs-*.tmp-*")}, QDir::Files), QStringList());
+
         store.setBool(QStringLiteral("b"), false);
         store.setStringList(QStringLiteral("l"), {QStringLiteral("x")});
         store.setData(QStringLiteral("d"), QByteArray("\0\1\2", 3));

@@ -17,10 +17,8 @@ private slots:
     void englishTexts_data();
     void englishTexts();
     void lookupFallsBackToEnglishThenTheKey();
-    void detectionFromPreferredList_data();
-    void detectionFromPreferredList();
-    void detectionFromEnvironment_data();
-    void detectionFromEnvironment();
+    void detection_data();
+    void detection();
     void languagesInPickerOrder();
     void placeholdersAreFilledInOrder_data();
     void placeholdersAreFilledInOrder();
@@ -127,30 +125,16 @@ void TestLocalization::lookupFallsBackToEnglishThenTheKey()
     QCOMPARE(changed.count(), 1);
 }
 
-void TestLocalization::detectionFromPreferredList_data()
+// From the preferred list, or from the environment as gettext reads it on a Linux desktop.
+void TestLocalization::detection_data()
 {
-    QTest::addColumn<QStringList>("preferred");
+    QTest::addColumn<QStringList>("input"); // NAME=value pairs, else the preferred list itself
     QTest::addColumn<QString>("expected");
     QTest::newRow("regional German") << QStringList{"de-AT", "en-US"} << "de";
     QTest::newRow("Traditional Chinese skipped") << QStringList{"zh-Hant-TW", "fr-FR"} << "fr";
     QTest::newRow("only Traditional Chinese") << QStringList{"zh-Hant-TW"} << "en";
     QTest::newRow("Simplified, underscores") << QStringList{"zh_Hans_CN"} << "zh-Hans";
     QTest::newRow("first supported wins") << QStringList{"ru-RU", "sl-SI", "de-DE"} << "sl";
-    QTest::newRow("empty") << QStringList{} << "en";
-}
-
-void TestLocalization::detectionFromPreferredList()
-{
-    QFETCH(QStringList, preferred);
-    QFETCH(QString, expected);
-    QCOMPARE(LocalizationManager::detectSystemLanguage(preferred), expected);
-}
-
-// gettext's reading of the environment, as a Linux desktop sets it.
-void TestLocalization::detectionFromEnvironment_data()
-{
-    QTest::addColumn<QStringList>("variables"); // NAME=value
-    QTest::addColumn<QString>("expected");
     QTest::newRow("LANG") << QStringList{"LANG=fr_FR.UTF-8"} << "fr";
     QTest::newRow("LC_ALL over LANG") << QStringList{"LANG=de_DE.UTF-8", "LC_ALL=ja_JP.UTF-8"} << "ja";
     QTest::newRow("LC_MESSAGES over LANG")
@@ -165,14 +149,16 @@ void TestLocalization::detectionFromEnvironment_data()
     QTest::newRow("nothing set") << QStringList{} << "en";
 }
 
-void TestLocalization::detectionFromEnvironment()
+void TestLocalization::detection()
 {
-    QFETCH(QStringList, variables);
+    QFETCH(QStringList, input);
     QFETCH(QString, expected);
     QProcessEnvironment env;
-    for (const QString &v : variables)
+    for (const QString &v : input)
         env.insert(v.section(u'=', 0, 0), v.section(u'=', 1));
-    QCOMPARE(LocalizationManager::detectSystemLanguage(LocalizationManager::preferredLanguages(env)),
+    const bool list = !input.isEmpty() && !input.first().contains(u'=');
+    QCOMPARE(LocalizationManager::detectSystemLanguage(list ? input
+                                                            : LocalizationManager::preferredLanguages(env)),
              expected);
 }
 

@@ -5,42 +5,40 @@
 #include <QProcess>
 #include <QTest>
 
+namespace {
+
+// Runs `orvella` with space-separated arguments; empty output when it fails.
+QByteArray run(const QString &arguments)
+{
+    QProcess orvella;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("ORVELLA_EXTERNAL_ADDRESS_URL"), QString()); // never leave the machine
+    orvella.setProcessEnvironment(environment);
+    orvella.start(QStringLiteral(ORVELLA_BINARY), arguments.split(u' '));
+    const bool ended = orvella.waitForFinished(20000);
+    if (!ended)
+        orvella.kill();
+    if (!ended || orvella.exitStatus() != QProcess::NormalExit || orvella.exitCode() != 0) {
+        qWarning("orvella %s failed: %s", qPrintable(arguments), orvella.readAllStandardError().constData());
+        return {};
+    }
+    return orvella.readAllStandardOutput();
+}
+
+} // namespace
+
 class TestSysmonCommand : public QObject
 {
     Q_OBJECT
 private slots:
     void jsonSamples();
     void textSample();
-
-private:
-    QByteArray run(const QStringList &arguments);
 };
-
-QByteArray TestSysmonCommand::run(const QStringList &arguments)
-{
-    QProcess orvella;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("ORVELLA_EXTERNAL_ADDRESS_URL"), QString()); // never leave the machine
-    orvella.setProcessEnvironment(environment);
-    orvella.start(QStringLiteral(ORVELLA_BINARY), arguments);
-    if (!orvella.waitForFinished(20000)) {
-        orvella.kill();
-        qWarning("orvella sysmon did not end");
-        return {};
-    }
-    if (orvella.exitStatus() != QProcess::NormalExit || orvella.exitCode() != 0) {
-        qWarning("orvella sysmon failed: %s", orvella.readAllStandardError().constData());
-        return {};
-    }
-    return orvella.readAllStandardOutput();
-}
 
 void TestSysmonCommand::jsonSamples()
 {
-    const QByteArray output =
-        run({QStringLiteral("sysmon"), QStringLiteral("--json"), QStringLiteral("--count"),
-             QStringLiteral("2"), QStringLiteral("--interval"), QStringLiteral("0.2")});
-    const QList<QByteArray> lines = output.trimmed().split('\n');
+    const QList<QByteArray> lines =
+        run(QStringLiteral("sysmon --json --count 2 --interval 0.2")).trimmed().split('\n');
     QCOMPARE(lines.size(), 2);
     for (int i = 0; i < lines.size(); ++i) {
         QJsonParseError error;
@@ -58,7 +56,7 @@ void TestSysmonCommand::jsonSamples()
 
 void TestSysmonCommand::textSample()
 {
-    const QString output = QString::fromUtf8(run({QStringLiteral("sysmon")}));
+    const QString output = QString::fromUtf8(run(QStringLiteral("sysmon")));
     for (const char *label : {"CPU ", "Memory ", "Disk ", "Network ", "Battery ", "Temperature ", "Uptime "})
         QVERIFY2(output.contains(QLatin1String(label)), label);
     QVERIFY(output.endsWith(QLatin1String("\n\n")));
