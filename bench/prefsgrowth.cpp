@@ -111,6 +111,7 @@ int main(int argc, char **argv)
             std::printf("%-10d | %-6lld | %lld\n", life, qlonglong(owners.size()), qlonglong(size));
         }
     }
-    std::printf("bound: %lld bytes — %s\n", qlonglong(kBoundBytes), size <= kBoundBytes ? "held" : "EXCEEDED");
+    std::printf("bound: %lld bytes — %s\n", qlonglong(kBoundBytes),
+                size <= kBoundBytes ? "held" : "EXCEEDED");
     return size <= kBoundBytes ? 0 : 1;
 }

@@ -83,6 +83,8 @@ struct TrackingState
     QSet<QString> lastSeenPidIdx;
     QHash<QString, int> consecutiveGenericRefreshCount;
     QSet<QString> userMinimizedSignatures;
+    /// Those of `userMinimizedSignatures` a refresh has seen minimized since they were set.
+    QSet<QString> confirmedMinimizedSignatures;
     QHash<QString, int> sigAbsenceCount;
     QHash<QString, int> pidIdxAbsenceCount;
     int sigAbsenceCleanupCycle = 0;

@@ -171,7 +171,13 @@ void WindowManager::apply(quint64 generation, ReadResult result)
         return; // a newer refresh started; it clears isRefreshing
 
     publishLikelyCount(result.likelyCount);
-    m_state.userMinimizedSignatures.subtract(result.contradictedMarks);
+    // A mark ends when the window shows focused after the minimise had been seen: before
+    // that, the focus may be from before the minimise reached the window manager.
+    m_state.confirmedMinimizedSignatures.unite(result.confirmedMarks);
+    for (const QString &mark : std::as_const(result.contradictedMarks)) {
+        if (m_state.confirmedMinimizedSignatures.remove(mark))
+            m_state.userMinimizedSignatures.remove(mark);
+    }
     m_runningApps = result.apps;
     QList<qint32> regularPids;
     for (const AppSnapshot &app : std::as_const(m_runningApps))

@@ -24,6 +24,7 @@ void forget(qint64 number, const QStringList &owners, TrackingState &state)
         state.wnAbsenceCount.remove(sig);
         state.explicitlyRemovedSigs.remove(sig);
         state.userMinimizedSignatures.remove(sig);
+        state.confirmedMinimizedSignatures.remove(sig);
         state.showDesktopSavedSignatures.remove(sig);
         shelfOrder::detach(state, sig);
     }

@@ -154,8 +154,9 @@ ReadResult readWindows(const platform::DesktopSnapshot &snapshot, qint32 ownPid,
                     continue;
                 if (focused)
                     result.contradictedMarks.insert(mark);
-                else
-                    minimized = true;
+                else if (minimized)
+                    result.confirmedMarks.insert(mark);
+                minimized = true;
             }
             const bool active = focused && !minimized;
             if (isSkipped(app.bundleID, w.title, minimized, w.frame))

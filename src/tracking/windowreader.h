@@ -15,8 +15,9 @@ struct ReadResult
     QList<WindowItem> items;
     std::optional<QString> activeID;
     int likelyCount = 0;
-    /// Marks of `userMinimizedSignatures` whose window the system shows focused: the
-    /// user restored it some other way, and the mark no longer holds.
+    /// Marks of `userMinimizedSignatures` whose window the system shows minimized, and
+    /// those whose window it shows focused (restored some other way, or not minimized yet).
+    QSet<QString> confirmedMarks;
     QSet<QString> contradictedMarks;
 };
 

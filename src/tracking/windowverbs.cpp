@@ -27,6 +27,7 @@ void WindowManager::noteUserMinimized(const QList<WindowItem> &windows, bool min
     for (const WindowItem &w : windows) {
         const QString sig = w.windowNumber ? identity::windowNumberSignature(w.owner(), *w.windowNumber)
                                            : identity::titleSignature(w.owner(), w.windowTitle);
+        m_state.confirmedMinimizedSignatures.remove(sig);
         if (minimized)
             m_state.userMinimizedSignatures.insert(sig);
         else

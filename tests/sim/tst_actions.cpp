@@ -201,6 +201,21 @@ void TestActions::focusThenMinimizeEndsMinimized()
     }
     QTRY_VERIFY(!m_wm->state().isRefreshing);
     QVERIFY(m_wm->windows().first().isMinimized);
+    // The minimise is remembered until the user brings the window back, here or elsewhere.
+    QVERIFY(m_wm->state().userMinimizedSignatures.contains(id));
+    QVERIFY(m_wm->focusWindow(id));
+    QVERIFY(!m_wm->state().userMinimizedSignatures.contains(id));
+    bool minimized = false;
+    QVERIFY(m_wm->minimizeWindow(id, [&minimized] { minimized = true; }));
+    for (QDeadlineTimer deadline(5000); !minimized && !deadline.hasExpired(); m_clock->advance(100ms))
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    refresh(); // seen minimized: from now on, a focus elsewhere ends the mark
+    m_desktop->setMinimized(1, false);
+    m_desktop->setFocus(1);
+    refresh();
+    QVERIFY(!m_wm->state().userMinimizedSignatures.contains(id));
+    refresh();
+    QVERIFY(!m_wm->windows().first().isMinimized);
     // Without an action layer a verb is refused instead of lost silently.
     WindowManager bare(m_desktop, nullptr, nullptr, *m_clock);
     QTest::ignoreMessage(QtWarningMsg, "[OV] window action ignored: no window control");

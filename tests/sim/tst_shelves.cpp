@@ -319,6 +319,20 @@ void TestShelves::hiddenAndOnlySections()
     m_wm->setCategoryHidden(kEditorID, false);
     QCOMPARE(m_wm->visibleCategories().size(), 2);
     QCOMPARE(m_store->stringListValue(QStringLiteral("ov.categoryHidden")), std::optional(QStringList()));
+
+    // The section shown alone goes away with its application: the others show, not nothing.
+    m_wm->setOnlyCategory(kEditorID);
+    m_desktop->removeApp(kEditor);
+    refresh();
+    QCOMPARE(m_wm->visibleCategories().size(), 1);
+    QCOMPARE(m_wm->visibleCategories().constFirst().id, shelf);
+
+    // A section listed twice in a stored order shows once; one unused for a month leaves it.
+    m_wm->state().categoryOrder = {shelf, QStringLiteral("old.app"), kEditorID, shelf};
+    m_wm->state().categoryLastSeen.insert(QStringLiteral("old.app"), m_clock.now().date().addDays(-31));
+    m_wm->buildCategories();
+    QCOMPARE(m_store->stringListValue(QStringLiteral("ov.categoryOrder")),
+             std::optional(QStringList({shelf, kEditorID})));
 }
 
 // Regression: the X server gives a restarted client the window ids of the one that
