@@ -51,7 +51,6 @@ private slots:
     void tilingCorrectsLostMoves();
     void showDesktopTogglesExactlyItsWindows();
     void shelfIsRaisedWithItsFirstWindowLast();
-    void shelfMinimizedAndRestoredAlone();
     void newWindow_data();
     void newWindow();
     void newWindowOfAnUnknownApplication();
@@ -386,28 +385,6 @@ void TestActions::shelfIsRaisedWithItsFirstWindowLast()
     QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 2 0", "raise 2", "raise 3", "activate 2",
                                                    "activate 3", "raise 1", "activate 1"}));
     QCOMPARE(m_desktop->focus(), 1);
-}
-
-void TestActions::shelfMinimizedAndRestoredAlone()
-{
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("on shelf")));
-    m_desktop->addWindow(kTerminal, window(2, QStringLiteral("also on shelf")));
-    m_desktop->addWindow(kEditor, window(3, QStringLiteral("elsewhere")));
-    refresh();
-    const QString shelf = shelfOf({1, 2});
-    m_desktop->clearControlLog();
-    QTest::ignoreMessage(QtInfoMsg, "minimizeCategoryWindows category=shelf-1 count=2");
-    QVERIFY(run([&](Completion done) { m_wm->minimizeCategoryWindows(shelf, std::move(done)); }));
-    QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 1", "setMinimized 2 1"}));
-    QTRY_VERIFY(!m_wm->state().isRefreshing);
-    QCOMPARE(m_desktop->minimizedOf(3), std::optional(false));
-
-    m_desktop->clearControlLog();
-    QVERIFY(run([&](Completion done) { m_wm->restoreCategoryWindows(shelf, std::move(done)); }));
-    QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 0", "setMinimized 2 0"}));
-    QTRY_VERIFY(!m_wm->state().isRefreshing);
-    for (const WindowItem &w : m_wm->windows())
-        QVERIFY(!w.isMinimized);
 }
 
 void TestActions::newWindow_data()
