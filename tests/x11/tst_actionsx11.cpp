@@ -64,7 +64,6 @@ private slots:
     void cleanup();
     void tiledShelfLandsWhereComputed_data();
     void tiledShelfLandsWhereComputed();
-    void windowThatWillNotShrinkKeepsItsHeight();
     void showDesktopTwiceRestoresWhatItMinimized();
     void raisedShelfEndsWithItsFirstWindowInFront();
     void closeAsksTheClient();
@@ -210,71 +209,53 @@ bool TestActionsX11::minimized(const QString &title) const
 
 void TestActionsX11::tiledShelfLandsWhereComputed_data()
 {
-    QTest::addColumn<int>("alignment");
+    QTest::addColumn<QString>("alignment");
     QTest::addColumn<QString>("sidebarPosition");
-    QTest::newRow("left, sidebar left") << int(actions::TileAlignment::left) << QStringLiteral("left");
-    QTest::newRow("center, sidebar right") << int(actions::TileAlignment::center) << QStringLiteral("right");
-    QTest::newRow("right, sidebar right") << int(actions::TileAlignment::right) << QStringLiteral("right");
+    QTest::addColumn<double>("fraction");
+    QTest::addColumn<bool>("tall"); // the second window will not shrink below 300 pixels
+    QTest::newRow("left, sidebar left") << "left"
+                                        << "left" << 0.5 << false;
+    QTest::newRow("center, sidebar right") << "center"
+                                           << "right" << 0.5 << false;
+    QTest::newRow("right, sidebar right") << "right"
+                                          << "right" << 0.3 << false;
+    QTest::newRow("a window that will not shrink") << "left"
+                                                   << "left" << 0.3 << true;
 }
 
 void TestActionsX11::tiledShelfLandsWhereComputed()
 {
-    QFETCH(int, alignment);
+    QFETCH(QString, alignment);
     QFETCH(QString, sidebarPosition);
-    const QStringList titles{QStringLiteral("one"), QStringLiteral("two"), QStringLiteral("three")};
-    startClient({{titles[0], {}}, {titles[1], {}}, {titles[2], {}}});
-    const QString shelf = shelfOf({titles[1], titles[0], titles[2]});
-
-    const auto align = actions::TileAlignment(alignment);
+    QFETCH(double, fraction);
+    QFETCH(bool, tall);
+    const QStringList minSize{QStringLiteral("--min-size"), QStringLiteral("100x300")};
+    startClient({{"a", {}}, {"b", {}}, {"c", tall ? minSize : QStringList()}, {"d", {}}});
+    // Not in the order the client mapped them: the shelf's order decides.
+    const QStringList order{"b", "c", "a", "d"};
+    const QString shelf = shelfOf(order);
     m_wm->state().sidebarWidth = 200;
     m_wm->state().sidebarPosition = sidebarPosition;
-    const QString alignName[] = {QStringLiteral("left"), QStringLiteral("center"), QStringLiteral("right")};
     QVERIFY(waitFor([&](Completion done) {
-        QVERIFY(m_wm->tileCategoryWindows(shelf, alignName[alignment], 0.5, std::move(done)));
+        QVERIFY(m_wm->tileCategoryWindows(shelf, alignment, fraction, std::move(done)));
     }));
 
     const auto area = actions::usableArea(m_control->screens(), {200, sidebarPosition, std::nullopt});
     QVERIFY(area);
-    const actions::ColumnPlan plan = actions::planColumn(*area, align, 0.5, 3);
-    const QStringList order{titles[1], titles[0], titles[2]};
-    for (int i = 0; i < 3; ++i) {
-        const auto w = element(order[i]);
-        QVERIFY(w);
-        const QRectF expected(plan.columnX, area->y() + i * plan.rowHeight, plan.columnWidth, plan.rowHeight);
-        QVERIFY2(
-            actions::framesMatch(w->frame, expected, kTolerance),
-            qPrintable(order[i] + u' ' + text(w->frame) + QStringLiteral(", expected ") + text(expected)));
+    const auto align = actions::tileAlignmentFromString(alignment);
+    const actions::ColumnPlan plan = actions::planColumn(*area, *align, fraction, 4);
+    double share = plan.rowHeight;
+    if (tall) {
+        const double height = element(order[1])->frame.height();
+        QVERIFY2(plan.rowHeight < 300 && height >= 300, qPrintable(QString::number(height)));
+        share = (area->height() - height) / 3;
     }
-}
-
-void TestActionsX11::windowThatWillNotShrinkKeepsItsHeight()
-{
-    const QStringList titles{QStringLiteral("a"), QStringLiteral("tall"), QStringLiteral("c"),
-                             QStringLiteral("d")};
-    startClient({{titles[0], {}},
-                 {titles[1], {QStringLiteral("--min-size"), QStringLiteral("100x300")}},
-                 {titles[2], {}},
-                 {titles[3], {}}});
-    const QString shelf = shelfOf(titles);
-    QVERIFY(waitFor([&](Completion done) {
-        QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("left"), 0.3, std::move(done)));
-    }));
-    const auto area = actions::usableArea(m_control->screens(), {});
-    QVERIFY(area);
-    // Four rows would be a quarter of the height each, less than the 300 the window needs.
-    QVERIFY(area->height() / 4 < 300);
-    const double tall = element(titles[1])->frame.height();
-    QVERIFY2(tall >= 300, qPrintable(QString::number(tall)));
-    const double share = (area->height() - tall) / 3;
     double y = area->y();
-    for (const QString &title : titles) {
-        const QRectF frame = element(title)->frame;
-        QVERIFY2(qAbs(frame.y() - y) <= kTolerance,
-                 qPrintable(title + QStringLiteral(" at y=%1").arg(frame.y())));
-        if (title != titles[1])
-            QVERIFY2(
-                qAbs(frame.height() - share) <= kTolerance,
-                qPrintable(title + QStringLiteral(" height %1, share %2").arg(frame.height()).arg(share)));
+    for (int i = 0; i < 4; ++i) {
+        const QRectF frame = element(order[i])->frame;
+        const QRectF expected(plan.columnX, y, plan.columnWidth, tall && i == 1 ? frame.height() : share);
+        QVERIFY2(actions::framesMatch(frame, expected, kTolerance),
+                 qPrintable(order[i] + u' ' + text(frame) + QStringLiteral(", expected ") + text(expected)));
         y += frame.height();
     }
 }
