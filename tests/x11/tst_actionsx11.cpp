@@ -91,8 +91,6 @@ private:
 void TestActionsX11::initTestCase()
 {
     QVERIFY(testsupport::inPrivateSession());
-    s_defaultHandler = qInstallMessageHandler(nullptr);
-    qInstallMessageHandler(s_defaultHandler);
     // A desktop entry of our own, visible to GIO before anything reads the entries.
     QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("applications")));
     QFile entry(m_dir.filePath(QStringLiteral("applications/%1.desktop").arg(kNewWindowApp)));
@@ -329,7 +327,7 @@ void TestActionsX11::newWindowFromDesktopEntryMovesToSidebarScreen()
 
     const auto open = [&](Completion done) { QVERIFY(m_wm->openNewWindow(kNewWindowApp, std::move(done))); };
     s_shortcutFoundNoApp = false;
-    const QtMessageHandler previous = qInstallMessageHandler(noteShortcutFailure);
+    s_defaultHandler = qInstallMessageHandler(noteShortcutFailure);
     QVERIFY(waitFor(open));
     QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Fresh")).has_value(); }));
     // On a loaded machine the application may map its first window only after the
@@ -337,7 +335,7 @@ void TestActionsX11::newWindowFromDesktopEntryMovesToSidebarScreen()
     // finds it running, which is what a user would do.
     if (s_shortcutFoundNoApp)
         QVERIFY(waitFor(open));
-    qInstallMessageHandler(previous);
+    qInstallMessageHandler(s_defaultHandler);
     QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Fresh 2")).has_value(); }));
     QVERIFY(byTitle(QStringLiteral("Fresh")));
     QCOMPARE(byTitle(QStringLiteral("Fresh 2"))->bundleIdentifier, std::optional(kNewWindowApp));

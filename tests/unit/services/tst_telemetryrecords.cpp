@@ -37,13 +37,8 @@ void TestTelemetryRecords::eventJson()
     update.channel = QStringLiteral("direct");
     update.platform = QStringLiteral("linux");
     update.timestamp = QStringLiteral("2026-03-01T09:30:00Z");
-    update.attribution = InstallAttribution{QStringLiteral("download_url"),
-                                            QStringLiteral("orvella.app"),
-                                            QStringLiteral("/get/Orvella.AppImage"),
-                                            QStringLiteral("orvella"),
-                                            QStringLiteral("news"),
-                                            std::nullopt,
-                                            QStringLiteral("spring \"26\"")};
+    update.attribution = InstallAttribution{"download_url", "orvella.app", "/get/Orvella.AppImage", "orvella",
+                                            "news",         std::nullopt,  "spring \"26\""};
     update.isInternal = true;
     update.internalReason = QStringLiteral("marker_file");
     QCOMPARE(
@@ -150,13 +145,8 @@ void TestTelemetryRecords::attribution()
 // The cache is read back as written, and a damaged entry is not taken for an attribution.
 void TestTelemetryRecords::attributionCache()
 {
-    const InstallAttribution a{QStringLiteral("referrer_page"),
-                               QStringLiteral("e.example"),
-                               std::nullopt,
-                               QStringLiteral("tips"),
-                               std::nullopt,
-                               QStringLiteral("social"),
-                               std::nullopt};
+    const InstallAttribution a{"referrer_page", "e.example", std::nullopt, "tips",
+                               std::nullopt,    "social",    std::nullopt};
     QCOMPARE(InstallAttribution::fromJson(a.toJson()), a);
     QVERIFY(!InstallAttribution::fromJson(QJsonObject{{QStringLiteral("source_host"), QStringLiteral("x")}}));
     QVERIFY(!InstallAttribution::fromJson(QJsonObject{{QStringLiteral("source_type"), 3}}));
