@@ -46,12 +46,10 @@ private slots:
     void verbsById();
     void focusThenMinimizeEndsMinimized();
     void tilingWithWindowsThatRefuseToShrink();
-    void tilingUnminimizesAndSkipsVanishedWindows();
+    void tilingRecoversFromWhatTheWindowsDid();
     void tilingFollowsTheSidebarSettings();
-    void tilingCorrectsLostMoves();
     void showDesktopTogglesExactlyItsWindows();
     void shelfIsRaisedWithItsFirstWindowLast();
-    void shelfMinimizedAndRestoredAlone();
     void newWindow_data();
     void newWindow();
     void newWindowOfAnUnknownApplication();
@@ -255,46 +253,31 @@ void TestActions::tilingWithWindowsThatRefuseToShrink()
     QCOMPARE(raises.last(), QStringLiteral("raise 10"));
 }
 
-void TestActions::tilingUnminimizesAndSkipsVanishedWindows()
+void TestActions::tilingRecoversFromWhatTheWindowsDid()
 {
     m_desktop->addWindow(kEditor, window(1, QStringLiteral("kept")));
     m_desktop->addWindow(kEditor, window(2, QStringLiteral("gone")));
-    m_desktop->addWindow(kTerminal, window(3, QStringLiteral("down")));
+    SimulatedDesktop::Window down = window(3, QStringLiteral("down"));
+    down.ignoredMoves = 3; // the first placement and both final passes
+    m_desktop->addWindow(kTerminal, down);
     m_desktop->setMinimized(3, true);
     refresh();
     const QString shelf = shelfOf({1, 2, 3});
     m_desktop->removeWindow(2);
     m_wm->state().sidebarWidth = 200;
+    QTest::ignoreMessage(QtInfoMsg, "[OV] Tile verification: correcting positions");
     QVERIFY(run([&](Completion done) {
         QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("left"), 0.5, std::move(done)));
     }));
     QCOMPARE(m_desktop->minimizedOf(3), std::optional(false));
     QVERIFY(!m_desktop->controlLog().join(u' ').contains(QStringLiteral(" 2 ")));
-    // Rows are sized for the three listed windows; the two found stack from the top.
-    const QRectF kept = *m_desktop->frameOf(1), down = *m_desktop->frameOf(3);
-    QCOMPARE(kept.x(), 200.0);
-    QCOMPARE(kept.width(), 400.0);
-    QCOMPARE(down.y(), kept.bottom());
+    // The two found stack from the top, the one that ignored its moves put right afterwards.
+    QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(200, 0, 400, 400)));
+    QCOMPARE(m_desktop->frameOf(3), std::optional(QRectF(200, 400, 400, 400)));
     QVERIFY(m_clock->pausedTotal() >= 500ms);
     // The refresh afterwards shows the new state.
     QTRY_VERIFY(!m_wm->state().isRefreshing);
     QCOMPARE(m_wm->windows().size(), 2);
-}
-
-void TestActions::tilingCorrectsLostMoves()
-{
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("top")));
-    SimulatedDesktop::Window late = window(2, QStringLiteral("late"), {5, 5, 400, 300});
-    late.ignoredMoves = 3; // the first placement and both final passes
-    m_desktop->addWindow(kEditor, late);
-    refresh();
-    const QString shelf = shelfOf({1, 2});
-    QTest::ignoreMessage(QtInfoMsg, "[OV] Tile verification: correcting positions");
-    QVERIFY(run([&](Completion done) {
-        QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("left"), 1.0, std::move(done)));
-    }));
-    QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(0, 0, 1000, 400)));
-    QCOMPARE(m_desktop->frameOf(2), std::optional(QRectF(0, 400, 1000, 400)));
 }
 
 void TestActions::tilingFollowsTheSidebarSettings()
@@ -335,16 +318,14 @@ void TestActions::showDesktopTogglesExactlyItsWindows()
     m_desktop->addWindow(kTerminal, window(3, QStringLiteral("was down")));
     m_desktop->setMinimized(3, true);
     refresh();
-    m_desktop->clearControlLog();
 
+    // Which windows it asks for is verbsById's; the sidebar shows the new state at once.
     m_wm->toggleShowDesktop();
-    // The sidebar shows the new state before the window manager has done anything.
     for (const WindowItem &w : m_wm->windows())
         QVERIFY(w.isMinimized);
     QCOMPARE(m_wm->state().showDesktopSavedSignatures.size(), 2);
-    QTRY_COMPARE(m_desktop->controlLog().size(), 2);
-    QVERIFY(!m_desktop->controlLog().contains(QStringLiteral("setMinimized 3 1")));
-    QCOMPARE(m_desktop->minimizedOf(1), std::optional(true));
+    QTRY_VERIFY(m_desktop->minimizedOf(1) == std::optional(true)
+                && m_desktop->minimizedOf(2) == std::optional(true));
     refresh();
 
     m_desktop->clearControlLog();
@@ -401,28 +382,6 @@ void TestActions::shelfIsRaisedWithItsFirstWindowLast()
     QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 2 0", "raise 2", "raise 3", "activate 2",
                                                    "activate 3", "raise 1", "activate 1"}));
     QCOMPARE(m_desktop->focus(), 1);
-}
-
-void TestActions::shelfMinimizedAndRestoredAlone()
-{
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("on shelf")));
-    m_desktop->addWindow(kTerminal, window(2, QStringLiteral("also on shelf")));
-    m_desktop->addWindow(kEditor, window(3, QStringLiteral("elsewhere")));
-    refresh();
-    const QString shelf = shelfOf({1, 2});
-    m_desktop->clearControlLog();
-    QTest::ignoreMessage(QtInfoMsg, "minimizeCategoryWindows category=shelf-1 count=2");
-    QVERIFY(run([&](Completion done) { m_wm->minimizeCategoryWindows(shelf, std::move(done)); }));
-    QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 1", "setMinimized 2 1"}));
-    QTRY_VERIFY(!m_wm->state().isRefreshing);
-    QCOMPARE(m_desktop->minimizedOf(3), std::optional(false));
-
-    m_desktop->clearControlLog();
-    QVERIFY(run([&](Completion done) { m_wm->restoreCategoryWindows(shelf, std::move(done)); }));
-    QCOMPARE(m_desktop->controlLog(), QStringList({"setMinimized 1 0", "setMinimized 2 0"}));
-    QTRY_VERIFY(!m_wm->state().isRefreshing);
-    for (const WindowItem &w : m_wm->windows())
-        QVERIFY(!w.isMinimized);
 }
 
 void TestActions::newWindow_data()

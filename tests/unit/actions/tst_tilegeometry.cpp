@@ -17,11 +17,6 @@ namespace {
 const QRectF kScreen(0, 0, 1000, 800);
 const QRectF kVisible(0, 25, 1000, 775);
 
-QList<ScreenInfo> oneScreen()
-{
-    return {{kScreen, kVisible, true}};
-}
-
 platform::AppWindow element(const QString &title, std::optional<qint64> number)
 {
     return {title, QRectF(0, 0, 400, 300), false, number};
@@ -42,8 +37,7 @@ private slots:
     void column();
     void heightSharing_data();
     void heightSharing();
-    void expectedTopsUsePlannedForUnreadHeights();
-    void framesMatchWithinTolerance();
+    void verification();
     void findsElement_data();
     void findsElement();
     void newWindowShortcuts_data();
@@ -97,26 +91,24 @@ void TestTileGeometry::usableArea_data()
     QTest::addColumn<QString>("position");
     QTest::addColumn<std::optional<QPointF>>("sidebarScreen");
     QTest::addColumn<std::optional<QRectF>>("area");
-    const std::optional<QPointF> unknown;
+    const auto row = [](const char *name, const QList<ScreenInfo> &screens, double width,
+                        const char *position, std::optional<QPointF> sidebarScreen,
+                        std::optional<QRectF> area) {
+        QTest::newRow(name) << screens << width << QString::fromLatin1(position) << sidebarScreen << area;
+    };
+    const QList<ScreenInfo> one{{kScreen, kVisible, true}};
     const QList<ScreenInfo> two{{QRectF(-1200, 0, 1200, 900), QRectF(-1200, 0, 1200, 900), false},
                                 {kScreen, kVisible, true}};
-    QTest::newRow("sidebar left") << oneScreen() << 250.0 << "left" << unknown
-                                  << std::optional(QRectF(250, 25, 750, 775));
-    QTest::newRow("sidebar right") << oneScreen() << 250.0 << "right" << unknown
-                                   << std::optional(QRectF(0, 25, 750, 775));
-    QTest::newRow("any other position is the right edge")
-        << oneScreen() << 250.0 << "bottom" << unknown << std::optional(QRectF(0, 25, 750, 775));
-    QTest::newRow("sidebar on the target screen")
-        << two << 250.0 << "left" << std::optional(QPointF(0, 0)) << std::optional(QRectF(250, 25, 750, 775));
-    QTest::newRow("sidebar on another screen")
-        << two << 250.0 << "left" << std::optional(QPointF(-1200, 0)) << std::optional(kVisible);
-    QTest::newRow("no sidebar width") << oneScreen() << 0.0 << "left" << unknown << std::optional(kVisible);
-    QTest::newRow("first screen without a main one")
-        << QList<ScreenInfo>{{kScreen, kVisible, false},
-                             {QRectF(1000, 0, 800, 600), QRectF(1000, 0, 800, 600), false}}
-        << 0.0 << "left" << unknown << std::optional(kVisible);
-    QTest::newRow("no screens") << QList<ScreenInfo>{} << 250.0 << "left" << unknown
-                                << std::optional<QRectF>();
+    row("sidebar left", one, 250, "left", {}, QRectF(250, 25, 750, 775));
+    row("sidebar right", one, 250, "right", {}, QRectF(0, 25, 750, 775));
+    row("any other position is the right edge", one, 250, "bottom", {}, QRectF(0, 25, 750, 775));
+    row("sidebar on the target screen", two, 250, "left", QPointF(0, 0), QRectF(250, 25, 750, 775));
+    row("sidebar on another screen", two, 250, "left", QPointF(-1200, 0), kVisible);
+    row("no sidebar width", one, 0, "left", {}, kVisible);
+    row("first screen without a main one",
+        {{kScreen, kVisible, false}, {QRectF(1000, 0, 800, 600), QRectF(1000, 0, 800, 600), false}}, 0,
+        "left", {}, kVisible);
+    row("no screens", {}, 250, "left", {}, {});
 }
 
 void TestTileGeometry::usableArea()
@@ -172,29 +164,28 @@ void TestTileGeometry::heightSharing_data()
     QTest::addColumn<QList<double>>("plannedAfter");
     QTest::addColumn<QList<bool>>("fixedAfter");
     QTest::addColumn<bool>("changed");
-    QTest::newRow("everyone fits: no change")
-        << 600.0 << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
-        << QList<double>{200, 201, 199} << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
-        << false;
-    QTest::newRow("2 points over is still flexible")
-        << 600.0 << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
-        << QList<double>{202, 200, 200} << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
-        << false;
-    QTest::newRow("a tall window becomes fixed, the others share the rest")
-        << 600.0 << QList<double>{200, 200, 200} << QList<bool>{false, false, false}
-        << QList<double>{200, 300, 200} << QList<double>{150, 300, 150} << QList<bool>{false, true, false}
-        << true;
-    QTest::newRow("never under 50 points, even past the screen")
-        << 800.0 << QList<double>{80, 80, 80, 80, 80} << QList<bool>{false, false, false, false, false}
-        << QList<double>{300, 300, 300, 80, 80} << QList<double>{300, 300, 300, 50, 50}
-        << QList<bool>{true, true, true, false, false} << true;
-    QTest::newRow("fixed stays fixed though it shrank")
-        << 600.0 << QList<double>{300, 150, 150} << QList<bool>{true, false, false}
-        << QList<double>{100, 150, 150} << QList<double>{300, 150, 150} << QList<bool>{true, false, false}
-        << false;
-    QTest::newRow("all fixed: nothing to share")
-        << 600.0 << QList<double>{200, 200} << QList<bool>{false, false} << QList<double>{400, 400}
-        << QList<double>{400, 400} << QList<bool>{true, true} << true;
+    // Fixed heights are written as "F" for each fixed window, "." for each flexible one.
+    const auto flags = [](const char *text) {
+        QList<bool> out;
+        for (const char *c = text; *c; ++c)
+            out.append(*c == 'F');
+        return out;
+    };
+    const auto row = [&](const char *name, double area, const QList<double> &planned, const char *fixed,
+                         const QList<double> &actual, const QList<double> &after, const char *fixedAfter) {
+        QTest::newRow(name) << area << planned << flags(fixed) << actual << after << flags(fixedAfter)
+                            << (fixedAfter != QByteArray(fixed) || after != planned);
+    };
+    row("everyone fits: no change", 600, {200, 200, 200}, "...", {200, 201, 199}, {200, 200, 200}, "...");
+    row("2 points over is still flexible", 600, {200, 200, 200}, "...", {202, 200, 200}, {200, 200, 200},
+        "...");
+    row("a tall window becomes fixed, the others share the rest", 600, {200, 200, 200}, "...",
+        {200, 300, 200}, {150, 300, 150}, ".F.");
+    row("never under 50 points, even past the screen", 800, {80, 80, 80, 80, 80}, ".....",
+        {300, 300, 300, 80, 80}, {300, 300, 300, 50, 50}, "FFF..");
+    row("fixed stays fixed though it shrank", 600, {300, 150, 150}, "F..", {100, 150, 150}, {300, 150, 150},
+        "F..");
+    row("all fixed: nothing to share", 600, {200, 200}, "..", {400, 400}, {400, 400}, "FF");
 }
 
 void TestTileGeometry::heightSharing()
@@ -211,14 +202,11 @@ void TestTileGeometry::heightSharing()
     QCOMPARE(fixed, fixedAfter);
 }
 
-void TestTileGeometry::expectedTopsUsePlannedForUnreadHeights()
+// What the verification pass after tiling compares: planned heights stand in for unread ones.
+void TestTileGeometry::verification()
 {
     QCOMPARE(expectedTops(25, {100, 0, 120}, {90, 80, 70}), QList<double>({25, 125, 205}));
     QCOMPARE(expectedTops(0, {}, {}), QList<double>());
-}
-
-void TestTileGeometry::framesMatchWithinTolerance()
-{
     const QRectF a(10, 10, 100, 100);
     QVERIFY(framesMatch(a, QRectF(13, 7, 103, 97), 3));
     QVERIFY(!framesMatch(a, QRectF(10, 10, 100, 104), 3));
@@ -232,21 +220,19 @@ void TestTileGeometry::findsElement_data()
     QTest::addColumn<int>("axIndex");
     QTest::addColumn<QList<platform::AppWindow>>("elements");
     QTest::addColumn<int>("expected"); // index into elements, -1 for none
+    const auto row = [](const char *name, std::optional<qint64> number, const char *title, int axIndex,
+                        const QList<platform::AppWindow> &elements, int expected) {
+        QTest::newRow(name) << number << QString::fromLatin1(title) << axIndex << elements << expected;
+    };
     const std::optional<qint64> none;
-    QTest::newRow("by number, whatever the title") << std::optional<qint64>(7) << "Old title" << 0
-                                                   << QList{element("Doc", 5), element("New title", 7)} << 1;
-    QTest::newRow("a number no longer listed is gone, even with its title taken")
-        << std::optional<qint64>(7) << "Doc" << 0 << QList{element("Doc", 5)} << -1;
-    QTest::newRow("elements without numbers: by title")
-        << std::optional<qint64>(7) << "Doc" << 0 << QList{element("Other", none), element("Doc", none)} << 1;
-    QTest::newRow("no number: by title")
-        << none << "Doc" << 0 << QList{element("x", 1), element("Doc", 2)} << 1;
-    QTest::newRow("equal titles: the one nearest its old place")
-        << none << "Untitled" << 2
-        << QList{element("Untitled", none), element("x", none), element("Untitled", none)} << 2;
-    QTest::newRow("no title match") << none << "Doc" << 0 << QList{element("Other", none)} << -1;
-    QTest::newRow("empty list") << std::optional<qint64>(7) << "Doc" << 0 << QList<platform::AppWindow>{}
-                                << -1;
+    row("by number, whatever the title", 7, "Old title", 0, {element("Doc", 5), element("New title", 7)}, 1);
+    row("a number no longer listed is gone, even with its title taken", 7, "Doc", 0, {element("Doc", 5)}, -1);
+    row("elements without numbers: by title", 7, "Doc", 0, {element("Other", none), element("Doc", none)}, 1);
+    row("no number: by title", none, "Doc", 0, {element("x", 1), element("Doc", 2)}, 1);
+    row("equal titles: the one nearest its old place", none, "Untitled", 2,
+        {element("Untitled", none), element("x", none), element("Untitled", none)}, 2);
+    row("no title match", none, "Doc", 0, {element("Other", none)}, -1);
+    row("empty list", 7, "Doc", 0, {}, -1);
 }
 
 void TestTileGeometry::findsElement()

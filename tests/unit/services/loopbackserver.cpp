@@ -34,12 +34,6 @@ QString LoopbackServer::refusingUrl()
     return QStringLiteral("http://127.0.0.1:%1/telemetry.php").arg(port);
 }
 
-void LoopbackServer::setAnswer(int status, const QByteArray &body)
-{
-    m_status = status;
-    m_body = body;
-}
-
 void LoopbackServer::serve(QTcpSocket *socket)
 {
     // Requests arrive in pieces; keep what came until the headers and body are complete.
@@ -68,10 +62,10 @@ void LoopbackServer::serve(QTcpSocket *socket)
     request.body = buffer.mid(headerEnd + 4, length);
     socket->setProperty("buffer", QByteArray());
     requests.append(request);
-    if (m_silent)
+    if (silent)
         return;
-    socket->write("HTTP/1.1 " + QByteArray::number(m_status) + " Answer\r\nContent-Type: application/json\r\n"
-                  + "Content-Length: " + QByteArray::number(m_body.size()) + "\r\nConnection: close\r\n\r\n"
-                  + m_body);
+    socket->write("HTTP/1.1 " + QByteArray::number(status) + " Answer\r\nContent-Type: application/json\r\n"
+                  + "Content-Length: " + QByteArray::number(answer.size()) + "\r\nConnection: close\r\n\r\n"
+                  + answer);
     socket->disconnectFromHost();
 }

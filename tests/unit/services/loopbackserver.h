@@ -25,18 +25,15 @@ public:
     /// A loopback URL on a port where nothing listens (connections are refused).
     static QString refusingUrl();
 
-    /// The answer to every following request.
-    void setAnswer(int status, const QByteArray &body);
-    /// Reads requests but never answers them.
-    void setSilent(bool silent) { m_silent = silent; }
-
     QList<ReceivedRequest> requests;
+    /// The answer to every following request.
+    int status = 200;
+    QByteArray answer = R"({"ok": true})";
+    /// Read requests but never answer them.
+    bool silent = false;
 
 private:
     void serve(QTcpSocket *socket);
 
     QTcpServer m_server;
-    int m_status = 200;
-    QByteArray m_body = R"({"ok": true})";
-    bool m_silent = false;
 };
