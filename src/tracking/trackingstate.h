@@ -88,8 +88,6 @@ struct TrackingState
     QHash<QString, int> sigAbsenceCount;
     QHash<QString, int> pidIdxAbsenceCount;
     int sigAbsenceCleanupCycle = 0;
-    QHash<QString, int> wnAbsenceCount;
-    int wnAbsenceCleanupCycle = 0;
     QHash<QString, QStringList> previousShelfRowOrder;
     bool dragJustHappened = false;
     QHash<QString, int> axMinimizedDisagreementCount;

@@ -21,7 +21,6 @@ void forget(qint64 number, const QStringList &owners, TrackingState &state)
     for (const QString &owner : owners) {
         const QString sig = identity::windowNumberSignature(owner, number);
         state.windowCategoryAssignment.remove(sig);
-        state.wnAbsenceCount.remove(sig);
         state.explicitlyRemovedSigs.remove(sig);
         state.userMinimizedSignatures.remove(sig);
         state.confirmedMinimizedSignatures.remove(sig);
