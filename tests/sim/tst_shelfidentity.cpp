@@ -43,8 +43,11 @@ public:
         , m_store(storePath)
     {
         m_desktop = std::make_shared<SimulatedDesktop>();
-        for (const QString &owner : kOwners)
-            m_lives.append({owner});
+        for (const QString &owner : kOwners) {
+            Life life;
+            life.owner = owner;
+            m_lives.append(life);
+        }
         restartManager();
         m_shelf = m_wm->addShelf();
     }
