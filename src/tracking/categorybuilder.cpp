@@ -74,7 +74,8 @@ QString sectionName(const QString &id, const QString &fallback, const TrackingSt
 }
 
 // Keeps one memory per shelved window: a retitled window replaces its old one.
-void remember(const WindowItem &w, const QString &shelf, TrackingState &state)
+// Returns the memory's key.
+QString remember(const WindowItem &w, const QString &shelf, TrackingState &state)
 {
     const QString key = identity::fingerprint(w);
     if (w.windowNumber) {
@@ -86,6 +87,7 @@ void remember(const WindowItem &w, const QString &shelf, TrackingState &state)
     state.shelfWindowMemory.insert(key,
                                    {w.bundleIdentifier, w.appName, w.windowTitle, w.icon, shelf, w.bounds});
     state.closedAbsenceCount.remove(key);
+    return key;
 }
 
 // Memories of windows that were closed while their application kept running go;
@@ -198,8 +200,7 @@ Result build(const QList<WindowItem> &windows, TrackingState &state, const Optio
         }
         if (target.startsWith(kShelfPrefix)) {
             w.assignedShelfName = target;
-            remember(w, target, state);
-            remembered.insert(identity::fingerprint(w));
+            remembered.insert(remember(w, target, state));
             shelves[target].windows.append(w);
             if (options.showAllWindowsInAppSection) {
                 WindowItem ghost = w;

@@ -27,6 +27,19 @@ QString windowNumberSignature(const QString &owner, qint64 windowNumber)
     return owner + QStringLiteral("::wn:") + QString::number(windowNumber);
 }
 
+std::optional<qint64> windowNumberOf(const QString &id)
+{
+    const qsizetype at = id.indexOf(QStringLiteral("::wn:"));
+    bool ok = false;
+    const qint64 number = at < 0 ? 0 : id.mid(at + 5).toLongLong(&ok);
+    return ok ? std::optional(number) : std::nullopt;
+}
+
+QString ownerOf(const QString &key)
+{
+    return key.section(kSep, 0, 0);
+}
+
 QString titleSignature(const QString &owner, const QString &title)
 {
     return owner + kSep + title;

@@ -15,6 +15,10 @@ namespace orvella::tracking::identity {
 QString windowNumberSignature(const QString &owner, qint64 windowNumber);
 /// owner + "::" + title.
 QString titleSignature(const QString &owner, const QString &title);
+/// The window number in an id of the window-number form; absent for the title form.
+std::optional<qint64> windowNumberOf(const QString &id);
+/// The owner part of an id, descriptor or fingerprint (the text before the first "::").
+QString ownerOf(const QString &key);
 /// The base of a window id: the window-number form when the number is known.
 QString baseSignature(const QString &owner, std::optional<qint64> windowNumber, const QString &title);
 /// pid + ":" + axIndex.

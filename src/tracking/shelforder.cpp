@@ -26,11 +26,6 @@ const identity::OrderEntry &decodedEntry(const QString &entry)
     return *memo.insert(entry, identity::decodeOrderEntry(entry));
 }
 
-QString ownerOf(const QString &key)
-{
-    return key.section(QStringLiteral("::"), 0, 0);
-}
-
 // Whether anything would still put the window an entry describes on `shelf` when it
 // comes back: an assignment of its id, or the user's choice for its title.
 bool stillShelved(const identity::OrderEntry &d, const QString &shelf, const TrackingState &state)
@@ -39,7 +34,7 @@ bool stillShelved(const identity::OrderEntry &d, const QString &shelf, const Tra
         return true;
     if (!d.fingerprint)
         return false;
-    const QString owner = ownerOf(*d.fingerprint);
+    const QString owner = identity::ownerOf(*d.fingerprint);
     const QString title = d.fingerprint->mid(owner.size() + 2).trimmed();
     const QString plain = owner + QStringLiteral("::") + title;
     const QString normalized =
@@ -161,7 +156,7 @@ bool apply(const QString &shelf, QList<WindowItem> &windows, const QList<WindowI
             }
             continue;
         }
-        const bool closed = runningOwners.contains(ownerOf(entries.decoded[i].sig))
+        const bool closed = runningOwners.contains(identity::ownerOf(entries.decoded[i].sig))
                                 ? ++state.closedAbsenceCount[e] >= cycles
                                 : !stillShelved(entries.decoded[i], shelf, state);
         if (closed)

@@ -105,10 +105,8 @@ void restoreWindowNumberOwners(TrackingState &state, const platform::Preferences
 void dropNumbersWithoutOwner(TrackingState &state)
 {
     const auto untrusted = [&state](const QString &sig) {
-        const qsizetype at = sig.indexOf(QStringLiteral("::wn:"));
-        bool ok = false;
-        const qint64 number = at < 0 ? 0 : sig.mid(at + 5).toLongLong(&ok);
-        return ok && !state.ownerByWindowNumber.contains(number);
+        const std::optional<qint64> number = identity::windowNumberOf(sig);
+        return number && !state.ownerByWindowNumber.contains(*number);
     };
     QSet<QString> dropped;
     for (const QString &sig : state.windowCategoryAssignment.keys() + state.explicitlyRemovedSigs.values()) {

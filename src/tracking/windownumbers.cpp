@@ -158,13 +158,10 @@ bool pruneAbsent(const QList<WindowItem> &windows, TrackingState &state, int cyc
         owners[it.key()].append(it->owner);
     for (auto it = state.lastSignatureByWindowNumber.cbegin(); it != state.lastSignatureByWindowNumber.cend();
          ++it)
-        owners[it.key()].append(it->section(QStringLiteral("::"), 0, 0));
+        owners[it.key()].append(identity::ownerOf(*it));
     for (const QString &key : state.windowCategoryAssignment.keys()) {
-        const qsizetype at = key.indexOf(QStringLiteral("::wn:"));
-        bool ok = false;
-        const qint64 number = at < 0 ? 0 : key.mid(at + 5).toLongLong(&ok);
-        if (ok)
-            owners[number].append(key.left(at));
+        if (const std::optional<qint64> number = identity::windowNumberOf(key))
+            owners[*number].append(identity::ownerOf(key));
     }
 
     const qsizetype assignmentsBefore = state.windowCategoryAssignment.size();

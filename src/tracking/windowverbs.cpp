@@ -25,8 +25,7 @@ bool WindowManager::hasCategory(const QString &categoryID) const
 void WindowManager::noteUserMinimized(const QList<WindowItem> &windows, bool minimized)
 {
     for (const WindowItem &w : windows) {
-        const QString sig = w.windowNumber ? identity::windowNumberSignature(w.owner(), *w.windowNumber)
-                                           : identity::titleSignature(w.owner(), w.windowTitle);
+        const QString sig = identity::baseSignature(w.owner(), w.windowNumber, w.windowTitle);
         m_state.confirmedMinimizedSignatures.remove(sig);
         if (minimized)
             m_state.userMinimizedSignatures.insert(sig);
