@@ -14,6 +14,7 @@
 #include "settings/localizationmanager.h"
 #include "shell/commandline.h"
 #include "shell/sysmonreport.h"
+#include "shell/terminaltext.h"
 #include "shell/watchcommand.h"
 #include "shell/windowcommand.h"
 #include "shell/windowlisting.h"
@@ -34,7 +35,8 @@ constexpr int kRefreshTimeoutMs = 15000;
 
 int fail(const QString &message)
 {
-    std::fprintf(stderr, "orvella: %s\n", qPrintable(message));
+    // Messages quote what the user or a window gave, so they are escaped like any output.
+    std::fprintf(stderr, "orvella: %s\n", shell::terminalText::escaped(message).toUtf8().constData());
     return 2;
 }
 
@@ -43,9 +45,6 @@ void print(const QByteArray &text)
     std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
     std::fflush(stdout);
 }
-
-const QString kNoWindowManager = QStringLiteral(
-    "no EWMH window manager on this display (it must advertise _NET_CLIENT_LIST and _NET_ACTIVE_WINDOW)");
 
 // What every one-shot command works on: the X11 desktop, the stored preferences (only
 // ever read, with the user's interface language applied) and a window manager over both.
@@ -67,7 +66,7 @@ std::optional<OneShotSession> openOneShotSession(int *status)
         return std::nullopt;
     }
     if (!session.desktop->isTrusted()) {
-        *status = fail(kNoWindowManager);
+        *status = fail(shell::windowListing::noWindowManagerText());
         return std::nullopt;
     }
     session.store = std::make_unique<platform::PreferencesStore>(
@@ -112,7 +111,7 @@ int watchWindows(int argc, char **argv, bool json)
         return fail(error);
     tracking::WindowManager &manager = *session->manager;
     manager.setObserver(observer.get());
-    shell::WatchCommand watch(manager, json, print);
+    shell::WatchCommand watch(manager, json, print, [](const QString &message) { fail(message); });
     platform::QuitSignals quitSignals;
     QObject::connect(&quitSignals, &platform::QuitSignals::quitRequested, &app,
                      [] { QCoreApplication::exit(0); });
@@ -200,7 +199,8 @@ int runApplication(int argc, char **argv)
     auto attempt = [&] {
         if (!desktop->isTrusted()) {
             if (!waitingLogged)
-                qCInfo(lcShell).noquote() << "[OV] waiting for the X session:" << kNoWindowManager;
+                qCInfo(lcShell).noquote()
+                    << "[OV] waiting for the X session:" << shell::windowListing::noWindowManagerText();
             waitingLogged = true;
             manager.refresh();
             return;
@@ -230,7 +230,11 @@ int main(int argc, char **argv)
     switch (request.action) {
     case Action::Version: std::printf("orvella %s\n", ORVELLA_VERSION); return 0;
     case Action::Help: std::fputs(qPrintable(shell::usageText()), stdout); return 0;
-    case Action::Invalid: return fail(request.error + QStringLiteral("\nTry 'orvella --help'."));
+    case Action::Invalid: {
+        const int status = fail(request.error);
+        std::fputs("Try 'orvella --help'.\n", stderr);
+        return status;
+    }
     case Action::List: return listWindows(argc, argv, request.json);
     case Action::Watch: return watchWindows(argc, argv, request.json);
     case Action::Sysmon:

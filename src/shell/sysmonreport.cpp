@@ -2,6 +2,7 @@
 #include "shell/sysmonreport.h"
 
 #include "monitor/systemmonitorservice.h"
+#include "shell/terminaltext.h"
 
 #include <QJsonArray>
 #include <QMetaProperty>
@@ -63,12 +64,11 @@ QByteArray toText(const monitor::SystemMonitorService &m)
                  .arg(m.externalIP().isEmpty() ? QStringLiteral("-") : m.externalIP());
     if (m.hasBattery()) {
         lines << QStringLiteral("Battery      %1 (%2 of %3), %4, %5 C, %6 V")
-                     .arg(m.batteryLevel() < 0 ? QStringLiteral("unknown") : percent(m.batteryLevel()))
-                     .arg(m.batteryCapacityMAh())
-                     .arg(m.batteryMaxCapacityMAh())
-                     .arg(m.isCharging() ? QStringLiteral("charging") : QStringLiteral("not charging"))
-                     .arg(m.batteryTemperature(), 0, 'f', 1)
-                     .arg(m.batteryVoltage(), 0, 'f', 2);
+                     .arg(m.batteryLevel() < 0 ? QStringLiteral("unknown") : percent(m.batteryLevel()),
+                          QString::number(m.batteryCapacityMAh()), QString::number(m.batteryMaxCapacityMAh()),
+                          m.isCharging() ? QStringLiteral("charging") : QStringLiteral("not charging"),
+                          QString::number(m.batteryTemperature(), 'f', 1),
+                          QString::number(m.batteryVoltage(), 'f', 2));
         lines << QStringLiteral("Adapter      %1")
                      .arg(m.isPluggedIn() ? QStringLiteral("plugged in, %1 W (%2 A, %3 V)")
                                                 .arg(m.adapterWatts())
@@ -86,7 +86,7 @@ QByteArray toText(const monitor::SystemMonitorService &m)
     lines << QStringLiteral("Model        %1")
                  .arg(m.modelName().isEmpty() ? QStringLiteral("-") : m.modelName());
     lines << QStringLiteral("Kernel       %1").arg(m.osVersion());
-    return (lines.join(u'\n') + QLatin1String("\n\n")).toUtf8();
+    return terminalText::lines(lines) + '\n';
 }
 
 } // namespace orvella::shell::sysmonReport

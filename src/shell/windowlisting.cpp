@@ -1,6 +1,7 @@
 // What `orvella list` prints: the tracked windows and the sections they are grouped into.
 #include "shell/windowlisting.h"
 
+#include "shell/terminaltext.h"
 #include "tracking/windowmanager.h"
 
 #include <QJsonArray>
@@ -64,12 +65,10 @@ QJsonObject toJson(const tracking::WindowManager &manager)
 
 QByteArray toText(const tracking::WindowManager &manager)
 {
-    QString out;
+    QStringList lines;
     for (const tracking::WindowCategory &c : manager.categories()) {
-        out += c.displayName;
-        if (c.displayName != c.id)
-            out += QStringLiteral(" (%1)").arg(c.id);
-        out += u'\n';
+        lines.append(c.displayName == c.id ? c.displayName
+                                           : QStringLiteral("%1 (%2)").arg(c.displayName, c.id));
         for (const tracking::WindowItem &w : c.windows) {
             QString flags;
             if (w.isActive)
@@ -79,13 +78,19 @@ QByteArray toText(const tracking::WindowManager &manager)
             const QString number = w.windowNumber
                                        ? QStringLiteral("0x%1").arg(*w.windowNumber, 8, 16, QLatin1Char('0'))
                                        : QStringLiteral("-");
-            out += QStringLiteral("  %1  pid %2  %3%4\n")
-                       .arg(number)
-                       .arg(w.pid)
-                       .arg(w.windowTitle.isEmpty() ? QStringLiteral("(untitled)") : w.windowTitle, flags);
+            lines.append(QStringLiteral("  %1  pid %2  %3%4")
+                             .arg(number, QString::number(w.pid),
+                                  w.windowTitle.isEmpty() ? QStringLiteral("(untitled)") : w.windowTitle,
+                                  flags));
         }
     }
-    return out.toUtf8();
+    return terminalText::lines(lines);
+}
+
+QString noWindowManagerText()
+{
+    return QStringLiteral(
+        "no EWMH window manager on this display (it must advertise _NET_CLIENT_LIST and _NET_ACTIVE_WINDOW)");
 }
 
 } // namespace orvella::shell::windowListing

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QJsonObject>
+#include <QString>
 
 namespace orvella::tracking {
 class WindowManager;
@@ -14,5 +15,7 @@ namespace orvella::shell::windowListing {
 QJsonObject toJson(const tracking::WindowManager &manager);
 /// One line per section, then one indented line per window.
 QByteArray toText(const tracking::WindowManager &manager);
+/// Why neither `list` nor `watch` can show windows while no window manager runs.
+QString noWindowManagerText();
 
 } // namespace orvella::shell::windowListing

@@ -171,6 +171,13 @@ void WindowManager::apply(quint64 generation, ReadResult result)
         return; // a newer refresh started; it clears isRefreshing
 
     publishLikelyCount(result.likelyCount);
+    if (!m_desktop->isTrusted()) {
+        // The window manager went away during the read: the list it left behind is no longer
+        // kept up, so the model stays as it was until one runs again.
+        setShowsTrustBanner(true);
+        m_state.isRefreshing = false;
+        return;
+    }
     // A mark ends when the window shows focused after the minimise had been seen: before
     // that, the focus may be from before the minimise reached the window manager.
     m_state.confirmedMinimizedSignatures.unite(result.confirmedMarks);
@@ -197,8 +204,9 @@ void WindowManager::apply(quint64 generation, ReadResult result)
     }
     const int count = int(result.items.size());
     if (count != m_state.lastWindowCount) {
-        qCInfo(lcTracking).noquote()
-            << QStringLiteral("[OV] refresh() — windows: %1 → %2").arg(m_state.lastWindowCount).arg(count);
+        qCInfo(lcTracking).noquote() << QStringLiteral("[OV] refresh() — windows: %1 → %2")
+                                            .arg(QString::number(m_state.lastWindowCount),
+                                                 QString::number(count));
         m_state.lastWindowCount = count;
     }
     bool descriptorsMoved = false;

@@ -36,7 +36,10 @@ void TestWatch::printsOneLinePerVisibleChange()
     QList<QByteArray> lines;
     shell::WatchCommand json(manager, true, [&](const QByteArray &line) { lines.append(line); });
     QList<QByteArray> textLines;
-    shell::WatchCommand text(manager, false, [&](const QByteArray &line) { textLines.append(line); });
+    QStringList problems;
+    shell::WatchCommand text(
+        manager, false, [&](const QByteArray &line) { textLines.append(line); },
+        [&](const QString &message) { problems.append(message); });
     manager.startObserving();
     QTRY_COMPARE(lines.size(), 1);
     QVERIFY(lines[0].endsWith('\n'));
@@ -65,6 +68,20 @@ void TestWatch::printsOneLinePerVisibleChange()
     QTRY_VERIFY(!manager.state().isRefreshing);
     QTest::qWait(20);
     QCOMPARE(lines.size(), 2);
+
+    // No window manager: said once, however many heartbeats pass; then the state again.
+    desktop->setTrusted(false);
+    for (int beat = 0; beat < 3; ++beat) {
+        clock.advance(std::chrono::milliseconds(1500));
+        QTest::qWait(20);
+    }
+    QCOMPARE(problems.size(), 1);
+    QVERIFY(problems[0].startsWith(QLatin1String("no EWMH window manager")));
+    desktop->setTrusted(true);
+    clock.advance(std::chrono::milliseconds(1500));
+    QTRY_COMPARE(textLines.size(), 3);
+    QCOMPARE(textLines[2], textLines[1]);
+    QCOMPARE(lines.size(), 3);
 }
 
 QTEST_GUILESS_MAIN(TestWatch)

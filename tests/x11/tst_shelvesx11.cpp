@@ -40,7 +40,7 @@ private slots:
     void shelfOrderSurvivesRestartsInAnotherOrder();
     void closedApplicationShowsOnePlaceholder();
     void raisingWindowsWritesNothing();
-    void listPrintsWhatTheClientCreated();
+    void listAndWatchPrintWhatTheClientCreated();
     void listWithoutADisplayFailsClearly();
 
 private:
@@ -328,18 +328,27 @@ void TestShelvesX11::raisingWindowsWritesNothing()
     m_wm.reset();
 }
 
-void TestShelvesX11::listPrintsWhatTheClientCreated()
+void TestShelvesX11::listAndWatchPrintWhatTheClientCreated()
 {
-    startClient({QStringLiteral("Ünïcode ✓"), QStringLiteral("plain")});
-    QProcess list;
+    // The last window is mapped last and so takes the focus: watch prints its title.
+    const QString hostile = QStringLiteral("\x1b]0;owned\x07\x1b[31mred\nline2\r\u202e");
+    // Not startClient(): the client's own report of the title is cut at its newline.
+    m_client = std::make_unique<TestClient>(
+        TestClient::titled({QStringLiteral("Ünïcode ✓"), QStringLiteral("plain"), hostile}));
+    QCOMPARE(m_client->xids.size(), 3);
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     QTemporaryDir config;
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), config.path());
-    list.setProcessEnvironment(env);
-    list.start(QStringLiteral(ORVELLA_BINARY), {QStringLiteral("list"), QStringLiteral("--json")});
-    QVERIFY(list.waitForFinished(20000));
-    QCOMPARE(list.exitCode(), 0);
-    const QJsonObject json = QJsonDocument::fromJson(list.readAllStandardOutput()).object();
+    const auto run = [&env](const QString &command, const QStringList &options = {}) {
+        auto process = std::make_unique<QProcess>();
+        process->setProcessEnvironment(env);
+        process->start(QStringLiteral(ORVELLA_BINARY), QStringList{command} + options);
+        return process;
+    };
+    const auto list = run(QStringLiteral("list"), {QStringLiteral("--json")});
+    QVERIFY(list->waitForFinished(20000));
+    QCOMPARE(list->exitCode(), 0);
+    const QJsonObject json = QJsonDocument::fromJson(list->readAllStandardOutput()).object();
     QStringList titles;
     for (const QJsonValue &w : json.value(QStringLiteral("windows")).toArray()) {
         const QJsonObject o = w.toObject();
@@ -349,9 +358,26 @@ void TestShelvesX11::listPrintsWhatTheClientCreated()
         QVERIFY(o.value(QStringLiteral("bounds")).toObject().value(QStringLiteral("width")).toDouble() > 0);
     }
     titles.sort();
-    QCOMPARE(titles, QStringList({"plain", "Ünïcode ✓"}));
+    QCOMPARE(titles, QStringList({hostile, "plain", "Ünïcode ✓"}));
     QCOMPARE(json.value(QStringLiteral("sections")).toArray().size(), 1);
-    // A listing never writes the preferences.
+
+    // In text, the hostile title is one line that shows its escapes and sends none.
+    const QByteArray shown = R"(\x1b]0;owned\x07\x1b[31mred\nline2\r\u202e)";
+    const auto text = run(QStringLiteral("list"));
+    QVERIFY(text->waitForFinished(20000));
+    const QByteArray lines = text->readAllStandardOutput();
+    QCOMPARE(lines.count('\n'), 4); // the section and its three windows
+    QVERIFY2(lines.contains(shown + " [active]\n") && !lines.contains('\x1b') && !lines.contains('\r'),
+             lines.constData());
+    const auto watch = run(QStringLiteral("watch"));
+    while (!watch->canReadLine() && watch->waitForReadyRead(20000)) {
+    }
+    const QByteArray first = watch->readLine();
+    watch->terminate();
+    QVERIFY(watch->waitForFinished(5000));
+    QVERIFY2(first.startsWith("3 windows; active: " + shown + "; sections: ") && first.count('\n') == 1,
+             first.constData());
+    // Neither command writes the preferences.
     QVERIFY(QDir(config.path()).isEmpty());
     stopClient();
 }
