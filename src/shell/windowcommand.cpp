@@ -9,7 +9,6 @@
 #include <QDeadlineTimer>
 #include <QHash>
 
-#include <algorithm>
 #include <cmath>
 
 namespace orvella::shell {
@@ -21,6 +20,7 @@ using Verb = WindowCommand::Verb;
 constexpr int kRefreshTimeoutMs = 15000;
 // Opening a window waits for the application to start; everything else settles in a second.
 constexpr int kActionTimeoutMs = 30000;
+constexpr double kMinWidthFraction = 0.1;
 
 const QHash<QString, Verb> &verbs()
 {
@@ -45,6 +45,8 @@ std::variant<WindowCommand, QString> parseTileShelfOptions(WindowCommand command
 {
     for (qsizetype i = 0; i < options.size(); i += 2) {
         const QString &option = options[i];
+        if (option != QLatin1String("--align") && option != QLatin1String("--width"))
+            return QStringLiteral("unknown option \"%1\"").arg(option);
         if (i + 1 >= options.size())
             return QStringLiteral("%1 needs a value").arg(option);
         const QString &value = options[i + 1];
@@ -52,14 +54,14 @@ std::variant<WindowCommand, QString> parseTileShelfOptions(WindowCommand command
             if (!actions::tileAlignmentFromString(value))
                 return QStringLiteral("unknown alignment \"%1\" (left, center or right)").arg(value);
             command.alignment = value;
-        } else if (option == QLatin1String("--width")) {
+        } else {
             bool ok = false;
             command.widthFraction = value.toDouble(&ok);
-            if (!ok || !std::isfinite(command.widthFraction) || command.widthFraction <= 0)
-                return QStringLiteral("--width takes a fraction of the screen width, such as 0.5, not \"%1\"")
+            // Said rather than clamped: a column of 5 screens or of a twentieth is a typo.
+            if (!ok || !(command.widthFraction >= kMinWidthFraction && command.widthFraction <= 1.0))
+                return QStringLiteral(
+                           "--width takes a fraction of the screen width from 0.1 to 1.0, not \"%1\"")
                     .arg(value);
-        } else {
-            return QStringLiteral("unknown option \"%1\"").arg(option);
         }
     }
     return command;
@@ -87,14 +89,21 @@ std::variant<WindowCommand, QString> parseWindowCommand(const QString &name, con
     command.verb = verbs().value(name);
     const int needed = command.verb == Verb::MinimizeAll ? 0 : command.verb == Verb::TileWindow ? 2 : 1;
     const QStringList positional = operands.mid(0, needed);
-    if (positional.size() < needed || std::any_of(positional.begin(), positional.end(), [](const QString &a) {
-            return a.startsWith(u'-');
-        }))
-        return QStringLiteral("%1 needs %2")
-            .arg(name, needed == 2                       ? QStringLiteral("a window id and a position")
-                       : command.verb == Verb::TileShelf ? QStringLiteral("a shelf id")
-                       : command.verb == Verb::NewWindow ? QStringLiteral("an application id")
-                                                         : QStringLiteral("a window id"));
+    const QString what = needed == 2                       ? QStringLiteral("a window id and a position")
+                         : command.verb == Verb::TileShelf ? QStringLiteral("a shelf id")
+                         : command.verb == Verb::NewWindow ? QStringLiteral("an application id")
+                                                           : QStringLiteral("a window id");
+    if (positional.size() < needed)
+        return QStringLiteral("%1 needs %2").arg(name, what);
+    for (qsizetype i = 0; i < positional.size(); ++i) {
+        if (positional[i].startsWith(QLatin1String("--")))
+            return QStringLiteral("unknown option \"%1\"").arg(positional[i]);
+        if (positional[i].startsWith(u'-'))
+            return QStringLiteral("\"%1\" is not %2")
+                .arg(positional[i], needed < 2 ? what
+                                    : i == 0   ? QStringLiteral("a window id")
+                                               : QStringLiteral("a position"));
+    }
     if (needed > 0)
         command.target = positional.first();
     if (command.verb == Verb::TileWindow) {
