@@ -105,10 +105,8 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
             outcome->before = appState(desktop->readSnapshot(), bundleID);
             qCInfo(lcActions).noquote()
                 << QStringLiteral("openNewWindow %1 pid=%2 winCountBefore=%3 shortcut=%4")
-                       .arg(bundleID)
-                       .arg(outcome->before.pid.value_or(0))
-                       .arg(outcome->before.windowCount)
-                       .arg(shortcut.description());
+                       .arg(bundleID, QString::number(outcome->before.pid.value_or(0)),
+                            QString::number(outcome->before.windowCount), shortcut.description());
             qCInfo(lcActions).noquote() << QStringLiteral("[OV] openNewWindow for %1 — will send %2")
                                                .arg(bundleID, shortcut.description());
             // A running application is only activated: launching it again would start
@@ -190,11 +188,10 @@ void NewWindowOpener::sendNewWindowShortcut(const QString &bundleID, Completion 
                 return;
             }
             qCInfo(lcActions).noquote() << QStringLiteral("sendNewWindowShortcut OK: sent %1 pid=%2")
-                                               .arg(shortcut.description())
-                                               .arg(*app.pid);
-            qCInfo(lcActions).noquote() << QStringLiteral("[OV] Sent %1 to %2 (pid %3)")
-                                               .arg(shortcut.description(), bundleID)
-                                               .arg(*app.pid);
+                                               .arg(shortcut.description(), QString::number(*app.pid));
+            qCInfo(lcActions).noquote()
+                << QStringLiteral("[OV] Sent %1 to %2 (pid %3)")
+                       .arg(shortcut.description(), bundleID, QString::number(*app.pid));
         },
         std::move(then));
 }

@@ -188,9 +188,8 @@ void ShowDesktop::setCategoryMinimized(const QString &categoryID, bool minimized
     }
     qCInfo(lcActions).noquote() << QStringLiteral("%1 category=%2 count=%3")
                                        .arg(minimized ? QStringLiteral("minimizeCategoryWindows")
-                                                      : QStringLiteral("restoreCategoryWindows"))
-                                       .arg(categoryID)
-                                       .arg(windows.size());
+                                                      : QStringLiteral("restoreCategoryWindows"),
+                                            categoryID, QString::number(windows.size()));
     m_context.manager->setWindowsMinimizedLocally(
         [&ids](const tracking::WindowItem &w) { return ids.contains(w.id); }, minimized);
     const auto desktop = m_context.desktop;

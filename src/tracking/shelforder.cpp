@@ -65,9 +65,8 @@ Entries withoutRepeatedIds(const QString &shelf, const QStringList &stored)
     }
     if (out.text.size() != stored.size())
         qCInfo(lcTracking).noquote() << QStringLiteral("deduped categoryWindowOrder['%1']: %2 → %3 entries")
-                                            .arg(shelf)
-                                            .arg(stored.size())
-                                            .arg(out.text.size());
+                                            .arg(shelf, QString::number(stored.size()),
+                                                 QString::number(out.text.size()));
     out.claimed.fill(false, out.text.size());
     return out;
 }

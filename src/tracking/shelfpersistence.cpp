@@ -6,10 +6,12 @@
 #include "platform/preferencesstore.h"
 #include "tracking/identity.h"
 #include "tracking/shelforder.h"
+#include "tracking/windowcategory.h"
 
 #include <QDate>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <algorithm>
 
 namespace orvella::tracking::shelfPersistence {
 
@@ -72,6 +74,38 @@ QStringList withoutRepeats(const QStringList &list)
         }
     }
     return out;
+}
+
+// The longest section id kept from the file: a shelf id is "shelf-" and a number, an
+// application section's id its desktop-file id or class; anything longer was not written by us.
+constexpr qsizetype kMaxStoredIDLength = 256;
+
+bool wellFormedID(const QString &id, bool shelvesOnly)
+{
+    if (id.isEmpty() || id.size() > kMaxStoredIDLength)
+        return false;
+    if (shelvesOnly && (!id.startsWith(kShelfPrefix) || id.size() == kShelfPrefix.size()))
+        return false;
+    return std::none_of(id.begin(), id.end(), [](QChar c) { return c.category() == QChar::Other_Control; });
+}
+
+// Section ids come back from a file anyone can edit: keep the first of each well-formed one
+// and drop the rest, so they are neither shown nor written back.
+QStringList validIDs(const QStringList &ids, const QString &key, bool shelvesOnly)
+{
+    QStringList kept;
+    QSet<QString> seen;
+    for (const QString &id : ids) {
+        if (wellFormedID(id, shelvesOnly) && !seen.contains(id)) {
+            seen.insert(id);
+            kept.append(id);
+        }
+    }
+    if (kept.size() < ids.size())
+        qCWarning(lcTracking).noquote()
+            << QStringLiteral("[OV] restoreState() — %1 malformed or repeated ids in %2 dropped")
+                   .arg(QString::number(ids.size() - kept.size()), key);
+    return kept;
 }
 
 // A window number is trusted only with its owner: entries under a number without a
@@ -166,7 +200,7 @@ void persistState(const TrackingState &state, platform::PreferencesStore &store)
 void restoreState(TrackingState &state, platform::PreferencesStore &store)
 {
     if (auto ids = store.stringListValue(kShelfIDs))
-        state.shelfIDs = *ids;
+        state.shelfIDs = validIDs(*ids, kShelfIDs, true);
     if (auto names = readStringMap(store, kDefaultShelfNames))
         state.defaultShelfNames = *names;
     if (auto object = store.dictionaryValue(kCategoryCollapsed)) {
@@ -184,7 +218,7 @@ void restoreState(TrackingState &state, platform::PreferencesStore &store)
     if (auto names = readStringMap(store, kCategoryCustomNames))
         state.categoryCustomNames = *names;
     if (auto order = store.stringListValue(kCategoryOrder))
-        state.categoryOrder = *order;
+        state.categoryOrder = validIDs(*order, kCategoryOrder, false);
     if (auto object = store.dictionaryValue(kCategoryWindowOrder)) {
         QHash<QString, QStringList> orders;
         bool ok = true;
@@ -229,10 +263,10 @@ void restoreState(TrackingState &state, platform::PreferencesStore &store)
     qCInfo(lcTracking).noquote() << QStringLiteral(
                                         "[OV] restoreState() — shelves: %1, assignments: %2, sigMap: %3, "
                                         "order: %4")
-                                        .arg(state.shelfIDs.size())
-                                        .arg(state.windowCategoryAssignment.size())
-                                        .arg(state.lastSignatureByWindowNumber.size())
-                                        .arg(state.categoryOrder.size());
+                                        .arg(QString::number(state.shelfIDs.size()),
+                                             QString::number(state.windowCategoryAssignment.size()),
+                                             QString::number(state.lastSignatureByWindowNumber.size()),
+                                             QString::number(state.categoryOrder.size()));
 }
 
 void bootstrapManualShelfAssignmentsFromPersistedState(TrackingState &state,
@@ -246,7 +280,7 @@ void bootstrapManualShelfAssignmentsFromPersistedState(TrackingState &state,
     ids.sort();
     for (const QString &key : std::as_const(ids)) {
         const QString shelf = state.windowCategoryAssignment.value(key);
-        if (!shelf.startsWith(QStringLiteral("shelf-")))
+        if (!shelf.startsWith(kShelfPrefix))
             continue;
         const QString id = identity::withoutGhostSuffix(key);
         const qsizetype sep = id.indexOf(QStringLiteral("::"));

@@ -106,7 +106,8 @@ void TestX11DesktopRobustness::listedWindowsThatMisbehave()
     const QList<quint32> real = m_x->cardinals(m_x->root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW);
     const qsizetype between = real.indexOf(client.xids[1]);
     m_x->setCardinals(m_x->root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW,
-                      real.first(between) + QList<quint32>{hostile, gone} + real.sliced(between));
+                      real.first(between) + QList<quint32>{hostile, gone, m_x->root(), XCB_NONE, hostile}
+                          + real.sliced(between));
     QLoggingCategory::setFilterRules(QStringLiteral("orvella.platform.debug=true"));
     const DesktopSnapshot s = snapshot();
     QLoggingCategory::setFilterRules(QString());
@@ -118,6 +119,7 @@ void TestX11DesktopRobustness::listedWindowsThatMisbehave()
 
     QVERIFY(windowOf(s, client.xids[0]) && windowOf(s, client.xids[1]));
     QVERIFY(!serverWindowOf(s, gone));
+    QVERIFY(!serverWindowOf(s, m_x->root()));
     const std::optional<ServerWindow> server = serverWindowOf(s, hostile);
     QVERIFY(server);
     // No _NET_WM_PID that can be believed: the X-Resource answer is this process.

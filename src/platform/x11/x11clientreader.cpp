@@ -93,8 +93,9 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients) const
         pending.reserve(size_t(clientList.value.size()));
         QSet<std::uint32_t> requested;
         for (std::uint32_t window : clientList.value) {
-            // A list naming a window twice would list it twice.
-            if (window == XCB_NONE || requested.contains(window))
+            // Any client can write the list: one naming the root or a window twice would list
+            // the desktop itself, or a window twice.
+            if (window == XCB_NONE || window == m_root || requested.contains(window))
                 continue;
             requested.insert(window);
             pending.push_back(requestClient(window));

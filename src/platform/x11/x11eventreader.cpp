@@ -146,7 +146,7 @@ void EventReader::applyClients(const QList<std::uint32_t> &listed, Events &out)
     {
         QMutexLocker lock(&m_mutex);
         for (std::uint32_t w : listed) {
-            if (w == XCB_NONE || current.contains(w))
+            if (w == XCB_NONE || w == m_root || current.contains(w))
                 continue;
             current.insert(w);
             if (!m_windows.contains(w))

@@ -47,13 +47,15 @@ std::unique_ptr<PreferencesStore> TestShelfPersistence::storeWith(const QByteArr
 
 void TestShelfPersistence::handWrittenStoreRestoresTheDescribedState()
 {
-    auto store = storeWith(R"({
-      "ov.shelfIDs": ["shelf-1", "shelf-3"],
+    // Hand edits and hostile writers: a repeat, ids without the shelf prefix or with nothing after
+    // it, a control character, and an id of 100,000 characters are dropped and never written back.
+    QByteArray json = R"({
+      "ov.shelfIDs": ["shelf-1", "shelf-3", "shelf-1", "notes", "shelf-", "shelf-\u001b", "HUGE"],
       "ov.defaultShelfNames": {"shelf-1": "Shelf 1", "shelf-3": "Shelf 3"},
       "ov.categoryCollapsed": {"shelf-1": true, "firefox-esr": false},
       "ov.categoryHidden": ["code"],
       "ov.categoryCustomNames": {"shelf-3": "Research"},
-      "ov.categoryOrder": ["shelf-3", "shelf-1", "firefox-esr"],
+      "ov.categoryOrder": ["shelf-3", "shelf-1", "shelf-3", "firefox-esr", "", "HUGE"],
       "ov.categoryWindowOrder": {"shelf-1": [
           "code::wn:41__812:0__code::main.cpp",
           "code::notes.md__812:1",
@@ -70,11 +72,16 @@ void TestShelfPersistence::handWrittenStoreRestoresTheDescribedState()
                                 "-3": {"owner": "x", "pid": 9, "startTime": "0"},
                                 "7": {"owner": "code", "pid": 812, "startTime": "4711"},
                                 "8": {"owner": "code", "pid": "812"}}
-    })");
+    })";
+    auto store = storeWith(json.replace("HUGE", "shelf-" + QByteArray(100'000, '7')));
     TrackingState state;
     state.lastSignatureByWindowNumber.insert(41, QStringLiteral("in memory"));
     state.lastSignatureByWindowNumber.insert(99, QStringLiteral("kept"));
     // Number 8's owner does not parse: its entries are not trusted.
+    QTest::ignoreMessage(QtWarningMsg,
+                         "[OV] restoreState() — 5 malformed or repeated ids in ov.shelfIDs dropped");
+    QTest::ignoreMessage(QtWarningMsg,
+                         "[OV] restoreState() — 3 malformed or repeated ids in ov.categoryOrder dropped");
     QTest::ignoreMessage(QtWarningMsg, "[OV] restoreState() — 1 malformed window-number owners ignored");
     QTest::ignoreMessage(QtInfoMsg,
                          "[OV] restoreState() — 1 window-number entries without a known owner dropped");
@@ -101,6 +108,10 @@ void TestShelfPersistence::handWrittenStoreRestoresTheDescribedState()
     QCOMPARE(state.lastSignatureByWindowNumber.value(99), QStringLiteral("kept"));
     QCOMPARE(state.lastSignatureByWindowNumber.size(), 3);
     QCOMPARE(state.ownerByWindowNumber.value(41).startTime, 4711u);
+
+    shelfPersistence::persistState(state, *store);
+    QCOMPARE(store->stringListValue(QStringLiteral("ov.shelfIDs")), state.shelfIDs);
+    QCOMPARE(store->stringListValue(QStringLiteral("ov.categoryOrder")), state.categoryOrder);
 }
 
 void TestShelfPersistence::mistypedKeysKeepTheirFields_data()
