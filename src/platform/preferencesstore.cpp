@@ -13,7 +13,9 @@
 #include <QStandardPaths>
 #include <QThread>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <fcntl.h>
@@ -39,6 +41,91 @@ bool writeAll(int fd, const QByteArray &bytes)
         left -= n;
     }
     return true;
+}
+
+QString fileKind(mode_t mode)
+{
+    if (S_ISFIFO(mode))
+        return QStringLiteral("a FIFO");
+    if (S_ISCHR(mode))
+        return QStringLiteral("a character device");
+    if (S_ISBLK(mode))
+        return QStringLiteral("a block device");
+    if (S_ISSOCK(mode))
+        return QStringLiteral("a socket");
+    if (S_ISDIR(mode))
+        return QStringLiteral("a directory");
+    return QStringLiteral("a special file");
+}
+
+// Reads the whole of an open file, refusing anything but a regular file within the
+// size limit. Returns why it refused, empty on success.
+QString readRegularFile(int fd, QByteArray &bytes)
+{
+    struct stat st = {};
+    if (::fstat(fd, &st) != 0)
+        return QStringLiteral("cannot examine it: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
+    if (!S_ISREG(st.st_mode))
+        return QStringLiteral("it is %1, not a regular file").arg(fileKind(st.st_mode));
+    const QString tooLarge =
+        QStringLiteral("it is larger than the %1-byte limit").arg(PreferencesStore::kMaxFileBytes);
+    if (st.st_size > PreferencesStore::kMaxFileBytes)
+        return tooLarge;
+    // The size is only a hint: the file may still be growing.
+    constexpr qsizetype chunk = 64 * 1024;
+    bytes.reserve(qsizetype(st.st_size) + chunk);
+    for (;;) {
+        const qsizetype used = bytes.size();
+        bytes.resize(used + chunk);
+        const ssize_t n = ::read(fd, bytes.data() + used, size_t(chunk));
+        const int readErrno = errno;
+        bytes.resize(used + std::max<qsizetype>(n, 0));
+        if (n < 0 && readErrno == EINTR)
+            continue;
+        if (n < 0)
+            return QStringLiteral("cannot read it: %1").arg(QString::fromLocal8Bit(std::strerror(readErrno)));
+        if (n == 0)
+            return {};
+        if (bytes.size() > PreferencesStore::kMaxFileBytes)
+            return tooLarge;
+    }
+}
+
+// Where a save must land: the file at the end of a chain of symbolic links (the path
+// itself when it is no link). A relative link is joined to the directory it sits in,
+// as written rather than cleaned, so that ".." after a linked directory goes where the
+// kernel would take it. The end may not exist yet (a dangling link). Sets `problem` on a
+// loop or a link that cannot be read.
+QByteArray linkEnd(QByteArray path, QString &problem)
+{
+    constexpr int maxHops = 40; // the kernel's own limit
+    for (int hop = 0; hop < maxHops; ++hop) {
+        struct stat st = {};
+        if (::lstat(path.constData(), &st) != 0 || !S_ISLNK(st.st_mode))
+            return path;
+        QByteArray target(PATH_MAX, '\0');
+        const ssize_t n = ::readlink(path.constData(), target.data(), size_t(target.size()));
+        if (n < 0 || n >= target.size()) {
+            problem = QStringLiteral("cannot follow the link %1: %2")
+                          .arg(QFile::decodeName(path),
+                               QString::fromLocal8Bit(std::strerror(n < 0 ? errno : ENAMETOOLONG)));
+            return {};
+        }
+        target.truncate(n);
+        if (!target.startsWith('/'))
+            target.prepend(path.left(path.lastIndexOf('/') + 1));
+        path = target;
+    }
+    problem = QStringLiteral("too many levels of symbolic links");
+    return {};
+}
+
+QByteArray directoryOf(const QByteArray &path)
+{
+    const qsizetype slash = path.lastIndexOf('/');
+    if (slash < 0)
+        return QByteArrayLiteral(".");
+    return slash == 0 ? QByteArrayLiteral("/") : path.left(slash);
 }
 
 } // namespace
@@ -75,18 +162,26 @@ QString PreferencesStore::defaultFilePath()
 
 void PreferencesStore::load()
 {
-    QFile file(m_filePath);
-    if (!file.exists())
-        return;
-    if (!file.open(QIODevice::ReadOnly)) {
+    // Non-blocking, so that a FIFO in the file's place cannot stall the open; the type is
+    // checked on the open descriptor, since a check before opening could race a swap.
+    const int fd = ::open(QFile::encodeName(m_filePath).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    QString refusal;
+    QByteArray bytes;
+    if (fd < 0) {
+        if (errno == ENOENT)
+            return; // nothing saved yet, or a link whose target the first save creates
+        refusal = QStringLiteral("cannot open it: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
+    } else {
+        refusal = readRegularFile(fd, bytes);
+        ::close(fd);
+    }
+    if (!refusal.isEmpty()) {
         m_writeBlocked = true;
-        qCWarning(lcPlatform).noquote()
-            << "[OV] preferences: cannot read" << m_filePath << "(" << file.errorString()
-            << "); using defaults and leaving the file untouched";
+        qCWarning(lcPlatform).noquote() << "[OV] preferences: cannot use " + m_filePath + " (" + refusal
+                                               + "); using defaults, leaving the file untouched and "
+                                                 "saving nothing this session";
         return;
     }
-    const QByteArray bytes = file.readAll();
-    file.close();
 
     QJsonParseError error{};
     const QJsonDocument doc = QJsonDocument::fromJson(bytes, &error);
@@ -107,12 +202,17 @@ void PreferencesStore::load()
 
 void PreferencesStore::setAside(const QString &reason)
 {
+    // Behind a link, the file it points at is what gets moved, so that the link survives
+    // and the next save recreates the file at its end.
+    QString unfollowable;
+    const QByteArray end = linkEnd(QFile::encodeName(m_filePath), unfollowable);
+    const QString source = unfollowable.isEmpty() ? QFile::decodeName(end) : m_filePath;
     const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    QString target = m_filePath + QStringLiteral(".corrupt-") + stamp;
+    QString target = source + QStringLiteral(".corrupt-") + stamp;
     for (int n = 2; QFileInfo::exists(target); ++n)
-        target = m_filePath + QStringLiteral(".corrupt-%1-%2").arg(stamp).arg(n);
+        target = source + QStringLiteral(".corrupt-%1-%2").arg(stamp).arg(n);
 
-    if (QFile::rename(m_filePath, target)) {
+    if (QFile::rename(source, target)) {
         m_setAsidePath = target;
         qCWarning(lcPlatform).noquote() << "[OV] preferences: " + m_filePath + " is not valid (" + reason
                                                + "); moved aside to " + target + ", starting with defaults";
@@ -239,38 +339,71 @@ bool PreferencesStore::flush()
 
 bool PreferencesStore::writeAtomically(const QByteArray &bytes)
 {
-    const QFileInfo info(m_filePath);
-    const QString dirPath = info.absolutePath();
-    if (!QDir().mkpath(dirPath)) {
-        qCWarning(lcPlatform).noquote() << "[OV] preferences: cannot create" << dirPath;
+    QString problem;
+    const QByteArray path = QFile::encodeName(m_filePath);
+    const QByteArray target = linkEnd(path, problem);
+    if (!problem.isEmpty()) {
+        reportWriteProblem(problem);
+        return false;
+    }
+    const QByteArray dir = directoryOf(target);
+    // Our own directory is made on first save. A link's target directory is not: a
+    // dangling link into a dotfiles checkout that is not there (yet, or unmounted) gets
+    // its file only once that directory exists; until then the values stay in memory.
+    if (target == path && !QDir().mkpath(QFile::decodeName(dir))) {
+        reportWriteProblem(QStringLiteral("cannot create %1").arg(QFile::decodeName(dir)));
         return false;
     }
 
-    QByteArray tmpl = QFile::encodeName(m_filePath + QStringLiteral(".tmp-XXXXXX"));
+    mode_t mode = 0600;
+    struct stat st = {};
+    if (::stat(target.constData(), &st) == 0) {
+        if (!S_ISREG(st.st_mode)) {
+            m_writeBlocked = true;
+            qCWarning(lcPlatform).noquote() << "[OV] preferences: " + QFile::decodeName(target) + " is "
+                                                   + fileKind(st.st_mode)
+                                                   + ", not a regular file; saving nothing this session";
+            return false;
+        }
+        mode = st.st_mode & 07777;
+    }
+
+    QByteArray tmpl = target + ".tmp-XXXXXX";
     const int fd = ::mkstemp(tmpl.data());
     if (fd < 0) {
-        qCWarning(lcPlatform).noquote() << "[OV] preferences: cannot create a temporary file beside"
-                                        << m_filePath << ":" << std::strerror(errno);
+        reportWriteProblem(QStringLiteral("cannot create a temporary file in %1: %2")
+                               .arg(QFile::decodeName(dir), QString::fromLocal8Bit(std::strerror(errno))));
         return false;
     }
     // The data must be on disk before the rename makes it the store, or a power cut
     // could leave an empty file under the real name.
-    const bool ok = writeAll(fd, bytes) && ::fchmod(fd, 0600) == 0 && ::fsync(fd) == 0;
+    const bool ok = writeAll(fd, bytes) && ::fchmod(fd, mode) == 0 && ::fsync(fd) == 0;
     const int savedErrno = errno;
     ::close(fd);
-    if (!ok || ::rename(tmpl.constData(), QFile::encodeName(m_filePath).constData()) != 0) {
-        qCWarning(lcPlatform).noquote() << "[OV] preferences: cannot write" << m_filePath << ":"
-                                        << std::strerror(ok ? errno : savedErrno);
+    if (!ok || ::rename(tmpl.constData(), target.constData()) != 0) {
+        reportWriteProblem(QStringLiteral("cannot write %1: %2")
+                               .arg(QFile::decodeName(target),
+                                    QString::fromLocal8Bit(std::strerror(ok ? errno : savedErrno))));
         ::unlink(tmpl.constData());
         return false;
     }
     // Make the rename itself durable.
-    const int dirFd = ::open(QFile::encodeName(dirPath).constData(), O_RDONLY | O_DIRECTORY);
+    const int dirFd = ::open(dir.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (dirFd >= 0) {
         ::fsync(dirFd);
         ::close(dirFd);
     }
+    m_lastWriteProblem.clear();
     return true;
+}
+
+void PreferencesStore::reportWriteProblem(const QString &problem)
+{
+    if (problem == m_lastWriteProblem)
+        return;
+    m_lastWriteProblem = problem;
+    qCWarning(lcPlatform).noquote() << "[OV] preferences: not saved to " + m_filePath + " (" + problem
+                                           + "); the values are kept in memory and saving is retried";
 }
 
 } // namespace orvella::platform

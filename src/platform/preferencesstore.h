@@ -25,12 +25,20 @@ namespace orvella::platform {
  * torn one. A file that does not parse is moved aside (not deleted) and the store
  * starts empty.
  *
+ * When the path is a symbolic link (configuration kept in a dotfiles repository), the
+ * link stays: saves go to the file it ends at, with that file's permissions. Anything
+ * but a regular file of at most kMaxFileBytes (a FIFO, a device, a huge file) is never
+ * read nor written: the store starts empty and saves nothing for this run.
+ *
  * Belongs to the thread that created it (the main thread).
  */
 class PreferencesStore : public QObject
 {
     Q_OBJECT
 public:
+    /// 4 MiB: far above any real file (a long day of tracked windows leaves some 32 KiB).
+    static constexpr qint64 kMaxFileBytes = 4 * 1024 * 1024;
+
     enum class Access {
         ReadWrite,
         /// For one-shot readers such as `orvella list`: nothing is ever written, and a
@@ -86,15 +94,18 @@ private:
     void setAside(const QString &reason);
     void markDirty();
     bool writeAtomically(const QByteArray &bytes);
+    void reportWriteProblem(const QString &problem);
 
     QString m_filePath;
     QString m_setAsidePath;
     QJsonObject m_values;
     QTimer m_flushTimer;
     bool m_dirty = false;
-    // Set for read-only stores, and when the file exists but could not be read:
-    // writing would destroy it.
+    // Set for read-only stores, and when the file exists but could not be read or is
+    // not a regular file: writing would destroy it.
     bool m_writeBlocked = false;
+    // The last save failure logged; a save failing the same way again stays quiet.
+    QString m_lastWriteProblem;
 };
 
 } // namespace orvella::platform

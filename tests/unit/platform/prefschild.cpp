@@ -1,10 +1,12 @@
 // A second process for the preferences tests: writes through the real store until the
-// test kills it mid-write.
+// test kills it mid-write, or opens a store on a hostile file the test can give up on.
 #include "platform/preferencesstore.h"
 
 #include <QCoreApplication>
+#include <QJsonDocument>
 
 #include <cstdio>
+#include <sys/resource.h>
 
 using namespace orvella;
 
@@ -29,6 +31,21 @@ int burst(const QString &path)
     }
 }
 
+// Prints what the store read and whether a change could be saved. Address space is
+// capped so that a store reading an endless file fails here in moments instead of
+// taking the machine's memory.
+int loadAndSave(const QString &path)
+{
+    const rlim_t cap = rlim_t(1) << 30;
+    const rlimit limit{cap, cap};
+    ::setrlimit(RLIMIT_AS, &limit);
+    platform::PreferencesStore store(path);
+    std::printf("%s\n", QJsonDocument(store.snapshot()).toJson(QJsonDocument::Compact).constData());
+    store.setString(QStringLiteral("position"), QStringLiteral("left"));
+    std::printf("saved=%d\n", int(store.flush()));
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -37,6 +54,8 @@ int main(int argc, char **argv)
     const QStringList args = app.arguments();
     if (args.size() == 3 && args[1] == QLatin1String("burst"))
         return burst(args[2]);
-    std::fprintf(stderr, "usage: orvella-prefs-child burst PATH\n");
+    if (args.size() == 3 && args[1] == QLatin1String("load"))
+        return loadAndSave(args[2]);
+    std::fprintf(stderr, "usage: orvella-prefs-child burst|load PATH\n");
     return 2;
 }

@@ -1,14 +1,17 @@
 // The JSON preferences store: typed reads, debounced atomic writes, corrupt files,
-// and a writer killed in the middle of a burst.
+// linked and special files, and a writer killed in the middle of a burst.
 #include "platform/preferencesstore.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 using orvella::platform::PreferencesStore;
 
@@ -25,6 +28,15 @@ QByteArray readFile(const QString &path)
 {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+// What a path is, without following it: anything put in its place changes this.
+QString identity(const QString &path)
+{
+    struct stat st = {};
+    if (::lstat(QFile::encodeName(path).constData(), &st) != 0)
+        return QStringLiteral("missing");
+    return QStringLiteral("mode %1 inode %2 size %3").arg(st.st_mode, 0, 8).arg(st.st_ino).arg(st.st_size);
 }
 
 } // namespace
@@ -46,6 +58,11 @@ private slots:
     void corruptFileIsSetAsideAndStoreStartsEmpty();
     void nonFiniteNumbersAreRefused();
     void readOnlyStoreNeverWrites();
+    void linkedFileIsSavedAtTheLinkEnd_data();
+    void linkedFileIsSavedAtTheLinkEnd();
+    void unwritableLinkEndKeepsValuesInMemory();
+    void unusableFileIsLeftAlone_data();
+    void unusableFileIsLeftAlone();
     void defaultPathFollowsXdgConfigHome();
     void killedWriterLeavesOldOrNewValues();
 
@@ -181,6 +198,123 @@ void TestPreferencesStore::readOnlyStoreNeverWrites()
     QCOMPARE(corrupt.snapshot(), QJsonObject());
     QCOMPARE(corrupt.setAsidePath(), QString());
     QCOMPARE(readFile(m_path), QByteArray("{ not json"));
+}
+
+// Preferences kept elsewhere (a dotfiles repository) through links: a save lands in the
+// file at the end of the links, keeping its permissions, and every link stays a link.
+void TestPreferencesStore::linkedFileIsSavedAtTheLinkEnd_data()
+{
+    QTest::addColumn<QString>("link");       // "@" stands for the case's directory
+    QTest::addColumn<QString>("hop");        // an intermediate link, hop/prefs.json, when set
+    QTest::addColumn<QByteArray>("content"); // at the end of the links; empty: no file
+    QTest::addColumn<bool>("kept");          // the content was read, and its file rewritten in place
+
+    const QByteArray valid("{\"kept\": true}");
+    QTest::newRow("absolute") << "@/dotfiles/prefs.json" << QString() << valid << true;
+    QTest::newRow("relative") << "dotfiles/prefs.json" << QString() << valid << true;
+    // Resolved against the first link's directory, "../dotfiles" would miss.
+    QTest::newRow("relative chain") << "hop/prefs.json"
+                                    << "../dotfiles/prefs.json" << valid << true;
+    QTest::newRow("dangling") << "dotfiles/prefs.json" << QString() << QByteArray() << false;
+    QTest::newRow("corrupt end") << "dotfiles/prefs.json" << QString() << QByteArray("{\"kept\": tr")
+                                 << false;
+}
+
+void TestPreferencesStore::linkedFileIsSavedAtTheLinkEnd()
+{
+    QFETCH(QString, link);
+    QFETCH(QString, hop);
+    QFETCH(QByteArray, content);
+    QFETCH(bool, kept);
+    const QString dir = m_dir.filePath(QStringLiteral("linked-%1").arg(m_n));
+    const QString end = dir + QStringLiteral("/dotfiles/prefs.json");
+    QVERIFY(QDir().mkpath(dir + QStringLiteral("/dotfiles")) && QDir().mkpath(dir + QStringLiteral("/hop")));
+    if (!content.isEmpty()) {
+        writeFile(end, content);
+        QVERIFY(QFile::setPermissions(end, QFileDevice::ReadOwner | QFileDevice::WriteOwner
+                                               | QFileDevice::ReadGroup));
+    }
+    const QString path = dir + QStringLiteral("/prefs.json");
+    QVERIFY(QFile::link(link.replace('@', dir), path));
+    if (!hop.isEmpty())
+        QVERIFY(QFile::link(hop, dir + QStringLiteral("/hop/prefs.json")));
+
+    const bool setsAside = !content.isEmpty() && !kept;
+    if (setsAside)
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("moved aside")));
+    {
+        PreferencesStore store(path);
+        QCOMPARE(store.contains(QStringLiteral("kept")), kept);
+        QCOMPARE(store.setAsidePath().isEmpty(), !setsAside);
+        if (setsAside)
+            QCOMPARE(readFile(store.setAsidePath()), content);
+        store.setString(QStringLiteral("position"), QStringLiteral("right"));
+        QVERIFY(store.flush());
+    }
+    QVERIFY(QFileInfo(path).isSymLink());
+    QVERIFY(hop.isEmpty() || QFileInfo(dir + QStringLiteral("/hop/prefs.json")).isSymLink());
+    QVERIFY(!QFileInfo(end).isSymLink());
+    const QJsonObject saved = QJsonDocument::fromJson(readFile(end)).object();
+    QCOMPARE(saved.value(QStringLiteral("position")).toString(), QStringLiteral("right"));
+    QCOMPARE(saved.contains(QStringLiteral("kept")), kept);
+    struct stat st = {};
+    QCOMPARE(::stat(QFile::encodeName(end).constData(), &st), 0);
+    QCOMPARE(st.st_mode & 07777, kept ? 0640u : 0600u);
+    QCOMPARE(QDir(dir + QStringLiteral("/dotfiles")).entryList({QStringLiteral("*.tmp-*")}), QStringList());
+}
+
+// A link into a directory that is not there (a dotfiles checkout not mounted): one log
+// line however often saving is retried, the values wait in memory, and no directory is
+// made on the link's behalf.
+void TestPreferencesStore::unwritableLinkEndKeepsValuesInMemory()
+{
+    const QString dir = m_dir.filePath(QStringLiteral("unmounted"));
+    QVERIFY(QFile::link(dir + QStringLiteral("/prefs.json"), m_path));
+
+    PreferencesStore store(m_path);
+    store.setString(QStringLiteral("position"), QStringLiteral("right"));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("not saved to .*kept in memory")));
+    QVERIFY(!store.flush());
+    QTest::failOnWarning(QRegularExpression(QStringLiteral("not saved")));
+    store.setString(QStringLiteral("position"), QStringLiteral("left"));
+    QVERIFY(!store.flush());
+    QCOMPARE(store.stringValue(QStringLiteral("position")), std::optional(QStringLiteral("left")));
+    QVERIFY(QFileInfo(m_path).isSymLink());
+    QVERIFY(!QFileInfo::exists(dir));
+}
+
+// Anything but a regular file of sane size in the file's place: the store starts with
+// defaults at once, says so once, and what is there stays as it was, saves included.
+// The store runs in a child so that a hang or an endless read fails instead of stalling.
+void TestPreferencesStore::unusableFileIsLeftAlone_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::newRow("FIFO") << "fifo";
+    QTest::newRow("link to /dev/zero") << "zero";
+    QTest::newRow("over the size limit") << "large";
+}
+
+void TestPreferencesStore::unusableFileIsLeftAlone()
+{
+    QFETCH(QString, kind);
+    if (kind == QLatin1String("fifo"))
+        QCOMPARE(::mkfifo(QFile::encodeName(m_path).constData(), 0600), 0);
+    else if (kind == QLatin1String("zero"))
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), m_path));
+    else
+        writeFile(m_path, "{\"k\": \"" + QByteArray(PreferencesStore::kMaxFileBytes, 'x') + "\"}");
+    const QString before = identity(m_path);
+
+    QProcess child;
+    child.start(QStringLiteral(ORVELLA_PREFS_CHILD), {QStringLiteral("load"), m_path});
+    QVERIFY(child.waitForFinished(5000));
+    QCOMPARE(child.exitCode(), 0);
+    QCOMPARE(child.readAllStandardOutput(), QByteArray("{}\nsaved=0\n"));
+    const QByteArray log = child.readAllStandardError();
+    QVERIFY2(log.count("[OV] preferences: cannot use") == 1 && log.count("[OV]") == 1, log.constData());
+    QCOMPARE(identity(m_path), before);
+    QCOMPARE(QDir(m_dir.path()).entryList({QFileInfo(m_path).fileName() + QStringLiteral(".*")}),
+             QStringList());
 }
 
 void TestPreferencesStore::defaultPathFollowsXdgConfigHome()
