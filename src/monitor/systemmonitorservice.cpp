@@ -34,8 +34,9 @@ SystemMonitorService::SystemMonitorService(std::shared_ptr<const platform::Syste
     m_worker->moveToThread(&m_queue);
     m_queue.start(QThread::LowPriority);
 
-    platform::fetchExternalAddress(externalAddressUrl, this, [this](const QString &address) {
-        assign(m_externalIP, address, &SystemMonitorService::externalIPChanged);
+    platform::fetchExternalAddress(externalAddressUrl, this, [this](const std::optional<QString> &address) {
+        if (address)
+            assign(m_externalIP, *address, &SystemMonitorService::externalIPChanged);
     });
 }
 

@@ -1,5 +1,6 @@
 // The system monitor service on a copied laptop tree, with time on a manual clock.
 #include "monitor/systemmonitorservice.h"
+#include "platform/externaladdress.h"
 #include "platform/linux/linuxsystemfacts.h"
 #include "platform/sim/manualscheduler.h"
 
@@ -48,6 +49,8 @@ private slots:
     void startStopRestart();
     void diskIsReadAtMostEvery30Seconds();
     void externalAddressFetchedOnce();
+    void externalAddressAnswers_data();
+    void externalAddressAnswers();
 
 private:
     // Starts the service and waits for the immediate poll's publication.
@@ -257,6 +260,43 @@ void TestSystemMonitorService::externalAddressFetchedOnce()
     advanceAndWait(service, 6s, 2);
     QCOMPARE(requests, 1);
     QCOMPARE(service.externalIP(), QStringLiteral("203.0.113.7"));
+}
+
+void TestSystemMonitorService::externalAddressAnswers_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QString>("address"); // empty: none
+    QTest::newRow("IPv4") << QByteArray("203.0.113.7") << "203.0.113.7";
+    QTest::newRow("whitespace around") << QByteArray(" \t203.0.113.7\r\n") << "203.0.113.7";
+    QTest::newRow("IPv6, as Qt writes it") << QByteArray("2001:DB8:0:0::1\n") << "2001:db8::1";
+    QTest::newRow("IPv4-mapped IPv6") << QByteArray("::ffff:192.0.2.1") << "::ffff:192.0.2.1";
+    QTest::newRow("nothing") << QByteArray(" \n") << "";
+    QTest::newRow("short IPv4") << QByteArray("127.1") << "";
+    QTest::newRow("hex IPv4") << QByteArray("0x7f.0.0.1") << "";
+    QTest::newRow("leading zero") << QByteArray("010.0.0.1") << "";
+    QTest::newRow("out of range") << QByteArray("256.0.0.1") << "";
+    QTest::newRow("scope id") << QByteArray("fe80::1%eth0") << "";
+    QTest::newRow("port") << QByteArray("203.0.113.7:443") << "";
+    QTest::newRow("brackets") << QByteArray("[2001:db8::1]") << "";
+    QTest::newRow("two addresses") << QByteArray("203.0.113.7 198.51.100.1") << "";
+    QTest::newRow("embedded NUL") << QByteArray("203.0.113.7\0", 12) << "";
+    QTest::newRow("terminal escape") << QByteArray("\x1b[2J203.0.113.7") << "";
+    QTest::newRow("byte-order mark") << QByteArray("\xef\xbb\xbf"
+                                                   "203.0.113.7")
+                                     << "";
+    QTest::newRow("captive portal") << QByteArray(
+        "<!DOCTYPE html><html><head><title>Sign in</title></head>"
+        "<body><form action=\"/login\">Your address: 203.0.113.7</form></body></html>")
+                                    << "";
+    QTest::newRow("past the limit")
+        << QByteArray("203.0.113.7").append(QByteArray(platform::kExternalAddressMaxBytes, ' ')) << "";
+}
+
+void TestSystemMonitorService::externalAddressAnswers()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(QString, address);
+    QCOMPARE(platform::parseExternalAddress(answer).value_or(QString()), address);
 }
 
 QTEST_GUILESS_MAIN(TestSystemMonitorService)
