@@ -34,14 +34,14 @@ SystemMonitorService::SystemMonitorService(std::shared_ptr<const platform::Syste
     m_worker->moveToThread(&m_queue);
     m_queue.start(QThread::LowPriority);
 
-    platform::fetchExternalAddress(externalAddressUrl, this, [this](const QString &address) {
-        assign(m_externalIP, address, &SystemMonitorService::externalIPChanged);
-    });
+    m_externalAddressUrl = externalAddressUrl;
+    requestExternalAddress();
 }
 
 SystemMonitorService::~SystemMonitorService()
 {
-    ++m_timerGeneration;
+    endRun();
+    delete m_externalAddressRequest;
     m_queue.quit();
     m_queue.wait();
     delete m_worker;
@@ -61,9 +61,13 @@ void SystemMonitorService::start(double interval)
     m_isRunning = true;
     qCInfo(lcMonitor).noquote() << QString::asprintf("[OV] SystemMonitorService started (interval=%.1fs)",
                                                      interval);
+    requestExternalAddress();
     queuePoll(m_scheduler.now());
     const qint64 intervalMs = std::max<qint64>(1, std::llround(interval * 1000));
-    armTimer(++m_timerGeneration, m_scheduler.now().addMSecs(intervalMs), intervalMs);
+    auto *run = new QObject;
+    run->moveToThread(&m_queue);
+    m_run = run;
+    armTimer(run, m_scheduler.now().addMSecs(intervalMs), intervalMs);
 }
 
 void SystemMonitorService::stop()
@@ -71,8 +75,32 @@ void SystemMonitorService::stop()
     if (!m_isRunning)
         return;
     m_isRunning = false;
-    ++m_timerGeneration; // the armed timer finds itself outdated and ends
+    endRun();
+    delete m_externalAddressRequest;
     qCInfo(lcMonitor) << "[OV] SystemMonitorService stopped";
+}
+
+void SystemMonitorService::endRun()
+{
+    // Deleted on the worker, which may be in the middle of a tick: the armed timer goes
+    // with its context, and a tick already under way sees that its run has ended.
+    if (QObject *run = m_run.exchange(nullptr))
+        run->deleteLater();
+}
+
+void SystemMonitorService::requestExternalAddress()
+{
+    if (m_externalAddressSettled || m_externalAddressRequest)
+        return;
+    m_externalAddressRequest = platform::fetchExternalAddress(
+        m_externalAddressUrl, this, [this](const std::optional<QString> &address) {
+            m_externalAddressSettled = true;
+            if (address)
+                assign(m_externalIP, *address, &SystemMonitorService::externalIPChanged);
+        });
+    // Nothing to ask, or nowhere to ask it: the next start need not try again.
+    if (!m_externalAddressRequest)
+        m_externalAddressSettled = true;
 }
 
 void SystemMonitorService::restart(double interval)
@@ -94,11 +122,13 @@ void SystemMonitorService::setPaused(bool paused)
         queuePoll(m_scheduler.now());
 }
 
-void SystemMonitorService::armTimer(quint64 generation, QDateTime deadline, qint64 intervalMs)
+void SystemMonitorService::armTimer(QObject *run, QDateTime deadline, qint64 intervalMs)
 {
     const qint64 delay = std::max<qint64>(0, m_scheduler.now().msecsTo(deadline));
-    m_scheduler.schedule(std::chrono::milliseconds(delay), m_worker, [=, this] {
-        if (generation != m_timerGeneration.load())
+    // Called only while `run` exists, and stopping deletes it; until then the ended run
+    // is told apart by address, which no other object can share while it lives.
+    m_scheduler.schedule(std::chrono::milliseconds(delay), run, [=, this] {
+        if (run != m_run.load())
             return;
         // The pause is read when the timer fires, as a poll running right here would;
         // the queued poll reads it again.
@@ -110,7 +140,7 @@ void SystemMonitorService::armTimer(quint64 generation, QDateTime deadline, qint
         QDateTime next = deadline.addMSecs(intervalMs);
         if (next <= now)
             next = now.addMSecs(intervalMs);
-        armTimer(generation, next, intervalMs);
+        armTimer(run, next, intervalMs);
     });
 }
 

@@ -9,6 +9,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QThread>
 #include <QUrl>
 
@@ -73,6 +74,7 @@ public:
 
     /// Reads the model, OS version, boot date and battery presence at once, and starts
     /// fetching the external address from `externalAddressUrl` (empty: never fetched).
+    /// A fetch that stop() cancels is asked again at the next start.
     explicit SystemMonitorService(std::shared_ptr<const platform::SystemFacts> facts,
                                   const QUrl &externalAddressUrl = QUrl(),
                                   platform::Scheduler &scheduler = platform::Scheduler::system(),
@@ -82,6 +84,8 @@ public:
     /// Polls at once and then every `interval` seconds (under 0.1 s: 3 s); nothing when
     /// already running.
     Q_INVOKABLE void start(double interval);
+    /// Disarms the timer and cancels an address request in flight without waiting for the
+    /// worker; a poll already queued still publishes.
     Q_INVOKABLE void stop();
     Q_INVOKABLE void restart(double interval);
     /// While paused the timer keeps running but polls sample nothing; unpausing polls at once.
@@ -170,7 +174,9 @@ private:
     bool isPaused();
     void queuePoll(const QDateTime &now);
     void poll(const QDateTime &now);
-    void armTimer(quint64 generation, QDateTime deadline, qint64 intervalMs);
+    void armTimer(QObject *run, QDateTime deadline, qint64 intervalMs);
+    void endRun();
+    void requestExternalAddress();
     void publish(const MonitorSample &sample);
     template<typename T>
     void assign(T &field, const T &value, void (SystemMonitorService::*changed)());
@@ -179,7 +185,10 @@ private:
     QThread m_queue;
     QObject *m_worker = nullptr;              ///< lives on m_queue; the context of every sampling call
     std::unique_ptr<SystemSampler> m_sampler; ///< m_queue only
-    std::atomic<quint64> m_timerGeneration{0};
+    std::atomic<QObject *> m_run{nullptr};    ///< lives on m_queue while running; the context of the timer
+    QUrl m_externalAddressUrl;
+    QPointer<QObject> m_externalAddressRequest;
+    bool m_externalAddressSettled = false; ///< answered, or known to be unavailable
     bool m_isRunning = false;
     std::mutex m_pausedLock;
     bool m_isPaused = false; ///< guarded by m_pausedLock

@@ -1,6 +1,7 @@
 // The clock and delayed calls of Orvella, injectable so tests can drive time.
 #include "platform/scheduler.h"
 
+#include <QDeadlineTimer>
 #include <QThread>
 #include <QTimer>
 
@@ -14,7 +15,26 @@ public:
     QDateTime now() const override { return QDateTime::currentDateTimeUtc(); }
     void schedule(std::chrono::milliseconds delay, QObject *context, std::function<void()> callback) override
     {
-        QTimer::singleShot(delay, context, std::move(callback));
+        // The timer is the context's child, created on its thread, so deleting the context
+        // disarms and frees it at once; a free-standing single-shot would stay armed until
+        // it fired, and one still armed when its thread ends is never freed.
+        const QDeadlineTimer deadline(delay);
+        QMetaObject::invokeMethod(
+            context,
+            [context, delay, deadline, callback = std::move(callback)]() mutable {
+                auto *timer = new QTimer(context);
+                timer->setSingleShot(true);
+                // As precise as QTimer::singleShot is for short delays.
+                if (delay < std::chrono::seconds(2))
+                    timer->setTimerType(Qt::PreciseTimer);
+                QObject::connect(timer, &QTimer::timeout, context, [timer, callback = std::move(callback)] {
+                    timer->deleteLater();
+                    callback();
+                });
+                timer->start(
+                    std::chrono::ceil<std::chrono::milliseconds>(deadline.remainingTimeAsDuration()));
+            },
+            Qt::AutoConnection);
     }
 };
 

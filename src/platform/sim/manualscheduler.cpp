@@ -20,6 +20,12 @@ void ManualScheduler::pause(std::chrono::milliseconds duration)
     m_paused += duration.count();
 }
 
+int ManualScheduler::pendingCount() const
+{
+    return int(std::count_if(m_pending.begin(), m_pending.end(),
+                             [](const Pending &p) { return !p.context.isNull(); }));
+}
+
 void ManualScheduler::advance(std::chrono::milliseconds by)
 {
     const QDateTime target = m_now.addMSecs(by.count());

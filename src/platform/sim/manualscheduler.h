@@ -24,7 +24,8 @@ public:
 
     /// Moves the clock forward, running every call that falls due, in time order.
     void advance(std::chrono::milliseconds by);
-    int pendingCount() const { return int(m_pending.size()); }
+    /// The calls still to run; those of a context that is gone are not.
+    int pendingCount() const;
 
 private:
     struct Pending

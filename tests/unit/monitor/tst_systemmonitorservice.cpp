@@ -1,7 +1,10 @@
 // The system monitor service on a copied laptop tree, with time on a manual clock.
 #include "monitor/systemmonitorservice.h"
+#include "platform/externaladdress.h"
 #include "platform/linux/linuxsystemfacts.h"
 #include "platform/sim/manualscheduler.h"
+
+#include "../services/loopbackserver.h"
 
 #include <QFile>
 #include <QProcess>
@@ -48,6 +51,9 @@ private slots:
     void startStopRestart();
     void diskIsReadAtMostEvery30Seconds();
     void externalAddressFetchedOnce();
+    void externalAddressAnswers_data();
+    void externalAddressAnswers();
+    void stopCancelsTheAddressRequest();
 
 private:
     // Starts the service and waits for the immediate poll's publication.
@@ -194,9 +200,8 @@ void TestSystemMonitorService::startStopRestart()
     QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitorService stopped");
     service.stop();
     QVERIFY(!service.isRunning());
+    QTRY_COMPARE(m_clock->pendingCount(), 0); // disarmed, not left to find out at the next tick
     service.stop();
-    m_clock->advance(3s); // the cancelled timer fires once more and ends
-    QCOMPARE(m_clock->pendingCount(), 0);
 
     QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitorService started (interval=1.5s)");
     startAndWaitForFirstSample(service, 1.5);
@@ -205,8 +210,8 @@ void TestSystemMonitorService::startStopRestart()
     QCOMPARE(service.cpuHistory().size(), 5);
     service.restart(10);
     QVERIFY(service.isRunning());
-    QCOMPARE(m_clock->pendingCount(), 2); // the old timer's last call and the new one
     advanceAndWait(service, 0ms);         // restart polls at once
+    QCOMPARE(m_clock->pendingCount(), 1); // the first run's timer went with it
     advanceAndWait(service, 10s);
     QCOMPARE(m_clock->pendingCount(), 1);
 
@@ -257,6 +262,60 @@ void TestSystemMonitorService::externalAddressFetchedOnce()
     advanceAndWait(service, 6s, 2);
     QCOMPARE(requests, 1);
     QCOMPARE(service.externalIP(), QStringLiteral("203.0.113.7"));
+}
+
+void TestSystemMonitorService::externalAddressAnswers_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QString>("address"); // empty: none
+    QTest::newRow("IPv4") << QByteArray("203.0.113.7") << "203.0.113.7";
+    QTest::newRow("whitespace around") << QByteArray(" \t203.0.113.7\r\n") << "203.0.113.7";
+    QTest::newRow("IPv6, as Qt writes it") << QByteArray("2001:DB8:0:0::1\n") << "2001:db8::1";
+    QTest::newRow("IPv4-mapped IPv6") << QByteArray("::ffff:192.0.2.1") << "::ffff:192.0.2.1";
+    QTest::newRow("nothing") << QByteArray(" \n") << "";
+    QTest::newRow("short IPv4") << QByteArray("127.1") << "";
+    QTest::newRow("hex IPv4") << QByteArray("0x7f.0.0.1") << "";
+    QTest::newRow("leading zero") << QByteArray("010.0.0.1") << "";
+    QTest::newRow("out of range") << QByteArray("256.0.0.1") << "";
+    QTest::newRow("scope id") << QByteArray("fe80::1%eth0") << "";
+    QTest::newRow("port") << QByteArray("203.0.113.7:443") << "";
+    QTest::newRow("brackets") << QByteArray("[2001:db8::1]") << "";
+    QTest::newRow("two addresses") << QByteArray("203.0.113.7 198.51.100.1") << "";
+    QTest::newRow("embedded NUL") << QByteArray("203.0.113.7\0", 12) << "";
+    QTest::newRow("terminal escape") << QByteArray("\x1b[2J203.0.113.7") << "";
+    QTest::newRow("byte-order mark") << QByteArray("\xef\xbb\xbf"
+                                                   "203.0.113.7")
+                                     << "";
+    QTest::newRow("captive portal") << QByteArray(
+        "<!DOCTYPE html><html><head><title>Sign in</title></head>"
+        "<body><form action=\"/login\">Your address: 203.0.113.7</form></body></html>")
+                                    << "";
+    QTest::newRow("past the limit")
+        << QByteArray("203.0.113.7").append(QByteArray(platform::kExternalAddressMaxBytes, ' ')) << "";
+}
+
+void TestSystemMonitorService::externalAddressAnswers()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(QString, address);
+    QCOMPARE(platform::parseExternalAddress(answer).value_or(QString()), address);
+}
+
+void TestSystemMonitorService::stopCancelsTheAddressRequest()
+{
+    LoopbackServer server;
+    QVERIFY(server.listen());
+    server.silent = true;
+    SystemMonitorService service(m_facts, QUrl(server.url()), *m_clock);
+    QTRY_COMPARE(server.requests.size(), 1);
+    startAndWaitForFirstSample(service);
+    QCOMPARE(server.requests.size(), 1); // already in flight: not asked again
+    QSignalSpy closed(server.findChild<QTcpSocket *>(), &QTcpSocket::disconnected);
+    service.stop();
+    QVERIFY(closed.wait(5000));
+    // Never answered, so the next start asks again.
+    startAndWaitForFirstSample(service);
+    QTRY_COMPARE(server.requests.size(), 2);
 }
 
 QTEST_GUILESS_MAIN(TestSystemMonitorService)

@@ -1,4 +1,4 @@
-// A small HTTP server on 127.0.0.1 for the telemetry tests: records requests, answers as told.
+// A small HTTP server on 127.0.0.1 for tests: records requests, answers as told.
 #include "loopbackserver.h"
 
 #include <QHostAddress>
@@ -64,8 +64,34 @@ void LoopbackServer::serve(QTcpSocket *socket)
     requests.append(request);
     if (silent)
         return;
+    // Without a length the body lasts until the connection closes.
+    const QByteArray lengthHeader =
+        filler < 0 ? QByteArray() : "Content-Length: " + QByteArray::number(answer.size() + filler) + "\r\n";
     socket->write("HTTP/1.1 " + QByteArray::number(status) + " Answer\r\nContent-Type: application/json\r\n"
-                  + "Content-Length: " + QByteArray::number(answer.size()) + "\r\nConnection: close\r\n\r\n"
-                  + answer);
-    socket->disconnectFromHost();
+                  + lengthHeader + "Connection: close\r\n\r\n" + answer);
+    if (filler == 0) {
+        socket->disconnectFromHost();
+        return;
+    }
+    socket->setProperty("filler", filler);
+    connect(socket, &QTcpSocket::bytesWritten, this, [this, socket] { sendFiller(socket); });
+    sendFiller(socket);
+}
+
+void LoopbackServer::sendFiller(QTcpSocket *socket)
+{
+    constexpr qint64 chunk = 64 * 1024;
+    // A few chunks in flight at most, so the server's own memory stays small too.
+    if (socket->state() != QAbstractSocket::ConnectedState || socket->bytesToWrite() >= 4 * chunk)
+        return;
+    const qint64 left = socket->property("filler").toLongLong();
+    if (left == 0)
+        return;
+    const qint64 size = left < 0 ? chunk : std::min(chunk, left);
+    socket->write(QByteArray(size, 'x'));
+    if (left < 0)
+        return;
+    socket->setProperty("filler", left - size);
+    if (left == size)
+        socket->disconnectFromHost();
 }

@@ -1,4 +1,4 @@
-// A small HTTP server on 127.0.0.1 for the telemetry tests: records requests, answers as told.
+// A small HTTP server on 127.0.0.1 for tests: records requests, answers as told.
 #pragma once
 
 #include <QByteArray>
@@ -31,9 +31,13 @@ public:
     QByteArray answer = R"({"ok": true})";
     /// Read requests but never answer them.
     bool silent = false;
+    /// Sent after `answer` as fast as the client takes it: this many 'x' bytes, or with
+    /// -1 without end (the connection then closes only from the other side).
+    qint64 filler = 0;
 
 private:
     void serve(QTcpSocket *socket);
+    void sendFiller(QTcpSocket *socket);
 
     QTcpServer m_server;
 };

@@ -1,25 +1,36 @@
 // `orvella sysmon` as a user runs it: a real process reading this machine.
+#include "../services/loopbackserver.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTest>
+
+#include <sys/resource.h>
 
 namespace {
 
-// Runs `orvella` with space-separated arguments; empty output when it fails.
-QByteArray run(const QString &arguments)
+// Runs `orvella` with space-separated arguments, asking `addressUrl` for the external
+// address (empty: never leave the machine); empty output when it fails. The event loop
+// runs meanwhile, so a loopback server in this process answers.
+QByteArray run(const QString &arguments, const QString &addressUrl = QString(), QByteArray *errors = nullptr)
 {
     QProcess orvella;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("ORVELLA_EXTERNAL_ADDRESS_URL"), QString()); // never leave the machine
+    environment.insert(QStringLiteral("ORVELLA_EXTERNAL_ADDRESS_URL"), addressUrl);
     orvella.setProcessEnvironment(environment);
+    QSignalSpy finished(&orvella, &QProcess::finished);
     orvella.start(QStringLiteral(ORVELLA_BINARY), arguments.split(u' '));
-    const bool ended = orvella.waitForFinished(20000);
+    const bool ended = finished.wait(20000);
     if (!ended)
         orvella.kill();
+    if (errors)
+        *errors = orvella.readAllStandardError();
     if (!ended || orvella.exitStatus() != QProcess::NormalExit || orvella.exitCode() != 0) {
-        qWarning("orvella %s failed: %s", qPrintable(arguments), orvella.readAllStandardError().constData());
+        qWarning("orvella %s failed: %s", qPrintable(arguments),
+                 errors ? errors->constData() : orvella.readAllStandardError().constData());
         return {};
     }
     return orvella.readAllStandardOutput();
@@ -33,6 +44,8 @@ class TestSysmonCommand : public QObject
 private slots:
     void jsonSamples();
     void textSample();
+    void endlessAddressAnswers_data();
+    void endlessAddressAnswers();
 };
 
 void TestSysmonCommand::jsonSamples()
@@ -60,6 +73,41 @@ void TestSysmonCommand::textSample()
     for (const char *label : {"CPU ", "Memory ", "Disk ", "Network ", "Battery ", "Temperature ", "Uptime "})
         QVERIFY2(output.contains(QLatin1String(label)), label);
     QVERIFY(output.endsWith(QLatin1String("\n\n")));
+}
+
+void TestSysmonCommand::endlessAddressAnswers_data()
+{
+    QTest::addColumn<qint64>("filler");
+    QTest::newRow("without end") << qint64(-1);
+    QTest::newRow("100 MB") << qint64(100'000'000);
+}
+
+// An address service that sends far more than an address costs neither memory nor the
+// reading's sanity: the answer is cut short and the address stays unknown.
+void TestSysmonCommand::endlessAddressAnswers()
+{
+    QFETCH(qint64, filler);
+    LoopbackServer server;
+    QVERIFY(server.listen());
+    server.answer = "203.0.113.7\n";
+    server.filler = filler;
+    QByteArray errors;
+    // Long enough for a whole 100 MB to arrive over loopback had nothing stopped it.
+    const QList<QByteArray> lines =
+        run(QStringLiteral("sysmon --json --count 3 --interval 1"), server.url(), &errors)
+            .trimmed()
+            .split('\n');
+    QCOMPARE(server.requests.size(), 1);
+    QCOMPARE(lines.size(), 3);
+    for (const QByteArray &line : lines)
+        QCOMPARE(QJsonDocument::fromJson(line).object().value(QLatin1String("externalIP")).toString(),
+                 QString());
+    // The largest of this test's children; an idle sysmon takes about a third of this.
+    rusage usage{};
+    QCOMPARE(getrusage(RUSAGE_CHILDREN, &usage), 0);
+    qInfo("peak resident size of orvella sysmon: %ld KiB", usage.ru_maxrss);
+    QVERIFY2(usage.ru_maxrss < 64 * 1024, qPrintable(QString::number(usage.ru_maxrss)));
+    QCOMPARE(errors.count("[OV] external address: the answer is longer than 256 bytes"), 1);
 }
 
 QTEST_GUILESS_MAIN(TestSysmonCommand)
