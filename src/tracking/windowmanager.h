@@ -60,10 +60,10 @@ public:
                   platform::Scheduler &scheduler = platform::Scheduler::system(), QObject *parent = nullptr);
     ~WindowManager() override;
 
-    // By value (implicitly shared, so cheap): a caller that loops over the list while a verb
-    // regroups keeps its own copy instead of a reference into the rebuilt one.
-    QList<WindowItem> windows() const { return m_windows; }
-    QList<WindowCategory> categories() const { return m_categories; }
+    // References into the model: valid until the next refresh or regrouping, which any verb
+    // may cause. A caller that loops while calling verbs loops over a copy (cheap: shared).
+    const QList<WindowItem> &windows() const { return m_windows; }
+    const QList<WindowCategory> &categories() const { return m_categories; }
     QList<WindowCategory> visibleCategories() const;
     QString activeWindowID() const { return m_activeWindowID; }
     QString selectedWindowID() const { return m_selectedWindowID; }

@@ -104,7 +104,8 @@ QString TestActions::shelfOf(const QList<qint64> &numbers)
 {
     const QString shelf = m_wm->addShelf();
     for (qint64 n : numbers) {
-        for (const WindowItem &w : m_wm->windows()) {
+        const QList<WindowItem> windows = m_wm->windows(); // a move regroups the model's list
+        for (const WindowItem &w : windows) {
             if (w.windowNumber == n)
                 m_wm->dragMoveWindow(w.id, shelf);
         }

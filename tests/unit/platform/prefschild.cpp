@@ -36,9 +36,11 @@ int burst(const QString &path)
 // taking the machine's memory.
 int loadAndSave(const QString &path)
 {
+#ifndef __SANITIZE_ADDRESS__ // which reserves terabytes of address space for itself
     const rlim_t cap = rlim_t(1) << 30;
     const rlimit limit{cap, cap};
     ::setrlimit(RLIMIT_AS, &limit);
+#endif
     platform::PreferencesStore store(path);
     std::printf("%s\n", QJsonDocument(store.snapshot()).toJson(QJsonDocument::Compact).constData());
     store.setString(QStringLiteral("position"), QStringLiteral("left"));

@@ -87,6 +87,14 @@ void TestSysmonCommand::endlessAddressAnswers_data()
 void TestSysmonCommand::endlessAddressAnswers()
 {
     QFETCH(qint64, filler);
+    // The bound is over a plain run's peak (the earlier runs here), which an instrumented
+    // build raises several times over.
+    rusage plain{};
+    QCOMPARE(getrusage(RUSAGE_CHILDREN, &plain), 0);
+    if (plain.ru_maxrss == 0) {
+        run(QStringLiteral("sysmon --count 1"));
+        QCOMPARE(getrusage(RUSAGE_CHILDREN, &plain), 0);
+    }
     LoopbackServer server;
     QVERIFY(server.listen());
     server.answer = "203.0.113.7\n";
@@ -102,11 +110,10 @@ void TestSysmonCommand::endlessAddressAnswers()
     for (const QByteArray &line : lines)
         QCOMPARE(QJsonDocument::fromJson(line).object().value(QLatin1String("externalIP")).toString(),
                  QString());
-    // The largest of this test's children; an idle sysmon takes about a third of this.
     rusage usage{};
     QCOMPARE(getrusage(RUSAGE_CHILDREN, &usage), 0);
-    qInfo("peak resident size of orvella sysmon: %ld KiB", usage.ru_maxrss);
-    QVERIFY2(usage.ru_maxrss < 64 * 1024, qPrintable(QString::number(usage.ru_maxrss)));
+    qInfo("peak resident size: %ld KiB, of a plain run %ld KiB", usage.ru_maxrss, plain.ru_maxrss);
+    QVERIFY2(usage.ru_maxrss < plain.ru_maxrss + 32 * 1024, qPrintable(QString::number(usage.ru_maxrss)));
     QCOMPARE(errors.count("[OV] external address: the answer is longer than 256 bytes"), 1);
 }
 
