@@ -29,7 +29,10 @@ void TestTerminalText::escaped_data()
     row("bidi override and isolate", QString::fromUtf16(u"\u202eexe.txt\u2066"), R"(\u202eexe.txt\u2066)");
     // Marks and joiners belong to the text they sit in.
     row("marks and joiners kept", QString::fromUtf16(u"a\u200fb👩\u200d💻"), "a\u200fb👩\u200d💻");
-    row("lone surrogates", QString::fromUtf16(u"a\xd800" u"b\xdc00"), "a\uFFFDb\uFFFD");
+    row("lone surrogates",
+        QString::fromUtf16(u"a\xd800"
+                           u"b\xdc00"),
+        "a\uFFFDb\uFFFD");
 }
 
 void TestTerminalText::escaped()
