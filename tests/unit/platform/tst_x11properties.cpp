@@ -51,8 +51,6 @@ private slots:
     void iconList();
     void bestIcon_data();
     void bestIcon();
-    void iconProperty_data();
-    void iconProperty();
     void decoders_data();
     void decoders();
 };
@@ -129,45 +127,6 @@ void TestX11Properties::bestIcon()
     QCOMPARE(bestIconIndex(refs, 32), qsizetype(best));
 }
 
-void TestX11Properties::iconProperty_data()
-{
-    QTest::addColumn<quint32>("type");
-    QTest::addColumn<int>("format");
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<State>("state");
-    QTest::addColumn<QSize>("size");
-
-    const QByteArray three = items(square(16, 0xff0000ff) + square(32, 0xff00ff00) + square(64, 0xffff0000));
-    QTest::newRow("not set") << 0u << 0 << QByteArray() << State::Absent << QSize(0, 0);
-    QTest::newRow("best of three") << kAtomCardinal << 32 << three << State::Value << QSize(32, 32);
-    QTest::newRow("wrong type") << kAtomString << 32 << three << State::Malformed << QSize(0, 0);
-    QTest::newRow("wrong format") << kAtomCardinal << 8 << three << State::Malformed << QSize(0, 0);
-    QTest::newRow("only a hostile image")
-        << kAtomCardinal << 32 << items(image(65535, 65535, 16)) << State::Malformed << QSize(0, 0);
-    QTest::newRow("valid before a hostile image")
-        << kAtomCardinal << 32 << items(square(16, 0xff00ff00) + image(65535, 65535, 16)) << State::Value
-        << QSize(16, 16);
-    QTest::newRow("empty") << kAtomCardinal << 32 << QByteArray() << State::Malformed << QSize(0, 0);
-}
-
-void TestX11Properties::iconProperty()
-{
-    QFETCH(quint32, type);
-    QFETCH(int, format);
-    QFETCH(QByteArray, data);
-    QFETCH(State, state);
-    QFETCH(QSize, size);
-    const Decoded<QImage> icon = decodeIcon(rawProperty(type, format, data));
-    QCOMPARE(icon.state, state);
-    QCOMPARE(icon.value.size(), size);
-    QCOMPARE(icon.value.isNull(), state != State::Value);
-    if (state == State::Value) {
-        QCOMPARE(icon.value.format(), QImage::Format_ARGB32_Premultiplied);
-        // The chosen image's own pixels, not a neighbour's.
-        QCOMPARE(icon.value.pixel(size.width() - 1, size.height() - 1), qRgba(0, 0xff, 0, 0xff));
-    }
-}
-
 namespace {
 
 QString joined(const QList<quint32> &values)
@@ -191,7 +150,8 @@ QString outcome(const Decoded<T> &d, const QString &value)
 } // namespace
 
 // _NET_WM_NAME ("utf8", UTF-8 only), WM_NAME ("legacy", in whatever encoding its type says),
-// WM_CLASS, atom lists ("cardinals", at most 4) and _NET_FRAME_EXTENTS.
+// WM_CLASS, atom lists ("cardinals", at most 4), _NET_FRAME_EXTENTS and _NET_WM_ICON (the
+// image closest to 32 pixels: its size, format and last pixel, so its own and not a neighbour's).
 void TestX11Properties::decoders_data()
 {
     QTest::addColumn<QString>("decoder");
@@ -240,6 +200,17 @@ void TestX11Properties::decoders_data()
     row("list of the wrong type", "cardinals", kAtomCardinal, 32, items({1}), "malformed !");
     row("list of the wrong format", "cardinals", kAtomAtom, 16, items({1}), "malformed !");
 
+    const QByteArray three = items(square(16, 0xff0000ff) + square(32, 0xff00ff00) + square(64, 0xffff0000));
+    row("icon not set", "icon", 0, 0, {}, "absent");
+    row("best of three icons", "icon", kAtomCardinal, 32, three, "value 32x32 premultiplied ff00ff00");
+    row("icon of the wrong type", "icon", kAtomString, 32, three, "malformed !");
+    row("icon of the wrong format", "icon", kAtomCardinal, 8, three, "malformed !");
+    row("only a hostile icon image", "icon", kAtomCardinal, 32, items(image(65535, 65535, 16)),
+        "malformed !");
+    row("valid icon before a hostile image", "icon", kAtomCardinal, 32,
+        items(square(16, 0xff00ff00) + image(65535, 65535, 16)), "value 16x16 premultiplied ff00ff00 !");
+    row("empty icon", "icon", kAtomCardinal, 32, {}, "malformed !");
+
     row("decorations", "extents", kAtomCardinal, 32, items({1, 2, 20, 4}), "value 1 2 20 4");
     row("no decorations", "extents", kAtomCardinal, 32, items({0, 0, 0, 0}), "value 0 0 0 0");
     row("too few extents", "extents", kAtomCardinal, 32, items({1, 2, 3}), "malformed 0 0 0 0 !");
@@ -272,6 +243,14 @@ void TestX11Properties::decoders()
         QCOMPARE(single.hasValue(), !d.value.isEmpty());
         if (single.hasValue())
             QCOMPARE(single.value, d.value.first());
+    } else if (decoder == QLatin1String("icon")) {
+        const auto d = decodeIcon(raw);
+        const QImage &i = d.value;
+        const char *format =
+            i.format() == QImage::Format_ARGB32_Premultiplied ? "premultiplied" : "other format";
+        found = outcome(d, i.isNull() ? QString()
+                                      : QString::asprintf("%dx%d %s %08x", i.width(), i.height(), format,
+                                                          i.pixel(i.width() - 1, i.height() - 1)));
     } else {
         const auto d = decodeFrameExtents(raw);
         found = outcome(d, joined({d.value.left, d.value.right, d.value.top, d.value.bottom}));
