@@ -246,10 +246,10 @@ void TestX11Properties::decoders()
     } else if (decoder == QLatin1String("icon")) {
         const auto d = decodeIcon(raw);
         const QImage &i = d.value;
-        const char *format =
+        const char *layout =
             i.format() == QImage::Format_ARGB32_Premultiplied ? "premultiplied" : "other format";
         found = outcome(d, i.isNull() ? QString()
-                                      : QString::asprintf("%dx%d %s %08x", i.width(), i.height(), format,
+                                      : QString::asprintf("%dx%d %s %08x", i.width(), i.height(), layout,
                                                           i.pixel(i.width() - 1, i.height() - 1)));
     } else {
         const auto d = decodeFrameExtents(raw);
