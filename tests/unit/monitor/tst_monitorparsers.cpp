@@ -1,5 +1,7 @@
-// The monitor's pure parts: kernel text parsers, processor load and network rates.
+// The monitor's pure parts: kernel text parsers, processor load, network rates, and its texts
+// at every boundary of their unit table.
 #include "monitor/cpuload.h"
+#include "monitor/formatters.h"
 #include "monitor/networkrate.h"
 #include "platform/linux/kernelparsers.h"
 
@@ -32,15 +34,17 @@ private slots:
     void procStat();
     void memInfo_data();
     void memInfo();
-    void kernelVersion_data();
-    void kernelVersion();
-    void modelName_data();
-    void modelName();
+    void names_data();
+    void names();
     void cpuLoad();
     void networkRate_data();
     void networkRate();
     void localAddress_data();
     void localAddress();
+    void bytes_data();
+    void bytes();
+    void uptime_data();
+    void uptime();
 };
 
 void TestMonitorParsers::procStat_data()
@@ -110,51 +114,46 @@ void TestMonitorParsers::memInfo()
     QCOMPARE(info.swapUsed, swapUsed);
 }
 
-void TestMonitorParsers::kernelVersion_data()
+// The kernel's release ("kernel") and the firmware's DMI fields ("model": vendor|product|
+// version|family|board) made into what the monitor shows.
+void TestMonitorParsers::names_data()
 {
-    QTest::addColumn<QByteArray>("release");
-    QTest::addColumn<QString>("version");
-    QTest::newRow("debian") << QByteArray("6.1.0-13-amd64\n") << "6.1.0";
-    QTest::newRow("mainline") << QByteArray("6.18.44") << "6.18.44";
-    QTest::newRow("four numbers") << QByteArray("5.15.153.1-microsoft-standard-WSL2") << "5.15.153";
-    QTest::newRow("rc without patch") << QByteArray("6.8-rc3") << "6.8.0";
-    QTest::newRow("major only") << QByteArray("7") << "7.0.0";
-    QTest::newRow("empty") << QByteArray() << "";
-    QTest::newRow("not a release") << QByteArray("linux") << "";
-}
-
-void TestMonitorParsers::kernelVersion()
-{
-    QFETCH(QByteArray, release);
-    QFETCH(QString, version);
-    QCOMPARE(parsers::kernelVersion(release), version);
-}
-
-void TestMonitorParsers::modelName_data()
-{
-    QTest::addColumn<QStringList>("fields"); // vendor, product, version, family, board
+    QTest::addColumn<QString>("parser");
+    QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("name");
-    QTest::newRow("dell") << QStringList{"Dell Inc.", "XPS 13 9310", "", "XPS", "0MRT12"} << "XPS 13 9310";
-    QTest::newRow("lenovo type code") << QStringList{"LENOVO", "20XW0026GE", "ThinkPad X1 Carbon Gen 9",
-                                                     "ThinkPad X1 Carbon Gen 9", "20XW0026GE"}
-                                      << "ThinkPad X1 Carbon Gen 9";
-    QTest::newRow("lenovo without version")
-        << QStringList{"LENOVO", "20XW0026GE", "", "", ""} << "20XW0026GE";
-    QTest::newRow("board of a self-built desktop")
-        << QStringList{"System manufacturer", "System Product Name", "System Version",
-                       "To be filled by O.E.M.", "PRIME B450M-A"}
-        << "PRIME B450M-A";
-    QTest::newRow("nothing") << QStringList{"", "", "", "", ""} << "";
-    QTest::newRow("only placeholders") << QStringList{"Default string", "Default string", "Default string",
-                                                      "Default string", "Default string"}
-                                       << "";
+    const auto row = [](const char *name, const char *parser, const char *text, const char *expected) {
+        QTest::newRow(name) << QString::fromLatin1(parser) << QString::fromLatin1(text)
+                            << QString::fromLatin1(expected);
+    };
+    row("debian", "kernel", "6.1.0-13-amd64\n", "6.1.0");
+    row("mainline", "kernel", "6.18.44", "6.18.44");
+    row("four numbers", "kernel", "5.15.153.1-microsoft-standard-WSL2", "5.15.153");
+    row("rc without patch", "kernel", "6.8-rc3", "6.8.0");
+    row("major only", "kernel", "7", "7.0.0");
+    row("empty release", "kernel", "", "");
+    row("not a release", "kernel", "linux", "");
+    row("dell", "model", "Dell Inc.|XPS 13 9310||XPS|0MRT12", "XPS 13 9310");
+    row("lenovo type code", "model",
+        "LENOVO|20XW0026GE|ThinkPad X1 Carbon Gen 9|ThinkPad X1 Carbon Gen 9|20XW0026GE",
+        "ThinkPad X1 Carbon Gen 9");
+    row("lenovo without version", "model", "LENOVO|20XW0026GE|||", "20XW0026GE");
+    row("board of a self-built desktop", "model",
+        "System manufacturer|System Product Name|System Version|To be filled by O.E.M.|PRIME B450M-A",
+        "PRIME B450M-A");
+    row("no model", "model", "||||", "");
+    row("only placeholders", "model",
+        "Default string|Default string|Default string|Default string|Default string", "");
 }
 
-void TestMonitorParsers::modelName()
+void TestMonitorParsers::names()
 {
-    QFETCH(QStringList, fields);
+    QFETCH(QString, parser);
+    QFETCH(QString, text);
     QFETCH(QString, name);
-    QCOMPARE(parsers::friendlyModelName({fields[0], fields[1], fields[2], fields[3], fields[4]}), name);
+    const QStringList f = text.split(u'|');
+    QCOMPARE(parser == QLatin1String("kernel") ? parsers::kernelVersion(text.toLatin1())
+                                               : parsers::friendlyModelName({f[0], f[1], f[2], f[3], f[4]}),
+             name);
 }
 
 void TestMonitorParsers::cpuLoad()
@@ -219,16 +218,13 @@ void TestMonitorParsers::localAddress_data()
         QTest::newRow(name) << entries << QString::fromLatin1(ip) << QString::fromLatin1(iface);
     };
     row("wifi", {ipv4("lo", "127.0.0.1"), ipv4("wlp0s20f3", "192.168.1.23")}, "192.168.1.23", "Wi-Fi");
-    row("ethernet, predictable name", {ipv4("enp3s0", "10.0.0.5")}, "10.0.0.5", "Ethernet");
     row("first one wins", {ipv4("enp3s0", "10.0.0.5"), ipv4("wlan0", "192.168.1.2")}, "10.0.0.5", "Ethernet");
     row("bridges never supply it",
         {ipv4("docker0", "172.17.0.1"), ipv4("virbr0", "192.168.122.1"), ipv4("br-1a2b3c", "172.18.0.1"),
          ipv4("veth12ab", "169.254.3.3"), ipv4("wlan0", "192.168.1.2")},
         "192.168.1.2", "Wi-Fi");
-    row("vpn tunnel without label", {ipv4("wg0", "10.8.0.2")}, "10.8.0.2", "");
     row("openvpn tun", {ipv4("tun0", "10.9.0.2"), ipv4("eth0", "10.0.0.6")}, "10.9.0.2", "");
     row("empty address skipped", {ipv4("wlan0", ""), ipv4("eth0", "10.0.0.6")}, "10.0.0.6", "Ethernet");
-    row("only bridges", {ipv4("docker0", "172.17.0.1")}, "", "");
     row("nothing", {}, "", "");
 }
 
@@ -241,6 +237,61 @@ void TestMonitorParsers::localAddress()
     const NetworkInfo info = rate.update(entries, t0);
     QCOMPARE(info.ip, ip);
     QCOMPARE(info.iface, iface);
+}
+
+// A speed reads as the size per second.
+void TestMonitorParsers::bytes_data()
+{
+    QTest::addColumn<quint64>("n");
+    QTest::addColumn<QString>("bytes");
+    QTest::addColumn<QString>("speedShort");
+    constexpr quint64 K = 1024, M = K * K, G = M * K;
+    const auto row = [](const char *name, quint64 n, const char *bytes, const char *speedShort) {
+        QTest::newRow(name) << n << QString::fromLatin1(bytes) << QString::fromLatin1(speedShort);
+    };
+    row("zero", 0, "0 B", "0B");
+    row("K-1", K - 1, "1023 B", "1023B");
+    row("K", K, "1 KB", "1K");
+    row("1.5K truncates", 1536, "1 KB", "1K");
+    row("M-1", M - 1, "1023 KB", "1023K");
+    row("M", M, "1.0 MB", "1.0M");
+    row("1.5M", M + M / 2, "1.5 MB", "1.5M");
+    row("G-1 rounds up", G - 1, "1024.0 MB", "1024.0M");
+    row("G", G, "1.0 GB", "1.0G");
+    row("largest", ~quint64(0), "17179869184.0 GB", "17179869184.0G");
+}
+
+void TestMonitorParsers::bytes()
+{
+    QFETCH(quint64, n);
+    QFETCH(QString, bytes);
+    QFETCH(QString, speedShort);
+    QCOMPARE(formatBytes(n), bytes);
+    QCOMPARE(formatSpeed(n), bytes + QStringLiteral("/s"));
+    QCOMPARE(formatSpeedShort(n), speedShort);
+}
+
+void TestMonitorParsers::uptime_data()
+{
+    QTest::addColumn<double>("seconds");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("zero") << 0.0 << "0m";
+    QTest::newRow("under a minute") << 59.9 << "0m";
+    QTest::newRow("a minute") << 60.0 << "1m";
+    QTest::newRow("hour-1") << 3599.0 << "59m";
+    QTest::newRow("hour") << 3600.0 << "1h 0m";
+    QTest::newRow("day-1") << 86399.0 << "23h 59m";
+    QTest::newRow("day") << 86400.0 << "1d 0h 0m";
+    QTest::newRow("fraction dropped") << 90061.99 << "1d 1h 1m";
+    QTest::newRow("400 days") << 400.0 * 86400 + 7322 << "400d 2h 2m";
+    QTest::newRow("negative clock skew") << -5.0 << "0m";
+}
+
+void TestMonitorParsers::uptime()
+{
+    QFETCH(double, seconds);
+    QFETCH(QString, text);
+    QCOMPARE(formatUptime(seconds), text);
 }
 
 QTEST_GUILESS_MAIN(TestMonitorParsers)

@@ -9,7 +9,6 @@
 #include <QFile>
 #include <QProcess>
 #include <QSignalSpy>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
@@ -43,7 +42,6 @@ class TestSystemMonitorService : public QObject
     Q_OBJECT
 private slots:
     void init();
-    void cleanup();
     void firstPollSinceBootThenSincePrevious();
     void historiesKeepTheLatest60();
     void implausibleTemperaturesLeaveTheHistory();
@@ -75,12 +73,6 @@ void TestSystemMonitorService::init()
              0);
     m_facts = std::make_shared<platform::LinuxSystemFacts>(m_root, QStringLiteral("/home/alex"));
     m_clock = std::make_unique<platform::sim::ManualScheduler>();
-}
-
-void TestSystemMonitorService::cleanup()
-{
-    m_facts.reset();
-    m_dir.reset();
 }
 
 void TestSystemMonitorService::startAndWaitForFirstSample(SystemMonitorService &service, double interval)
@@ -240,27 +232,16 @@ void TestSystemMonitorService::diskIsReadAtMostEvery30Seconds()
 
 void TestSystemMonitorService::externalAddressFetchedOnce()
 {
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
-    int requests = 0;
-    connect(&server, &QTcpServer::newConnection, this, [&] {
-        QTcpSocket *socket = server.nextPendingConnection();
-        ++requests;
-        connect(socket, &QTcpSocket::readyRead, socket, [socket] {
-            socket->readAll();
-            socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 15\r\n"
-                          "Connection: close\r\n\r\n  203.0.113.7\r\n");
-            socket->disconnectFromHost();
-        });
-    });
-    const QUrl url(QStringLiteral("http://127.0.0.1:%1/").arg(server.serverPort()));
-    SystemMonitorService service(m_facts, url, *m_clock);
+    LoopbackServer server;
+    QVERIFY(server.listen());
+    server.answer = "  203.0.113.7\r\n";
+    SystemMonitorService service(m_facts, QUrl(server.url()), *m_clock);
     QSignalSpy changed(&service, &SystemMonitorService::externalIPChanged);
     QVERIFY(changed.wait(5000));
     QCOMPARE(service.externalIP(), QStringLiteral("203.0.113.7"));
     startAndWaitForFirstSample(service);
     advanceAndWait(service, 6s, 2);
-    QCOMPARE(requests, 1);
+    QCOMPARE(server.requests.size(), 1);
     QCOMPARE(service.externalIP(), QStringLiteral("203.0.113.7"));
 }
 
@@ -268,7 +249,6 @@ void TestSystemMonitorService::externalAddressAnswers_data()
 {
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<QString>("address"); // empty: none
-    QTest::newRow("IPv4") << QByteArray("203.0.113.7") << "203.0.113.7";
     QTest::newRow("whitespace around") << QByteArray(" \t203.0.113.7\r\n") << "203.0.113.7";
     QTest::newRow("IPv6, as Qt writes it") << QByteArray("2001:DB8:0:0::1\n") << "2001:db8::1";
     QTest::newRow("IPv4-mapped IPv6") << QByteArray("::ffff:192.0.2.1") << "::ffff:192.0.2.1";
@@ -283,13 +263,7 @@ void TestSystemMonitorService::externalAddressAnswers_data()
     QTest::newRow("two addresses") << QByteArray("203.0.113.7 198.51.100.1") << "";
     QTest::newRow("embedded NUL") << QByteArray("203.0.113.7\0", 12) << "";
     QTest::newRow("terminal escape") << QByteArray("\x1b[2J203.0.113.7") << "";
-    QTest::newRow("byte-order mark") << QByteArray("\xef\xbb\xbf"
-                                                   "203.0.113.7")
-                                     << "";
-    QTest::newRow("captive portal") << QByteArray(
-        "<!DOCTYPE html><html><head><title>Sign in</title></head>"
-        "<body><form action=\"/login\">Your address: 203.0.113.7</form></body></html>")
-                                    << "";
+    QTest::newRow("captive portal") << QByteArray("<html>Your address: 203.0.113.7</html>") << "";
     QTest::newRow("past the limit")
         << QByteArray("203.0.113.7").append(QByteArray(platform::kExternalAddressMaxBytes, ' ')) << "";
 }

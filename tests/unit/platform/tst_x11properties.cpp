@@ -51,16 +51,8 @@ private slots:
     void iconList();
     void bestIcon_data();
     void bestIcon();
-    void iconProperty_data();
-    void iconProperty();
-    void text_data();
-    void text();
-    void wmClass_data();
-    void wmClass();
-    void cardinals_data();
-    void cardinals();
-    void frameExtents_data();
-    void frameExtents();
+    void decoders_data();
+    void decoders();
 };
 
 void TestX11Properties::iconList_data()
@@ -135,198 +127,135 @@ void TestX11Properties::bestIcon()
     QCOMPARE(bestIconIndex(refs, 32), qsizetype(best));
 }
 
-void TestX11Properties::iconProperty_data()
-{
-    QTest::addColumn<quint32>("type");
-    QTest::addColumn<int>("format");
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<State>("state");
-    QTest::addColumn<QSize>("size");
+namespace {
 
-    const QByteArray three = items(square(16, 0xff0000ff) + square(32, 0xff00ff00) + square(64, 0xffff0000));
-    QTest::newRow("not set") << 0u << 0 << QByteArray() << State::Absent << QSize(0, 0);
-    QTest::newRow("best of three") << kAtomCardinal << 32 << three << State::Value << QSize(32, 32);
-    QTest::newRow("wrong type") << kAtomString << 32 << three << State::Malformed << QSize(0, 0);
-    QTest::newRow("wrong format") << kAtomCardinal << 8 << three << State::Malformed << QSize(0, 0);
-    QTest::newRow("only a hostile image")
-        << kAtomCardinal << 32 << items(image(65535, 65535, 16)) << State::Malformed << QSize(0, 0);
-    QTest::newRow("valid before a hostile image")
-        << kAtomCardinal << 32 << items(square(16, 0xff00ff00) + image(65535, 65535, 16)) << State::Value
-        << QSize(16, 16);
-    QTest::newRow("empty") << kAtomCardinal << 32 << QByteArray() << State::Malformed << QSize(0, 0);
+QString joined(const QList<quint32> &values)
+{
+    QStringList out;
+    for (quint32 v : values)
+        out.append(QString::number(v));
+    return out.join(u' ');
 }
 
-void TestX11Properties::iconProperty()
+// What a decoder made of a property in one line: its state, the value, and "!" when it
+// reported a problem (a refusal always does).
+template<typename T>
+QString outcome(const Decoded<T> &d, const QString &value)
 {
-    QFETCH(quint32, type);
-    QFETCH(int, format);
-    QFETCH(QByteArray, data);
-    QFETCH(State, state);
-    QFETCH(QSize, size);
-    const Decoded<QImage> icon = decodeIcon(rawProperty(type, format, data));
-    QCOMPARE(icon.state, state);
-    QCOMPARE(icon.value.size(), size);
-    QCOMPARE(icon.value.isNull(), state != State::Value);
-    if (state == State::Value) {
-        QCOMPARE(icon.value.format(), QImage::Format_ARGB32_Premultiplied);
-        // The chosen image's own pixels, not a neighbour's.
-        QCOMPARE(icon.value.pixel(size.width() - 1, size.height() - 1), qRgba(0, 0xff, 0, 0xff));
-    }
+    static const char *const states[] = {"value", "absent", "malformed"};
+    return QString::fromLatin1(states[int(d.state)]) + (value.isEmpty() ? QString() : u' ' + value)
+           + (d.problem ? QStringLiteral(" !") : QString());
 }
 
-// _NET_WM_NAME, UTF-8 only; and WM_NAME ("legacy"), in whatever encoding its type says.
-void TestX11Properties::text_data()
-{
-    QTest::addColumn<bool>("legacy");
-    QTest::addColumn<quint32>("type");
-    QTest::addColumn<int>("format");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<State>("state");
-    QTest::addColumn<QString>("text");
-    const auto row = [](const char *name, bool legacy, quint32 type, int format, const QByteArray &bytes,
-                        State state, const QString &text) {
-        QTest::newRow(name) << legacy << type << format << bytes << state << text;
-    };
-    const QString unicode = QString::fromUtf8("Überblick — 日本語 🙂");
-    row("not set", false, 0, 0, {}, State::Absent, {});
-    row("empty", false, kUtf8, 8, {}, State::Value, {});
-    row("unicode", false, kUtf8, 8, unicode.toUtf8(), State::Value, unicode);
-    row("invalid bytes replaced", false, kUtf8, 8, "a\xff\xfe z", State::Value,
-        QString::fromUtf8("a\xef\xbf\xbd\xef\xbf\xbd z"));
-    row("cut at a NUL", false, kUtf8, 8, {"title\0junk", 10}, State::Value, "title");
-    row("bounded", false, kUtf8, 8, QByteArray(10000, 'y'), State::Value, QString(4096, 'y'));
-    row("bound before a split 4-byte character", false, kUtf8, 8, QByteArray(4094, 'x') + "\xf0\x9f\x99\x82",
-        State::Value, QString(4094, 'x'));
-    row("wrong type", false, kAtomString, 8, "abc", State::Malformed, {});
-    row("wrong format", false, kUtf8, 32, "abcd", State::Malformed, {});
-    row("legacy Latin-1", true, kAtomString, 8, "caf\xe9", State::Value, QString::fromUtf8("café"));
-    row("legacy typed UTF8_STRING", true, kUtf8, 8, "caf\xc3\xa9", State::Value, QString::fromUtf8("café"));
-    row("legacy compound text read as Latin-1", true, 400, 8, "plain", State::Value, "plain");
-    row("legacy bounded", true, kAtomString, 8, QByteArray(5000, 'z'), State::Value, QString(4096, 'z'));
-}
+} // namespace
 
-void TestX11Properties::text()
+// _NET_WM_NAME ("utf8", UTF-8 only), WM_NAME ("legacy", in whatever encoding its type says),
+// WM_CLASS, atom lists ("cardinals", at most 4), _NET_FRAME_EXTENTS and _NET_WM_ICON (the
+// image closest to 32 pixels: its size, format and last pixel, so its own and not a neighbour's).
+void TestX11Properties::decoders_data()
 {
-    QFETCH(bool, legacy);
-    QFETCH(quint32, type);
-    QFETCH(int, format);
-    QFETCH(QByteArray, bytes);
-    QFETCH(State, state);
-    QFETCH(QString, text);
-    const RawProperty raw = rawProperty(type, format, bytes);
-    const Decoded<QString> decoded = legacy ? decodeLegacyText(raw, kUtf8) : decodeUtf8Text(raw, kUtf8);
-    QCOMPARE(decoded.state, state);
-    QCOMPARE(decoded.value, text);
-    QVERIFY(decoded.value.toUtf8().size() <= qsizetype(kMaxTitleBytes));
-}
-
-void TestX11Properties::wmClass_data()
-{
-    QTest::addColumn<quint32>("type");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<State>("state");
-    QTest::addColumn<QString>("instance");
-    QTest::addColumn<QString>("className");
-    QTest::addColumn<bool>("problem");
-    const auto row = [](const char *name, quint32 type, QByteArray bytes, State state, const char *instance,
-                        const char *className, bool problem) {
-        QTest::newRow(name) << type << bytes << state << QString::fromLatin1(instance)
-                            << QString::fromLatin1(className) << problem;
-    };
-    row("not set", 0, {}, State::Absent, "", "", false);
-    row("well formed", kAtomString, {"navigator\0Firefox\0", 18}, State::Value, "navigator", "Firefox",
-        false);
-    row("no final NUL", kAtomString, {"code\0Code", 9}, State::Value, "code", "Code", true);
-    row("no NUL at all", kAtomString, "xterm", State::Value, "xterm", "", true);
-    row("empty parts", kAtomString, {"\0\0", 2}, State::Value, "", "", false);
-    row("extra parts ignored", kAtomString, {"a\0b\0c\0", 6}, State::Value, "a", "b", false);
-    row("empty value", kAtomString, {}, State::Value, "", "", true);
-    row("wrong type", kUtf8, {"a\0b\0", 4}, State::Malformed, "", "", true);
-}
-
-void TestX11Properties::wmClass()
-{
-    QFETCH(quint32, type);
-    QFETCH(QByteArray, bytes);
-    QFETCH(State, state);
-    QFETCH(QString, instance);
-    QFETCH(QString, className);
-    QFETCH(bool, problem);
-    const Decoded<WmClass> decoded = decodeWmClass(rawProperty(type, 8, bytes));
-    QCOMPARE(decoded.state, state);
-    QCOMPARE(decoded.value.instance, instance);
-    QCOMPARE(decoded.value.className, className);
-    QCOMPARE(decoded.problem != nullptr, problem);
-}
-
-void TestX11Properties::cardinals_data()
-{
+    QTest::addColumn<QString>("decoder");
     QTest::addColumn<quint32>("type");
     QTest::addColumn<int>("format");
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<quint32>("bytesAfter");
-    QTest::addColumn<State>("state");
-    QTest::addColumn<QList<quint32>>("values");
-    QTest::addColumn<bool>("problem");
-    const auto row = [](const char *name, quint32 type, int format, const QByteArray &bytes,
-                        quint32 bytesAfter, State state, const QList<quint32> &values, bool problem) {
-        QTest::newRow(name) << type << format << bytes << bytesAfter << state << values << problem;
+    QTest::addColumn<QString>("expected");
+    const auto row = [](const char *name, const char *decoder, quint32 type, int format,
+                        const QByteArray &bytes, const QString &expected, quint32 bytesAfter = 0) {
+        QTest::newRow(name) << QString::fromLatin1(decoder) << type << format << bytes << bytesAfter
+                            << expected;
     };
-    row("not set", 0, 0, {}, 0, State::Absent, {}, false);
-    row("list", kAtomAtom, 32, items({5, 6, 7}), 0, State::Value, {5, 6, 7}, false);
-    row("set but empty", kAtomAtom, 32, {}, 0, State::Value, {}, false);
-    row("longer than the bound", kAtomAtom, 32, items({1, 2, 3, 4, 5, 6}), 0, State::Value, {1, 2, 3, 4},
-        true);
-    row("more left on the server", kAtomAtom, 32, items({1, 2}), 4000, State::Value, {1, 2}, true);
-    row("ragged length", kAtomAtom, 32, QByteArray(7, '\1'), 0, State::Malformed, {}, true);
-    row("wrong type", kAtomCardinal, 32, items({1}), 0, State::Malformed, {}, true);
-    row("wrong format", kAtomAtom, 16, items({1}), 0, State::Malformed, {}, true);
+    const QString unicode = QString::fromUtf8("Überblick — 日本語 🙂");
+    row("text not set", "utf8", 0, 0, {}, "absent");
+    row("empty text", "utf8", kUtf8, 8, {}, "value");
+    row("unicode", "utf8", kUtf8, 8, unicode.toUtf8(), "value " + unicode);
+    row("invalid bytes replaced", "utf8", kUtf8, 8, "a\xff\xfe z",
+        QString::fromUtf8("value a\xef\xbf\xbd\xef\xbf\xbd z"));
+    row("cut at a NUL", "utf8", kUtf8, 8, {"title\0junk", 10}, "value title");
+    row("bounded", "utf8", kUtf8, 8, QByteArray(10000, 'y'), "value " + QString(4096, 'y'));
+    row("bound before a split 4-byte character", "utf8", kUtf8, 8, QByteArray(4094, 'x') + "\xf0\x9f\x99\x82",
+        "value " + QString(4094, 'x'));
+    row("text of the wrong type", "utf8", kAtomString, 8, "abc", "malformed !");
+    row("text of the wrong format", "utf8", kUtf8, 32, "abcd", "malformed !");
+    row("legacy Latin-1", "legacy", kAtomString, 8, "caf\xe9", QString::fromUtf8("value café"));
+    row("legacy typed UTF8_STRING", "legacy", kUtf8, 8, "caf\xc3\xa9", QString::fromUtf8("value café"));
+    row("legacy compound text read as Latin-1", "legacy", 400, 8, "plain", "value plain");
+    row("legacy bounded", "legacy", kAtomString, 8, QByteArray(5000, 'z'), "value " + QString(4096, 'z'));
+
+    row("class not set", "class", 0, 8, {}, "absent |");
+    row("well formed", "class", kAtomString, 8, {"navigator\0Firefox\0", 18}, "value navigator|Firefox");
+    row("no final NUL", "class", kAtomString, 8, {"code\0Code", 9}, "value code|Code !");
+    row("no NUL at all", "class", kAtomString, 8, "xterm", "value xterm| !");
+    row("empty parts", "class", kAtomString, 8, {"\0\0", 2}, "value |");
+    row("extra parts ignored", "class", kAtomString, 8, {"a\0b\0c\0", 6}, "value a|b");
+    row("empty class", "class", kAtomString, 8, {}, "value | !");
+    row("class of the wrong type", "class", kUtf8, 8, {"a\0b\0", 4}, "malformed | !");
+
+    row("list not set", "cardinals", 0, 0, {}, "absent");
+    row("list", "cardinals", kAtomAtom, 32, items({5, 6, 7}), "value 5 6 7");
+    row("set but empty", "cardinals", kAtomAtom, 32, {}, "value");
+    row("longer than the bound", "cardinals", kAtomAtom, 32, items({1, 2, 3, 4, 5, 6}), "value 1 2 3 4 !");
+    row("more left on the server", "cardinals", kAtomAtom, 32, items({1, 2}), "value 1 2 !", 4000);
+    row("ragged length", "cardinals", kAtomAtom, 32, QByteArray(7, '\1'), "malformed !");
+    row("list of the wrong type", "cardinals", kAtomCardinal, 32, items({1}), "malformed !");
+    row("list of the wrong format", "cardinals", kAtomAtom, 16, items({1}), "malformed !");
+
+    const QByteArray three = items(square(16, 0xff0000ff) + square(32, 0xff00ff00) + square(64, 0xffff0000));
+    row("icon not set", "icon", 0, 0, {}, "absent");
+    row("best of three icons", "icon", kAtomCardinal, 32, three, "value 32x32 premultiplied ff00ff00");
+    row("icon of the wrong type", "icon", kAtomString, 32, three, "malformed !");
+    row("icon of the wrong format", "icon", kAtomCardinal, 8, three, "malformed !");
+    row("only a hostile icon image", "icon", kAtomCardinal, 32, items(image(65535, 65535, 16)),
+        "malformed !");
+    row("valid icon before a hostile image", "icon", kAtomCardinal, 32,
+        items(square(16, 0xff00ff00) + image(65535, 65535, 16)), "value 16x16 premultiplied ff00ff00 !");
+    row("empty icon", "icon", kAtomCardinal, 32, {}, "malformed !");
+
+    row("decorations", "extents", kAtomCardinal, 32, items({1, 2, 20, 4}), "value 1 2 20 4");
+    row("no decorations", "extents", kAtomCardinal, 32, items({0, 0, 0, 0}), "value 0 0 0 0");
+    row("too few extents", "extents", kAtomCardinal, 32, items({1, 2, 3}), "malformed 0 0 0 0 !");
+    row("implausible extent", "extents", kAtomCardinal, 32,
+        items({1, 2, std::numeric_limits<quint32>::max(), 4}), "malformed 0 0 0 0 !");
 }
 
-void TestX11Properties::cardinals()
+void TestX11Properties::decoders()
 {
+    QFETCH(QString, decoder);
     QFETCH(quint32, type);
     QFETCH(int, format);
     QFETCH(QByteArray, bytes);
     QFETCH(quint32, bytesAfter);
-    QFETCH(State, state);
-    QFETCH(QList<quint32>, values);
-    QFETCH(bool, problem);
-    const auto decoded = decodeCardinals(rawProperty(type, format, bytes, bytesAfter), kAtomAtom, 4);
-    QCOMPARE(decoded.state, state);
-    QCOMPARE(decoded.value, values);
-    QCOMPARE(decoded.problem != nullptr, problem);
-
-    // The single-value reader refuses what the list reader refuses, and an empty list.
-    const auto single = decodeCardinal(rawProperty(type, format, bytes, bytesAfter), kAtomAtom);
-    QCOMPARE(single.hasValue(), !values.isEmpty());
-    if (single.hasValue())
-        QCOMPARE(single.value, values.first());
-}
-
-void TestX11Properties::frameExtents_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<State>("state");
-    QTest::addColumn<QList<quint32>>("extents");
-
-    using List = QList<quint32>;
-    QTest::newRow("decorations") << items({1, 2, 20, 4}) << State::Value << List{1, 2, 20, 4};
-    QTest::newRow("none") << items({0, 0, 0, 0}) << State::Value << List{0, 0, 0, 0};
-    QTest::newRow("too few") << items({1, 2, 3}) << State::Malformed << List{0, 0, 0, 0};
-    QTest::newRow("implausible") << items({1, 2, std::numeric_limits<quint32>::max(), 4}) << State::Malformed
-                                 << List{0, 0, 0, 0};
-}
-
-void TestX11Properties::frameExtents()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(State, state);
-    QFETCH(QList<quint32>, extents);
-    const Decoded<FrameExtents> decoded = decodeFrameExtents(rawProperty(kAtomCardinal, 32, bytes));
-    QCOMPARE(decoded.state, state);
-    const FrameExtents &e = decoded.value;
-    QCOMPARE((QList<quint32>{e.left, e.right, e.top, e.bottom}), extents);
+    QFETCH(QString, expected);
+    const RawProperty raw = rawProperty(type, format, bytes, bytesAfter);
+    QString found;
+    if (decoder == QLatin1String("utf8") || decoder == QLatin1String("legacy")) {
+        const auto d =
+            decoder == QLatin1String("utf8") ? decodeUtf8Text(raw, kUtf8) : decodeLegacyText(raw, kUtf8);
+        found = outcome(d, d.value);
+    } else if (decoder == QLatin1String("class")) {
+        const auto d = decodeWmClass(raw);
+        found = outcome(d, d.value.instance + u'|' + d.value.className);
+    } else if (decoder == QLatin1String("cardinals")) {
+        const auto d = decodeCardinals(raw, kAtomAtom, 4);
+        found = outcome(d, joined(d.value));
+        // The single-value reader refuses what the list reader refuses, and an empty list.
+        const auto single = decodeCardinal(raw, kAtomAtom);
+        QCOMPARE(single.hasValue(), !d.value.isEmpty());
+        if (single.hasValue())
+            QCOMPARE(single.value, d.value.first());
+    } else if (decoder == QLatin1String("icon")) {
+        const auto d = decodeIcon(raw);
+        const QImage &i = d.value;
+        const char *layout =
+            i.format() == QImage::Format_ARGB32_Premultiplied ? "premultiplied" : "other format";
+        found = outcome(d, i.isNull() ? QString()
+                                      : QString::asprintf("%dx%d %s %08x", i.width(), i.height(), layout,
+                                                          i.pixel(i.width() - 1, i.height() - 1)));
+    } else {
+        const auto d = decodeFrameExtents(raw);
+        found = outcome(d, joined({d.value.left, d.value.right, d.value.top, d.value.bottom}));
+    }
+    QCOMPARE(found, expected);
 }
 
 QTEST_GUILESS_MAIN(TestX11Properties)

@@ -1,4 +1,5 @@
-// Interface texts: the English table, placeholders, lookup fallback and language detection.
+// Interface texts: the English table and the translated ones, placeholders, lookup fallback
+// and language detection.
 #include "settings/localizationmanager.h"
 
 #include <QFile>
@@ -8,6 +9,26 @@
 #include <QTest>
 
 using namespace orvella::settings;
+
+namespace {
+
+// English texts a translation may keep as they are: brand and technical words that
+// every language writes the same way, and texts made of nothing else.
+const QSet<QString> kSameInEveryLanguage{
+    QString(), // menu.settings is empty on purpose
+    "Orvella", "CPU", "IP", "Wi-Fi", "X11", "EWMH", "OK", "Dock",
+};
+
+QStringList placeholders(const QString &text)
+{
+    static const QRegularExpression re(QStringLiteral("%(@|d|%)"));
+    QStringList out;
+    for (auto it = re.globalMatch(text); it.hasNext();)
+        out.append(it.next().captured(0));
+    return out;
+}
+
+} // namespace
 
 class TestLocalization : public QObject
 {
@@ -22,6 +43,8 @@ private slots:
     void languagesInPickerOrder();
     void placeholdersAreFilledInOrder_data();
     void placeholdersAreFilledInOrder();
+    void translatedTable_data();
+    void translatedTable();
 };
 
 void TestLocalization::placeholdersAreFilledInOrder_data()
@@ -173,6 +196,37 @@ void TestLocalization::languagesInPickerOrder()
     }
     QCOMPARE(raw, QStringList({"en", "zh-Hans", "es", "fr", "de", "ja", "pt", "ko", "it", "sl"}));
     QCOMPARE(appLanguage::fromRawValue(QStringLiteral("zh")), std::nullopt);
+}
+
+void TestLocalization::translatedTable_data()
+{
+    QTest::addColumn<int>("language");
+    for (AppLanguage language : appLanguage::allCases()) {
+        if (language != AppLanguage::en)
+            QTest::newRow(qPrintable(appLanguage::rawValue(language))) << int(language);
+    }
+}
+
+// The nine translated tables: every English key and nothing else, with the English
+// placeholders, and really translated.
+void TestLocalization::translatedTable()
+{
+    QFETCH(int, language);
+    QCOMPARE(LocalizationManager::orderedKeys(AppLanguage(language)),
+             LocalizationManager::orderedKeys(AppLanguage::en));
+    const auto &english = LocalizationManager::allTranslations(AppLanguage::en);
+    const auto &table = LocalizationManager::allTranslations(AppLanguage(language));
+    QStringList untranslated;
+    for (auto it = english.begin(); it != english.end(); ++it) {
+        const QString text = table.value(it.key());
+        QVERIFY2(placeholders(text) == placeholders(it.value()),
+                 qPrintable(it.key() + QStringLiteral(": ") + text));
+        // A stray '%' would garble the text when it is used as a format.
+        QCOMPARE(text.count(u'%'), it.value().count(u'%'));
+        if (text == it.value() && !kSameInEveryLanguage.contains(text))
+            untranslated.append(it.key());
+    }
+    QVERIFY2(untranslated.size() * 100 < english.size() * 5, qPrintable(untranslated.join(u' ')));
 }
 
 QTEST_GUILESS_MAIN(TestLocalization)
