@@ -21,6 +21,11 @@ namespace {
 constexpr qint32 kEditor = 100;
 const QString kEditorID = QStringLiteral("org.gnome.TextEditor");
 
+QString wn(qint64 number)
+{
+    return QStringLiteral("org.gnome.TextEditor::wn:%1").arg(number);
+}
+
 QStringList windowTitles(const WindowCategory &c)
 {
     QStringList out;
@@ -51,6 +56,8 @@ private slots:
 private:
     void newManager();
     void refresh();
+    /// Editor windows 1, 2, … with these titles and a new shelf holding the first `shelved`.
+    QString shelfWith(const QStringList &titles, int shelved);
     const WindowCategory *section(const QString &id) const;
     SimulatedDesktop::Window window(qint64 number, const QString &title) const;
 
@@ -89,6 +96,17 @@ void TestShelves::refresh()
     QTRY_VERIFY(!m_wm->state().isRefreshing);
 }
 
+QString TestShelves::shelfWith(const QStringList &titles, int shelved)
+{
+    for (int n = 1; n <= titles.size(); ++n)
+        m_desktop->addWindow(kEditor, window(n, titles[n - 1]));
+    refresh();
+    const QString shelf = m_wm->addShelf();
+    for (int n = 1; n <= shelved; ++n)
+        m_wm->dragMoveWindow(wn(n), shelf);
+    return shelf;
+}
+
 const WindowCategory *TestShelves::section(const QString &id) const
 {
     for (const WindowCategory &c : m_wm->categories()) {
@@ -122,9 +140,7 @@ void TestShelves::addShelfNumbersAfterTheHighest()
 
 void TestShelves::collapseAndMoveSections()
 {
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("a")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
+    const QString shelf = shelfWith({"a"}, 0);
     m_wm->toggleCategoryCollapsed(kEditorID);
     QVERIFY(section(kEditorID)->isCollapsed);
     QCOMPARE(m_store->dictionaryValue(QStringLiteral("ov.categoryCollapsed"))->value(kEditorID).toBool(),
@@ -155,19 +171,11 @@ void TestShelves::collapseAndMoveSections()
 
 void TestShelves::movingWindowsKeepsTheUsersOrder()
 {
-    for (int n = 1; n <= 3; ++n)
-        m_desktop->addWindow(kEditor, window(n, QStringLiteral("doc%1").arg(n)));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    const QString doc1 = QStringLiteral("org.gnome.TextEditor::wn:1");
-    const QString doc2 = QStringLiteral("org.gnome.TextEditor::wn:2");
-    const QString doc3 = QStringLiteral("org.gnome.TextEditor::wn:3");
-    QVERIFY(m_wm->dragMoveWindow(doc1, shelf));
-    QVERIFY(m_wm->dragMoveWindow(doc2, shelf));
-    QVERIFY(m_wm->dragMoveWindow(identity::ghostID(doc3), shelf, doc1)); // ghost ids act on the window
+    const QString shelf = shelfWith({"doc1", "doc2", "doc3"}, 2);
+    QVERIFY(m_wm->dragMoveWindow(identity::ghostID(wn(3)), shelf, wn(1))); // ghost ids act on the window
     QCOMPARE(windowTitles(*section(shelf)), QStringList({"doc3", "doc1", "doc2"}));
-    QCOMPARE(m_wm->categoryIDForWindow(doc3), std::optional(shelf));
-    QVERIFY(!m_wm->dragMoveWindow(doc1, QStringLiteral("shelf-99")));
+    QCOMPARE(m_wm->categoryIDForWindow(wn(3)), std::optional(shelf));
+    QVERIFY(!m_wm->dragMoveWindow(wn(1), QStringLiteral("shelf-99")));
     QVERIFY(!m_wm->dragMoveWindow(QStringLiteral("no::such"), shelf));
 
     // The order survives the next refreshes.
@@ -183,11 +191,8 @@ void TestShelves::movingWindowsKeepsTheUsersOrder()
 
 void TestShelves::removedWindowStaysOutOfItsShelf()
 {
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("keep out")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    const QString id = QStringLiteral("org.gnome.TextEditor::wn:1");
-    m_wm->dragMoveWindow(id, shelf);
+    const QString shelf = shelfWith({"keep out"}, 1);
+    const QString id = wn(1);
     QTest::ignoreMessage(QtInfoMsg,
                          "[OV] Remove from Shelf: sig=org.gnome.TextEditor::wn:1 → back to app category");
     QVERIFY(m_wm->removeWindowFromShelf(id));
@@ -213,10 +218,7 @@ void TestShelves::removedWindowStaysOutOfItsShelf()
 
 void TestShelves::removeAndRenameShelves()
 {
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("a")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:1"), shelf);
+    const QString shelf = shelfWith({"a"}, 1);
     QVERIFY(!m_wm->renameCategory(shelf, QStringLiteral("  \n ")));
     QVERIFY(m_wm->renameCategory(shelf, QStringLiteral("  Reading ")));
     QCOMPARE(section(shelf)->displayName, QStringLiteral("Reading"));
@@ -225,8 +227,7 @@ void TestShelves::removeAndRenameShelves()
 
     QVERIFY(m_wm->removeShelf(shelf));
     QCOMPARE(section(shelf), nullptr);
-    QCOMPARE(m_wm->categoryIDForWindow(QStringLiteral("org.gnome.TextEditor::wn:1")),
-             std::optional(kEditorID));
+    QCOMPARE(m_wm->categoryIDForWindow(wn(1)), std::optional(kEditorID));
     QVERIFY(m_wm->state().windowCategoryAssignment.isEmpty());
     QVERIFY(m_wm->state().manualShelfAssignmentByDescriptor.isEmpty());
     QVERIFY(!m_wm->state().categoryCustomNames.contains(shelf));
@@ -271,16 +272,11 @@ void TestShelves::shelvedWindowsShowAsGhostsAndAsClosedPlaceholders()
 
 void TestShelves::shelfSurvivesRetitleAppRestartAndManagerRestart()
 {
-    m_desktop->addWindow(kEditor, window(10, QStringLiteral("other")));
-    m_desktop->addWindow(kEditor, window(11, QStringLiteral("draft.txt")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:10"), shelf);
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:11"), shelf);
+    const QString shelf = shelfWith({"other", "draft.txt"}, 2);
     QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "draft.txt"}));
 
     // (a) retitled
-    m_desktop->setTitle(11, QStringLiteral("final.txt"));
+    m_desktop->setTitle(2, QStringLiteral("final.txt"));
     refresh();
     QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "final.txt"}));
 
@@ -305,9 +301,7 @@ void TestShelves::shelfSurvivesRetitleAppRestartAndManagerRestart()
 
 void TestShelves::hiddenAndOnlySections()
 {
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("a")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
+    const QString shelf = shelfWith({"a"}, 0);
     QCOMPARE(m_wm->visibleCategories().size(), 2);
     m_wm->setCategoryHidden(kEditorID, true);
     QCOMPARE(m_wm->visibleCategories().size(), 1);
@@ -340,13 +334,8 @@ void TestShelves::hiddenAndOnlySections()
 // removal mark and the user's choice of the window that had that number before.
 void TestShelves::reusedWindowNumbersAreNewWindows()
 {
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("shelved")));
-    m_desktop->addWindow(kEditor, window(2, QStringLiteral("removed")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:1"), shelf);
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:2"), shelf);
-    m_wm->removeWindowFromShelf(QStringLiteral("org.gnome.TextEditor::wn:2"));
+    const QString shelf = shelfWith({"shelved", "removed"}, 2);
+    m_wm->removeWindowFromShelf(wn(2));
 
     m_desktop->removeApp(kEditor);
     m_desktop->addApp({kEditor + 1, QStringLiteral("Text Editor"), kEditorID, true, {}});
