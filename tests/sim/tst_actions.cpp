@@ -203,10 +203,7 @@ void TestActions::focusThenMinimizeEndsMinimized()
     QVERIFY(m_wm->state().userMinimizedSignatures.contains(id));
     QVERIFY(m_wm->focusWindow(id));
     QVERIFY(!m_wm->state().userMinimizedSignatures.contains(id));
-    bool minimized = false;
-    QVERIFY(m_wm->minimizeWindow(id, [&minimized] { minimized = true; }));
-    for (QDeadlineTimer deadline(5000); !minimized && !deadline.hasExpired(); m_clock->advance(100ms))
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    QVERIFY(run([&](Completion done) { QVERIFY(m_wm->minimizeWindow(id, std::move(done))); }));
     refresh(); // seen minimized: from now on, a focus elsewhere ends the mark
     m_desktop->setMinimized(1, false);
     m_desktop->setFocus(1);
