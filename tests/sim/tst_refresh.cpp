@@ -63,7 +63,6 @@ private slots:
     void untrustedShowsTheBannerAndReadsNoWindows();
     void deafWindowListRequestsARelaunchAtMostEvery30Seconds();
     void movesAloneDoNotRepublish();
-    void appSectionsFollowTheUserOrder();
 
 private:
     void refreshAndWait(bool force = false);
@@ -311,24 +310,6 @@ void TestRefresh::movesAloneDoNotRepublish()
     refreshAndWait();
     QCOMPARE(windowsChanged.count(), 1);
     QCOMPARE(categoriesChanged.count(), 1);
-}
-
-void TestRefresh::appSectionsFollowTheUserOrder()
-{
-    m_desktop->addWindow(kEditor, window(131, QStringLiteral("a.txt")));
-    m_desktop->addWindow(kFiles, window(132, QStringLiteral("Home")));
-    m_desktop->addWindow(kEditor, window(133, QStringLiteral("b.txt")));
-    m_wm->state().categoryOrder = {QStringLiteral("Files")};
-    m_wm->state().categoryCollapsed.insert(QStringLiteral("org.gnome.TextEditor"), true);
-    refreshAndWait();
-    const QList<WindowCategory> &sections = m_wm->categories();
-    QCOMPARE(sections.size(), 2);
-    QCOMPARE(sections[0].id, QStringLiteral("Files"));
-    QCOMPARE(sections[1].id, QStringLiteral("org.gnome.TextEditor"));
-    QCOMPARE(sections[1].displayName, QStringLiteral("Text Editor"));
-    QCOMPARE(sections[1].windows.size(), 2);
-    QVERIFY(sections[1].isCollapsed);
-    QVERIFY(!sections[0].isShelf());
 }
 
 QTEST_GUILESS_MAIN(TestRefresh)

@@ -1,6 +1,6 @@
 // Shelves through the window manager on the simulated desktop: operations, order,
-// ghosts and placeholders, and a shelf surviving retitles and restarts of both the
-// application and the window manager.
+// ghosts and placeholders. Retitles, restarts and reused window numbers are
+// tst_shelfidentity's and tst_shelvesx11's.
 #include "platform/preferencesstore.h"
 #include "platform/sim/manualscheduler.h"
 #include "platform/sim/simulateddesktop.h"
@@ -49,9 +49,7 @@ private slots:
     void removedWindowStaysOutOfItsShelf();
     void removeAndRenameShelves();
     void shelvedWindowsShowAsGhostsAndAsClosedPlaceholders();
-    void shelfSurvivesRetitleAppRestartAndManagerRestart();
     void hiddenAndOnlySections();
-    void reusedWindowNumbersAreNewWindows();
 
 private:
     void newManager();
@@ -156,6 +154,7 @@ void TestShelves::collapseAndMoveSections()
     QCOMPARE(m_wm->categories().constFirst().id, shelf);
     m_wm->moveCategory(shelf, shelf); // before itself: to the end
     QCOMPARE(m_wm->state().categoryOrder, QStringList({kEditorID, shelf}));
+    QCOMPARE(m_wm->categories().constFirst().id, kEditorID);
 
     m_store->flush();
     const QJsonObject before = m_store->snapshot();
@@ -270,35 +269,6 @@ void TestShelves::shelvedWindowsShowAsGhostsAndAsClosedPlaceholders()
     m_wm.reset();
 }
 
-void TestShelves::shelfSurvivesRetitleAppRestartAndManagerRestart()
-{
-    const QString shelf = shelfWith({"other", "draft.txt"}, 2);
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "draft.txt"}));
-
-    // (a) retitled
-    m_desktop->setTitle(2, QStringLiteral("final.txt"));
-    refresh();
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "final.txt"}));
-
-    // (b) the application restarts: new window numbers, same titles, other order
-    m_desktop->removeApp(kEditor);
-    refresh();
-    m_desktop->addApp({kEditor + 1, QStringLiteral("Text Editor"), kEditorID, true, {}});
-    m_desktop->addWindow(kEditor + 1, window(21, QStringLiteral("final.txt")));
-    m_desktop->addWindow(kEditor + 1, window(20, QStringLiteral("other")));
-    refresh();
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "final.txt"}));
-
-    // (c) the window manager restarts from the same preferences
-    m_wm.reset();
-    m_store->flush();
-    m_store = std::make_unique<platform::PreferencesStore>(m_store->filePath());
-    newManager();
-    refresh();
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "final.txt"}));
-    QCOMPARE(section(shelf)->displayName, QStringLiteral("Shelf 1"));
-}
-
 void TestShelves::hiddenAndOnlySections()
 {
     const QString shelf = shelfWith({"a"}, 0);
@@ -327,23 +297,6 @@ void TestShelves::hiddenAndOnlySections()
     m_wm->buildCategories();
     QCOMPARE(m_store->stringListValue(QStringLiteral("ov.categoryOrder")),
              std::optional(QStringList({shelf, kEditorID})));
-}
-
-// Regression: the X server gives a restarted client the window ids of the one that
-// quit, so window 1 came back as another document and inherited the shelf, the
-// removal mark and the user's choice of the window that had that number before.
-void TestShelves::reusedWindowNumbersAreNewWindows()
-{
-    const QString shelf = shelfWith({"shelved", "removed"}, 2);
-    m_wm->removeWindowFromShelf(wn(2));
-
-    m_desktop->removeApp(kEditor);
-    m_desktop->addApp({kEditor + 1, QStringLiteral("Text Editor"), kEditorID, true, {}});
-    m_desktop->addWindow(kEditor + 1, window(1, QStringLiteral("removed")));
-    m_desktop->addWindow(kEditor + 1, window(2, QStringLiteral("shelved")));
-    refresh();
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"shelved"}));
-    QCOMPARE(windowTitles(*section(kEditorID)), QStringList({"shelved", "removed"})); // ghost + window
 }
 
 QTEST_GUILESS_MAIN(TestShelves)
