@@ -43,11 +43,10 @@ private slots:
     void init();
     void cleanup();
 
-    void addShelfNumbersAfterTheHighest();
     void collapseAndMoveSections();
     void movingWindowsKeepsTheUsersOrder();
     void removedWindowStaysOutOfItsShelf();
-    void removeAndRenameShelves();
+    void addRemoveAndRenameShelves();
     void shelvedWindowsShowAsGhostsAndAsClosedPlaceholders();
     void hiddenAndOnlySections();
 
@@ -120,20 +119,6 @@ SimulatedDesktop::Window TestShelves::window(qint64 number, const QString &title
     w.number = number;
     w.title = title;
     return w;
-}
-
-void TestShelves::addShelfNumbersAfterTheHighest()
-{
-    QCOMPARE(m_wm->addShelf(), QStringLiteral("shelf-1"));
-    QCOMPARE(section(QStringLiteral("shelf-1"))->displayName, QStringLiteral("Shelf 1"));
-    m_wm->state().shelfIDs = {QStringLiteral("shelf-2"), QStringLiteral("shelf-7"),
-                              QStringLiteral("shelf-x")};
-    QCOMPARE(m_wm->addShelf(), QStringLiteral("shelf-8"));
-    QCOMPARE(m_store->stringListValue(QStringLiteral("ov.shelfIDs"))->constLast(), QStringLiteral("shelf-8"));
-    QCOMPARE(m_store->dictionaryValue(QStringLiteral("ov.defaultShelfNames"))
-                 ->value(QStringLiteral("shelf-8"))
-                 .toString(),
-             QStringLiteral("Shelf 8"));
 }
 
 void TestShelves::collapseAndMoveSections()
@@ -215,9 +200,11 @@ void TestShelves::removedWindowStaysOutOfItsShelf()
     QVERIFY(m_wm->state().explicitlyRemovedDescriptors.isEmpty());
 }
 
-void TestShelves::removeAndRenameShelves()
+void TestShelves::addRemoveAndRenameShelves()
 {
     const QString shelf = shelfWith({"a"}, 1);
+    QCOMPARE(shelf, QStringLiteral("shelf-1"));
+    QCOMPARE(section(shelf)->displayName, QStringLiteral("Shelf 1"));
     QVERIFY(!m_wm->renameCategory(shelf, QStringLiteral("  \n ")));
     QVERIFY(m_wm->renameCategory(shelf, QStringLiteral("  Reading ")));
     QCOMPARE(section(shelf)->displayName, QStringLiteral("Reading"));
@@ -231,9 +218,17 @@ void TestShelves::removeAndRenameShelves()
     QVERIFY(m_wm->state().manualShelfAssignmentByDescriptor.isEmpty());
     QVERIFY(!m_wm->state().categoryCustomNames.contains(shelf));
     QVERIFY(!m_wm->removeShelf(shelf));
-    // Its number is free again, since it was the highest.
+    // A new shelf numbers after the highest: this one's number is free again.
     QCOMPARE(m_wm->addShelf(), shelf);
     QCOMPARE(section(shelf)->windows.size(), 0);
+    m_wm->state().shelfIDs = {QStringLiteral("shelf-7"), QStringLiteral("shelf-2"),
+                              QStringLiteral("shelf-x")};
+    QCOMPARE(m_wm->addShelf(), QStringLiteral("shelf-8"));
+    QCOMPARE(m_store->stringListValue(QStringLiteral("ov.shelfIDs"))->constLast(), QStringLiteral("shelf-8"));
+    QCOMPARE(m_store->dictionaryValue(QStringLiteral("ov.defaultShelfNames"))
+                 ->value(QStringLiteral("shelf-8"))
+                 .toString(),
+             QStringLiteral("Shelf 8"));
 }
 
 void TestShelves::shelvedWindowsShowAsGhostsAndAsClosedPlaceholders()
