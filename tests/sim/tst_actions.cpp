@@ -153,20 +153,15 @@ void TestActions::verbsById()
         {"minimize", {windowID, &WindowManager::minimizeWindow}},
         {"close", {windowID, &WindowManager::closeWindow}},
         {"tileWindow",
-         {windowID,
-          [](WindowManager &wm, const QString &id, Completion done) {
-              return wm.tileWindow(id, QStringLiteral("leftHalf"), std::move(done));
-          }}},
+         {windowID, [](auto &wm, auto &id, Completion done) { return wm.tileWindow(id, "leftHalf", done); }}},
         {"openNewWindowForItem", {windowID, &WindowManager::openNewWindowForItem}},
         {"minimizeCategoryWindows", {shelf, &WindowManager::minimizeCategoryWindows}},
         {"restoreCategoryWindows", {shelf, &WindowManager::restoreCategoryWindows}},
         {"restoreAndRaiseCategoryWindows", {shelf, &WindowManager::restoreAndRaiseCategoryWindows}},
         {"minimizeAllWindows",
-         {QString(),
-          [](WindowManager &wm, const QString &, Completion done) { return wm.minimizeAllWindows(done); }}},
+         {{}, [](auto &wm, auto &, Completion done) { return wm.minimizeAllWindows(done); }}},
         {"toggleShowDesktop",
-         {QString(),
-          [](WindowManager &wm, const QString &, Completion done) { return wm.toggleShowDesktop(done); }}},
+         {{}, [](auto &wm, auto &, Completion done) { return wm.toggleShowDesktop(done); }}},
     };
     const auto [target, call] = verbs.value(verb);
     m_desktop->clearControlLog();
