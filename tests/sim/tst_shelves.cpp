@@ -43,12 +43,11 @@ private slots:
     void init();
     void cleanup();
 
-    void collapseAndMoveSections();
+    void collapseMoveHideAndShowSectionsAlone();
     void movingWindowsKeepsTheUsersOrder();
     void removedWindowStaysOutOfItsShelf();
     void addRemoveAndRenameShelves();
     void shelvedWindowsShowAsGhostsAndAsClosedPlaceholders();
-    void hiddenAndOnlySections();
 
 private:
     void newManager();
@@ -121,7 +120,7 @@ SimulatedDesktop::Window TestShelves::window(qint64 number, const QString &title
     return w;
 }
 
-void TestShelves::collapseAndMoveSections()
+void TestShelves::collapseMoveHideAndShowSectionsAlone()
 {
     const QString shelf = shelfWith({"a"}, 0);
     m_wm->toggleCategoryCollapsed(kEditorID);
@@ -151,6 +150,32 @@ void TestShelves::collapseAndMoveSections()
     QCOMPARE(m_store->snapshot(), before);
     QVERIFY(!m_store->hasUnsavedChanges());
     QCOMPARE(changed.count(), 0);
+
+    QCOMPARE(m_wm->visibleCategories().size(), 2);
+    m_wm->setCategoryHidden(kEditorID, true);
+    QCOMPARE(m_wm->visibleCategories().size(), 1);
+    QCOMPARE(m_wm->categories().size(), 2);
+    m_wm->setOnlyCategory(kEditorID);
+    QCOMPARE(m_wm->visibleCategories().size(), 1);
+    QCOMPARE(m_wm->visibleCategories().constFirst().id, kEditorID);
+    m_wm->setOnlyCategory(QString());
+    m_wm->setCategoryHidden(kEditorID, false);
+    QCOMPARE(m_wm->visibleCategories().size(), 2);
+    QCOMPARE(m_store->stringListValue(QStringLiteral("ov.categoryHidden")), std::optional(QStringList()));
+
+    // The section shown alone goes away with its application: the others show, not nothing.
+    m_wm->setOnlyCategory(kEditorID);
+    m_desktop->removeApp(kEditor);
+    refresh();
+    QCOMPARE(m_wm->visibleCategories().size(), 1);
+    QCOMPARE(m_wm->visibleCategories().constFirst().id, shelf);
+
+    // A section listed twice in a stored order shows once; one unused for a month leaves it.
+    m_wm->state().categoryOrder = {shelf, QStringLiteral("old.app"), kEditorID, shelf};
+    m_wm->state().categoryLastSeen.insert(QStringLiteral("old.app"), m_clock.now().date().addDays(-31));
+    m_wm->buildCategories();
+    QCOMPARE(m_store->stringListValue(QStringLiteral("ov.categoryOrder")),
+             std::optional(QStringList({shelf, kEditorID})));
 }
 
 void TestShelves::movingWindowsKeepsTheUsersOrder()
@@ -258,36 +283,6 @@ void TestShelves::shelvedWindowsShowAsGhostsAndAsClosedPlaceholders()
     QCOMPARE(section(shelf)->windows.size(), 0);
     QCOMPARE(section(QStringLiteral("Files")), nullptr);
     m_wm.reset();
-}
-
-void TestShelves::hiddenAndOnlySections()
-{
-    const QString shelf = shelfWith({"a"}, 0);
-    QCOMPARE(m_wm->visibleCategories().size(), 2);
-    m_wm->setCategoryHidden(kEditorID, true);
-    QCOMPARE(m_wm->visibleCategories().size(), 1);
-    QCOMPARE(m_wm->categories().size(), 2);
-    m_wm->setOnlyCategory(kEditorID);
-    QCOMPARE(m_wm->visibleCategories().size(), 1);
-    QCOMPARE(m_wm->visibleCategories().constFirst().id, kEditorID);
-    m_wm->setOnlyCategory(QString());
-    m_wm->setCategoryHidden(kEditorID, false);
-    QCOMPARE(m_wm->visibleCategories().size(), 2);
-    QCOMPARE(m_store->stringListValue(QStringLiteral("ov.categoryHidden")), std::optional(QStringList()));
-
-    // The section shown alone goes away with its application: the others show, not nothing.
-    m_wm->setOnlyCategory(kEditorID);
-    m_desktop->removeApp(kEditor);
-    refresh();
-    QCOMPARE(m_wm->visibleCategories().size(), 1);
-    QCOMPARE(m_wm->visibleCategories().constFirst().id, shelf);
-
-    // A section listed twice in a stored order shows once; one unused for a month leaves it.
-    m_wm->state().categoryOrder = {shelf, QStringLiteral("old.app"), kEditorID, shelf};
-    m_wm->state().categoryLastSeen.insert(QStringLiteral("old.app"), m_clock.now().date().addDays(-31));
-    m_wm->buildCategories();
-    QCOMPARE(m_store->stringListValue(QStringLiteral("ov.categoryOrder")),
-             std::optional(QStringList({shelf, kEditorID})));
 }
 
 QTEST_GUILESS_MAIN(TestShelves)
