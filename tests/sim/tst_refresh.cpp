@@ -2,7 +2,6 @@
 // refreshes, the watchdog, failures, and the relaunch request.
 #include "platform/sim/manualscheduler.h"
 #include "platform/sim/simulateddesktop.h"
-#include "tracking/identity.h"
 #include "tracking/windowmanager.h"
 
 #include <QSignalSpy>
@@ -123,10 +122,7 @@ void TestRefresh::listsWindowsWithTheirIdentity()
     // The index is the mapping order, oldest first, not the stacking order.
     QCOMPARE(m_wm->windows().constFirst().axIndex, 1);
     QCOMPARE(m_wm->windows().at(3).axIndex, 2);
-    QCOMPARE(m_wm->windows().at(3).windowNumber, std::nullopt);
     QCOMPARE(windowsChanged.count(), 1);
-    QCOMPARE(m_wm->canonicalWindow(identity::ghostID(QStringLiteral("Files::Downloads#1")))->windowNumber,
-             std::nullopt);
 }
 
 void TestRefresh::leavesOutWhatIsNotAReadableWindow()

@@ -26,6 +26,14 @@ QString wn(qint64 number)
     return QStringLiteral("org.gnome.TextEditor::wn:%1").arg(number);
 }
 
+SimulatedDesktop::Window window(qint64 number, const QString &title)
+{
+    SimulatedDesktop::Window w;
+    w.number = number;
+    w.title = title;
+    return w;
+}
+
 QStringList windowTitles(const WindowCategory &c)
 {
     QStringList out;
@@ -55,7 +63,6 @@ private:
     /// Editor windows 1, 2, … with these titles and a new shelf holding the first `shelved`.
     QString shelfWith(const QStringList &titles, int shelved);
     const WindowCategory *section(const QString &id) const;
-    SimulatedDesktop::Window window(qint64 number, const QString &title) const;
 
     QTemporaryDir m_dir;
     std::shared_ptr<SimulatedDesktop> m_desktop;
@@ -110,14 +117,6 @@ const WindowCategory *TestShelves::section(const QString &id) const
             return &c;
     }
     return nullptr;
-}
-
-SimulatedDesktop::Window TestShelves::window(qint64 number, const QString &title) const
-{
-    SimulatedDesktop::Window w;
-    w.number = number;
-    w.title = title;
-    return w;
 }
 
 void TestShelves::collapseMoveHideAndShowSectionsAlone()
