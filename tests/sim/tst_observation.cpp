@@ -22,15 +22,11 @@ private slots:
     void init();
     void cleanup();
 
-    void startObservingRegistersRunningApps();
-    void refreshIntervalHasAFloorAndLogsChangesOnly();
-    void hiddenSidebarWithAnIdleUserRefreshesEveryThirdTick();
-    void visibleSidebarNeverAsksForIdleTime();
+    void appsAreObservedOnceListedAndAsTheyComeAndGo();
+    void heartbeatFollowsTheIntervalAndSlowsOnlyWhenHiddenAndIdle();
     void aBurstOfNotificationsCausesOneRefresh_data();
     void aBurstOfNotificationsCausesOneRefresh();
-    void applicationEventsRefreshShortlyAfter();
-    void windowManagerChangeRestartsObservation();
-    void lostConnectionStopsEverything();
+    void windowManagerChangeRestartsAndLostConnectionStopsObservation();
 
 private:
     /// Moves the clock and lets the refreshes it started land.
@@ -70,7 +66,7 @@ void TestObservation::advance(milliseconds by)
     QCoreApplication::processEvents();
 }
 
-void TestObservation::startObservingRegistersRunningApps()
+void TestObservation::appsAreObservedOnceListedAndAsTheyComeAndGo()
 {
     // The first start knows no applications yet; the first refresh finds and registers them.
     m_observer->setUnobservable({20});
@@ -84,36 +80,48 @@ void TestObservation::startObservingRegistersRunningApps()
     QTest::ignoreMessage(QtInfoMsg, "[OV] startObserving() called");
     QTest::ignoreMessage(QtInfoMsg, "AXObserver scan: 2 regular apps → 1 ok, 1 failed (1 total observed)");
     m_wm->startObserving();
-    QTRY_VERIFY(!m_wm->state().isRefreshing);
+    advance(milliseconds(0));
+
+    const int before = reads();
+    m_observer->post({Kind::AppLaunched, 30, 0, false}); // background-only: not registered
+    m_observer->post({Kind::AppLaunched, 40, 0, true});
+    m_observer->post({Kind::AppTerminated, 10, 0});
+    QCoreApplication::processEvents();
+    QCOMPARE(m_observer->observed(), QSet<qint32>({40}));
+    advance(milliseconds(149));
+    QCOMPARE(reads(), before);
+    advance(milliseconds(1));
+    QCOMPARE(reads(), before + 1); // three events, refreshes that overlap merge
 }
 
-void TestObservation::refreshIntervalHasAFloorAndLogsChangesOnly()
+void TestObservation::heartbeatFollowsTheIntervalAndSlowsOnlyWhenHiddenAndIdle()
 {
+    // Shown: an idle user changes nothing and is never asked about.
+    m_observer->setIdleSeconds(500);
     m_wm->startObserving();
     QTest::ignoreMessage(QtInfoMsg, "[OV] refresh interval = 1.0s");
     m_wm->setRefreshInterval(0.5);
-    m_wm->setRefreshInterval(0.5); // unchanged: no second line (an unexpected one fails the test)
     QCOMPARE(m_wm->state().currentRefreshInterval, 1.0);
-
-    // The heartbeat follows the new interval.
     advance(milliseconds(0));
-    const int before = reads();
-    advance(milliseconds(999));
+    int before = reads();
+    advance(milliseconds(500));
+    m_wm->setRefreshInterval(0.5); // unchanged: the heartbeat keeps its phase
+    advance(milliseconds(499));
     QCOMPARE(reads(), before);
     advance(milliseconds(1));
     QCOMPARE(reads(), before + 1);
-}
+    for (int tick = 0; tick < 3; ++tick)
+        advance(milliseconds(1000));
+    QCOMPARE(reads(), before + 4);
+    QCOMPARE(m_observer->idleQueries(), 0);
 
-void TestObservation::hiddenSidebarWithAnIdleUserRefreshesEveryThirdTick()
-{
-    m_wm->startObserving();
+    // Hidden, with the user away for two minutes: every third tick.
     m_wm->setRefreshInterval(m_wm->state().hiddenRefreshInterval);
     advance(milliseconds(0));
     m_observer->setIdleSeconds(125);
-
     QList<int> refreshedOnTicks;
     for (int tick = 1; tick <= 6; ++tick) {
-        const int before = reads();
+        before = reads();
         if (tick == 3)
             QTest::ignoreMessage(QtInfoMsg, "deep idle: heartbeat slowed to 30.0s");
         advance(milliseconds(10000));
@@ -124,21 +132,10 @@ void TestObservation::hiddenSidebarWithAnIdleUserRefreshesEveryThirdTick()
 
     // The first tick after input refreshes again and starts counting anew.
     m_observer->setIdleSeconds(4);
-    const int before = reads();
+    before = reads();
     advance(milliseconds(10000));
     QCOMPARE(reads(), before + 1);
     QCOMPARE(m_wm->state().idleTickCounter, 0);
-}
-
-void TestObservation::visibleSidebarNeverAsksForIdleTime()
-{
-    m_observer->setIdleSeconds(500);
-    m_wm->startObserving();
-    const int before = reads();
-    for (int tick = 0; tick < 4; ++tick)
-        advance(milliseconds(1500));
-    QCOMPARE(reads(), before + 4);
-    QCOMPARE(m_observer->idleQueries(), 0);
 }
 
 void TestObservation::aBurstOfNotificationsCausesOneRefresh_data()
@@ -179,23 +176,7 @@ void TestObservation::aBurstOfNotificationsCausesOneRefresh()
     QCOMPARE(reads(), start + 1);
 }
 
-void TestObservation::applicationEventsRefreshShortlyAfter()
-{
-    m_wm->startObserving();
-    advance(milliseconds(0));
-    const int before = reads();
-    m_observer->post({Kind::AppLaunched, 30, 0, false}); // background-only: not registered
-    m_observer->post({Kind::AppLaunched, 40, 0, true});
-    m_observer->post({Kind::AppTerminated, 10, 0});
-    QCoreApplication::processEvents();
-    QCOMPARE(m_observer->observed(), QSet<qint32>({40, 20}));
-    advance(milliseconds(149));
-    QCOMPARE(reads(), before);
-    advance(milliseconds(1));
-    QCOMPARE(reads(), before + 1); // three events, refreshes that overlap merge
-}
-
-void TestObservation::windowManagerChangeRestartsObservation()
+void TestObservation::windowManagerChangeRestartsAndLostConnectionStopsObservation()
 {
     m_wm->startObserving();
     advance(milliseconds(0));
@@ -204,11 +185,7 @@ void TestObservation::windowManagerChangeRestartsObservation()
     QTRY_COMPARE(m_observer->startCount(), 2);
     QVERIFY(m_observer->isRunning());
     QVERIFY(m_wm->observation().isObserving());
-}
 
-void TestObservation::lostConnectionStopsEverything()
-{
-    m_wm->startObserving();
     advance(milliseconds(0));
     QSignalSpy lost(m_wm.get(), &WindowManager::desktopLost);
     m_observer->post({Kind::ConnectionLost});

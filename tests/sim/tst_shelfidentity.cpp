@@ -43,11 +43,8 @@ public:
         , m_store(storePath)
     {
         m_desktop = std::make_shared<SimulatedDesktop>();
-        for (const QString &owner : kOwners) {
-            Life life;
-            life.owner = owner;
-            m_lives.append(life);
-        }
+        for (const QString &owner : kOwners)
+            m_lives.append({owner, 0, false, {}, {}, {}});
         restartManager();
         m_shelf = m_wm->addShelf();
     }
@@ -115,12 +112,7 @@ private:
         // A pid that another process had is handed out again now and then.
         life.pid = m_lastPids.isEmpty() || pick(2) ? 100 + m_nextPid++ : m_lastPids.takeLast();
         note(QStringLiteral("start %1 pid %2").arg(life.owner).arg(life.pid));
-        SimulatedDesktop::App app;
-        app.pid = life.pid;
-        app.name = life.owner;
-        app.bundleID = life.owner;
-        app.startTime = ++m_clockTicks;
-        m_desktop->addApp(app);
+        m_desktop->addApp({life.pid, life.owner, life.owner, true, {}, false, ++m_clockTicks});
         life.running = true;
         QStringList titles = life.titles;
         life.titles.clear();

@@ -1,6 +1,6 @@
 // Shelves through the window manager on the simulated desktop: operations, order,
-// ghosts and placeholders, and a shelf surviving retitles and restarts of both the
-// application and the window manager.
+// ghosts and placeholders. Retitles, restarts and reused window numbers are
+// tst_shelfidentity's and tst_shelvesx11's.
 #include "platform/preferencesstore.h"
 #include "platform/sim/manualscheduler.h"
 #include "platform/sim/simulateddesktop.h"
@@ -21,6 +21,19 @@ namespace {
 constexpr qint32 kEditor = 100;
 const QString kEditorID = QStringLiteral("org.gnome.TextEditor");
 
+QString wn(qint64 number)
+{
+    return QStringLiteral("org.gnome.TextEditor::wn:%1").arg(number);
+}
+
+SimulatedDesktop::Window window(qint64 number, const QString &title)
+{
+    SimulatedDesktop::Window w;
+    w.number = number;
+    w.title = title;
+    return w;
+}
+
 QStringList windowTitles(const WindowCategory &c)
 {
     QStringList out;
@@ -38,21 +51,18 @@ private slots:
     void init();
     void cleanup();
 
-    void addShelfNumbersAfterTheHighest();
-    void collapseAndMoveSections();
+    void collapseMoveHideAndShowSectionsAlone();
     void movingWindowsKeepsTheUsersOrder();
     void removedWindowStaysOutOfItsShelf();
-    void removeAndRenameShelves();
+    void addRemoveAndRenameShelves();
     void shelvedWindowsShowAsGhostsAndAsClosedPlaceholders();
-    void shelfSurvivesRetitleAppRestartAndManagerRestart();
-    void hiddenAndOnlySections();
-    void reusedWindowNumbersAreNewWindows();
 
 private:
     void newManager();
     void refresh();
+    /// Editor windows 1, 2, … with these titles and a new shelf holding the first `shelved`.
+    QString shelfWith(const QStringList &titles, int shelved);
     const WindowCategory *section(const QString &id) const;
-    SimulatedDesktop::Window window(qint64 number, const QString &title) const;
 
     QTemporaryDir m_dir;
     std::shared_ptr<SimulatedDesktop> m_desktop;
@@ -89,6 +99,17 @@ void TestShelves::refresh()
     QTRY_VERIFY(!m_wm->state().isRefreshing);
 }
 
+QString TestShelves::shelfWith(const QStringList &titles, int shelved)
+{
+    for (int n = 1; n <= titles.size(); ++n)
+        m_desktop->addWindow(kEditor, window(n, titles[n - 1]));
+    refresh();
+    const QString shelf = m_wm->addShelf();
+    for (int n = 1; n <= shelved; ++n)
+        m_wm->dragMoveWindow(wn(n), shelf);
+    return shelf;
+}
+
 const WindowCategory *TestShelves::section(const QString &id) const
 {
     for (const WindowCategory &c : m_wm->categories()) {
@@ -98,33 +119,9 @@ const WindowCategory *TestShelves::section(const QString &id) const
     return nullptr;
 }
 
-SimulatedDesktop::Window TestShelves::window(qint64 number, const QString &title) const
+void TestShelves::collapseMoveHideAndShowSectionsAlone()
 {
-    SimulatedDesktop::Window w;
-    w.number = number;
-    w.title = title;
-    return w;
-}
-
-void TestShelves::addShelfNumbersAfterTheHighest()
-{
-    QCOMPARE(m_wm->addShelf(), QStringLiteral("shelf-1"));
-    QCOMPARE(section(QStringLiteral("shelf-1"))->displayName, QStringLiteral("Shelf 1"));
-    m_wm->state().shelfIDs = {QStringLiteral("shelf-2"), QStringLiteral("shelf-7"),
-                              QStringLiteral("shelf-x")};
-    QCOMPARE(m_wm->addShelf(), QStringLiteral("shelf-8"));
-    QCOMPARE(m_store->stringListValue(QStringLiteral("ov.shelfIDs"))->constLast(), QStringLiteral("shelf-8"));
-    QCOMPARE(m_store->dictionaryValue(QStringLiteral("ov.defaultShelfNames"))
-                 ->value(QStringLiteral("shelf-8"))
-                 .toString(),
-             QStringLiteral("Shelf 8"));
-}
-
-void TestShelves::collapseAndMoveSections()
-{
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("a")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
+    const QString shelf = shelfWith({"a"}, 0);
     m_wm->toggleCategoryCollapsed(kEditorID);
     QVERIFY(section(kEditorID)->isCollapsed);
     QCOMPARE(m_store->dictionaryValue(QStringLiteral("ov.categoryCollapsed"))->value(kEditorID).toBool(),
@@ -140,6 +137,7 @@ void TestShelves::collapseAndMoveSections()
     QCOMPARE(m_wm->categories().constFirst().id, shelf);
     m_wm->moveCategory(shelf, shelf); // before itself: to the end
     QCOMPARE(m_wm->state().categoryOrder, QStringList({kEditorID, shelf}));
+    QCOMPARE(m_wm->categories().constFirst().id, kEditorID);
 
     m_store->flush();
     const QJsonObject before = m_store->snapshot();
@@ -151,163 +149,7 @@ void TestShelves::collapseAndMoveSections()
     QCOMPARE(m_store->snapshot(), before);
     QVERIFY(!m_store->hasUnsavedChanges());
     QCOMPARE(changed.count(), 0);
-}
 
-void TestShelves::movingWindowsKeepsTheUsersOrder()
-{
-    for (int n = 1; n <= 3; ++n)
-        m_desktop->addWindow(kEditor, window(n, QStringLiteral("doc%1").arg(n)));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    const QString doc1 = QStringLiteral("org.gnome.TextEditor::wn:1");
-    const QString doc2 = QStringLiteral("org.gnome.TextEditor::wn:2");
-    const QString doc3 = QStringLiteral("org.gnome.TextEditor::wn:3");
-    QVERIFY(m_wm->dragMoveWindow(doc1, shelf));
-    QVERIFY(m_wm->dragMoveWindow(doc2, shelf));
-    QVERIFY(m_wm->dragMoveWindow(identity::ghostID(doc3), shelf, doc1)); // ghost ids act on the window
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"doc3", "doc1", "doc2"}));
-    QCOMPARE(m_wm->categoryIDForWindow(doc3), std::optional(shelf));
-    QVERIFY(!m_wm->dragMoveWindow(doc1, QStringLiteral("shelf-99")));
-    QVERIFY(!m_wm->dragMoveWindow(QStringLiteral("no::such"), shelf));
-
-    // The order survives the next refreshes.
-    refresh();
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"doc3", "doc1", "doc2"}));
-    const QStringList stored = m_store->dictionaryValue(QStringLiteral("ov.categoryWindowOrder"))
-                                   ->value(shelf)
-                                   .toVariant()
-                                   .toStringList();
-    QCOMPARE(stored.constFirst(),
-             QStringLiteral("org.gnome.TextEditor::wn:3__100:2__org.gnome.TextEditor::doc3"));
-}
-
-void TestShelves::removedWindowStaysOutOfItsShelf()
-{
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("keep out")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    const QString id = QStringLiteral("org.gnome.TextEditor::wn:1");
-    m_wm->dragMoveWindow(id, shelf);
-    QTest::ignoreMessage(QtInfoMsg,
-                         "[OV] Remove from Shelf: sig=org.gnome.TextEditor::wn:1 → back to app category");
-    QVERIFY(m_wm->removeWindowFromShelf(id));
-    QCOMPARE(m_wm->categoryIDForWindow(id), std::optional(kEditorID));
-    QVERIFY(m_wm->state().explicitlyRemovedSigs.contains(id));
-    QVERIFY(m_wm->state().explicitlyRemovedDescriptors.contains(
-        QStringLiteral("org.gnome.TextEditor::keep out")));
-
-    // A memory of the old place must not bring it back, not even after a restart.
-    m_wm->state().lastShelfByPidAndIndex.insert(QStringLiteral("100:0"), shelf);
-    refresh();
-    QCOMPARE(m_wm->categoryIDForWindow(id), std::optional(kEditorID));
-    newManager();
-    refresh();
-    QCOMPARE(m_wm->categoryIDForWindow(id), std::optional(kEditorID));
-
-    // Putting it back on a shelf clears the marks.
-    m_wm->dragMoveWindow(id, shelf);
-    QCOMPARE(m_wm->categoryIDForWindow(id), std::optional(shelf));
-    QVERIFY(m_wm->state().explicitlyRemovedSigs.isEmpty());
-    QVERIFY(m_wm->state().explicitlyRemovedDescriptors.isEmpty());
-}
-
-void TestShelves::removeAndRenameShelves()
-{
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("a")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:1"), shelf);
-    QVERIFY(!m_wm->renameCategory(shelf, QStringLiteral("  \n ")));
-    QVERIFY(m_wm->renameCategory(shelf, QStringLiteral("  Reading ")));
-    QCOMPARE(section(shelf)->displayName, QStringLiteral("Reading"));
-    QVERIFY(m_wm->renameCategory(kEditorID, QStringLiteral("Notes")));
-    QCOMPARE(section(kEditorID)->displayName, QStringLiteral("Notes"));
-
-    QVERIFY(m_wm->removeShelf(shelf));
-    QCOMPARE(section(shelf), nullptr);
-    QCOMPARE(m_wm->categoryIDForWindow(QStringLiteral("org.gnome.TextEditor::wn:1")),
-             std::optional(kEditorID));
-    QVERIFY(m_wm->state().windowCategoryAssignment.isEmpty());
-    QVERIFY(m_wm->state().manualShelfAssignmentByDescriptor.isEmpty());
-    QVERIFY(!m_wm->state().categoryCustomNames.contains(shelf));
-    QVERIFY(!m_wm->removeShelf(shelf));
-    // Its number is free again, since it was the highest.
-    QCOMPARE(m_wm->addShelf(), shelf);
-    QCOMPARE(section(shelf)->windows.size(), 0);
-}
-
-void TestShelves::shelvedWindowsShowAsGhostsAndAsClosedPlaceholders()
-{
-    qputenv("XDG_CONFIG_HOME", m_dir.path().toUtf8());
-    platform::PreferencesStore settingsStore(m_dir.filePath(QStringLiteral("settings-%1.json").arg(m_n)));
-    settings::AppSettings appSettings(settingsStore);
-    appSettings.setShowClosedShelfApps(true);
-    m_wm = std::make_unique<WindowManager>(m_desktop, &appSettings, m_store.get(), m_clock);
-
-    m_desktop->addApp({200, QStringLiteral("Files"), std::nullopt, true, {}});
-    m_desktop->addWindow(200, window(5, QStringLiteral("Downloads")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    m_wm->dragMoveWindow(QStringLiteral("Files::wn:5"), shelf);
-    QCOMPARE(section(QStringLiteral("Files"))->windows.constFirst().id, QStringLiteral("Files::wn:5-ghost"));
-    QCOMPARE(section(shelf)->windows.constFirst().assignedShelfName, std::optional(shelf));
-
-    // The application quits: its window stays on the shelf as a placeholder.
-    m_desktop->removeApp(200);
-    refresh();
-    QCOMPARE(section(shelf)->windows.size(), 1);
-    const WindowItem placeholder = section(shelf)->windows.constFirst();
-    QCOMPARE(placeholder.id, QStringLiteral("closed-Files::Downloads"));
-    QVERIFY(placeholder.isClosed);
-    QCOMPARE(placeholder.windowTitle, QStringLiteral("Downloads"));
-
-    // Without ghosts and closed apps, the shelf is empty and Files has no section.
-    appSettings.setShowClosedShelfApps(false);
-    refresh();
-    QCOMPARE(section(shelf)->windows.size(), 0);
-    QCOMPARE(section(QStringLiteral("Files")), nullptr);
-    m_wm.reset();
-}
-
-void TestShelves::shelfSurvivesRetitleAppRestartAndManagerRestart()
-{
-    m_desktop->addWindow(kEditor, window(10, QStringLiteral("other")));
-    m_desktop->addWindow(kEditor, window(11, QStringLiteral("draft.txt")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:10"), shelf);
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:11"), shelf);
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "draft.txt"}));
-
-    // (a) retitled
-    m_desktop->setTitle(11, QStringLiteral("final.txt"));
-    refresh();
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "final.txt"}));
-
-    // (b) the application restarts: new window numbers, same titles, other order
-    m_desktop->removeApp(kEditor);
-    refresh();
-    m_desktop->addApp({kEditor + 1, QStringLiteral("Text Editor"), kEditorID, true, {}});
-    m_desktop->addWindow(kEditor + 1, window(21, QStringLiteral("final.txt")));
-    m_desktop->addWindow(kEditor + 1, window(20, QStringLiteral("other")));
-    refresh();
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "final.txt"}));
-
-    // (c) the window manager restarts from the same preferences
-    m_wm.reset();
-    m_store->flush();
-    m_store = std::make_unique<platform::PreferencesStore>(m_store->filePath());
-    newManager();
-    refresh();
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"other", "final.txt"}));
-    QCOMPARE(section(shelf)->displayName, QStringLiteral("Shelf 1"));
-}
-
-void TestShelves::hiddenAndOnlySections()
-{
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("a")));
-    refresh();
-    const QString shelf = m_wm->addShelf();
     QCOMPARE(m_wm->visibleCategories().size(), 2);
     m_wm->setCategoryHidden(kEditorID, true);
     QCOMPARE(m_wm->visibleCategories().size(), 1);
@@ -335,26 +177,105 @@ void TestShelves::hiddenAndOnlySections()
              std::optional(QStringList({shelf, kEditorID})));
 }
 
-// Regression: the X server gives a restarted client the window ids of the one that
-// quit, so window 1 came back as another document and inherited the shelf, the
-// removal mark and the user's choice of the window that had that number before.
-void TestShelves::reusedWindowNumbersAreNewWindows()
+void TestShelves::movingWindowsKeepsTheUsersOrder()
 {
-    m_desktop->addWindow(kEditor, window(1, QStringLiteral("shelved")));
-    m_desktop->addWindow(kEditor, window(2, QStringLiteral("removed")));
+    const QString shelf = shelfWith({"doc1", "doc2", "doc3"}, 2);
+    QVERIFY(m_wm->dragMoveWindow(identity::ghostID(wn(3)), shelf, wn(1))); // ghost ids act on the window
+    QCOMPARE(windowTitles(*section(shelf)), QStringList({"doc3", "doc1", "doc2"}));
+    QCOMPARE(m_wm->categoryIDForWindow(wn(3)), std::optional(shelf));
+    QVERIFY(!m_wm->dragMoveWindow(wn(1), QStringLiteral("shelf-99")));
+    QVERIFY(!m_wm->dragMoveWindow(QStringLiteral("no::such"), shelf));
+
+    // The order survives the next refreshes.
+    refresh();
+    QCOMPARE(windowTitles(*section(shelf)), QStringList({"doc3", "doc1", "doc2"}));
+}
+
+void TestShelves::removedWindowStaysOutOfItsShelf()
+{
+    const QString shelf = shelfWith({"keep out"}, 1);
+    const QString id = wn(1);
+    QVERIFY(m_wm->removeWindowFromShelf(id));
+    QCOMPARE(m_wm->categoryIDForWindow(id), std::optional(kEditorID));
+    QVERIFY(m_wm->state().explicitlyRemovedSigs.contains(id));
+    QVERIFY(m_wm->state().explicitlyRemovedDescriptors.contains(
+        QStringLiteral("org.gnome.TextEditor::keep out")));
+
+    // A memory of the old place must not bring it back, not even after a restart.
+    m_wm->state().lastShelfByPidAndIndex.insert(QStringLiteral("100:0"), shelf);
+    refresh();
+    QCOMPARE(m_wm->categoryIDForWindow(id), std::optional(kEditorID));
+    newManager();
+    refresh();
+    QCOMPARE(m_wm->categoryIDForWindow(id), std::optional(kEditorID));
+
+    // Putting it back on a shelf clears the marks.
+    m_wm->dragMoveWindow(id, shelf);
+    QCOMPARE(m_wm->categoryIDForWindow(id), std::optional(shelf));
+    QVERIFY(m_wm->state().explicitlyRemovedSigs.isEmpty());
+    QVERIFY(m_wm->state().explicitlyRemovedDescriptors.isEmpty());
+}
+
+void TestShelves::addRemoveAndRenameShelves()
+{
+    const QString shelf = shelfWith({"a"}, 1);
+    QCOMPARE(shelf, QStringLiteral("shelf-1"));
+    QCOMPARE(section(shelf)->displayName, QStringLiteral("Shelf 1"));
+    QVERIFY(!m_wm->renameCategory(shelf, QStringLiteral("  \n ")));
+    QVERIFY(m_wm->renameCategory(shelf, QStringLiteral("  Reading ")));
+    QCOMPARE(section(shelf)->displayName, QStringLiteral("Reading"));
+    QVERIFY(m_wm->renameCategory(kEditorID, QStringLiteral("Notes")));
+    QCOMPARE(section(kEditorID)->displayName, QStringLiteral("Notes"));
+
+    QVERIFY(m_wm->removeShelf(shelf));
+    QCOMPARE(section(shelf), nullptr);
+    QCOMPARE(m_wm->categoryIDForWindow(wn(1)), std::optional(kEditorID));
+    QVERIFY(m_wm->state().windowCategoryAssignment.isEmpty());
+    QVERIFY(m_wm->state().manualShelfAssignmentByDescriptor.isEmpty());
+    QVERIFY(!m_wm->state().categoryCustomNames.contains(shelf));
+    QVERIFY(!m_wm->removeShelf(shelf));
+    // A new shelf numbers after the highest: this one's number is free again.
+    QCOMPARE(m_wm->addShelf(), shelf);
+    QCOMPARE(section(shelf)->windows.size(), 0);
+    m_wm->state().shelfIDs = {QStringLiteral("shelf-7"), QStringLiteral("shelf-2"),
+                              QStringLiteral("shelf-x")};
+    QCOMPARE(m_wm->addShelf(), QStringLiteral("shelf-8"));
+    QCOMPARE(m_store->stringListValue(QStringLiteral("ov.shelfIDs"))->constLast(), QStringLiteral("shelf-8"));
+    QCOMPARE(m_store->dictionaryValue(QStringLiteral("ov.defaultShelfNames"))
+                 ->value(QStringLiteral("shelf-8"))
+                 .toString(),
+             QStringLiteral("Shelf 8"));
+}
+
+void TestShelves::shelvedWindowsShowAsGhostsAndAsClosedPlaceholders()
+{
+    qputenv("XDG_CONFIG_HOME", m_dir.path().toUtf8());
+    platform::PreferencesStore settingsStore(m_dir.filePath(QStringLiteral("settings-%1.json").arg(m_n)));
+    settings::AppSettings appSettings(settingsStore);
+    appSettings.setShowClosedShelfApps(true);
+    m_wm = std::make_unique<WindowManager>(m_desktop, &appSettings, m_store.get(), m_clock);
+
+    m_desktop->addApp({200, QStringLiteral("Files"), std::nullopt, true, {}});
+    m_desktop->addWindow(200, window(5, QStringLiteral("Downloads")));
     refresh();
     const QString shelf = m_wm->addShelf();
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:1"), shelf);
-    m_wm->dragMoveWindow(QStringLiteral("org.gnome.TextEditor::wn:2"), shelf);
-    m_wm->removeWindowFromShelf(QStringLiteral("org.gnome.TextEditor::wn:2"));
+    m_wm->dragMoveWindow(QStringLiteral("Files::wn:5"), shelf);
+    QCOMPARE(section(QStringLiteral("Files"))->windows.constFirst().id, QStringLiteral("Files::wn:5-ghost"));
+    QCOMPARE(section(shelf)->windows.constFirst().assignedShelfName, std::optional(shelf));
 
-    m_desktop->removeApp(kEditor);
-    m_desktop->addApp({kEditor + 1, QStringLiteral("Text Editor"), kEditorID, true, {}});
-    m_desktop->addWindow(kEditor + 1, window(1, QStringLiteral("removed")));
-    m_desktop->addWindow(kEditor + 1, window(2, QStringLiteral("shelved")));
+    // The application quits: its window stays on the shelf as a placeholder.
+    m_desktop->removeApp(200);
     refresh();
-    QCOMPARE(windowTitles(*section(shelf)), QStringList({"shelved"}));
-    QCOMPARE(windowTitles(*section(kEditorID)), QStringList({"shelved", "removed"})); // ghost + window
+    QCOMPARE(windowTitles(*section(shelf)), QStringList({"Downloads"}));
+    QCOMPARE(section(shelf)->windows.constFirst().id, QStringLiteral("closed-Files::Downloads"));
+    QVERIFY(section(shelf)->windows.constFirst().isClosed);
+
+    // Without ghosts and closed apps, the shelf is empty and Files has no section.
+    appSettings.setShowClosedShelfApps(false);
+    refresh();
+    QCOMPARE(section(shelf)->windows.size(), 0);
+    QCOMPARE(section(QStringLiteral("Files")), nullptr);
+    m_wm.reset();
 }
 
 QTEST_GUILESS_MAIN(TestShelves)
