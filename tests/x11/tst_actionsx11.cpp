@@ -354,7 +354,6 @@ void TestActionsX11::commandLine_data()
     QTest::newRow("minimize") << QStringList{"minimize", "ID"} << 0 << "minimized";
     QTest::newRow("unknown window") << QStringList{"tile-window", "nobody::wn:1", "maximize"} << 2
                                     << "unmoved";
-    QTest::newRow("unknown position") << QStringList{"tile-window", "ID", "sideways"} << 2 << "unmoved";
     QTest::newRow("unknown shelf") << QStringList{"tile-shelf", "shelf-9", "--width", "1"} << 2 << "unmoved";
     QTest::newRow("unknown application") << QStringList{"new-window", "no.such.app"} << 2 << "unmoved";
 }

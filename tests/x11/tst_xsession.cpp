@@ -73,7 +73,6 @@ void TestXSession::stoppedHarnessLeavesNothingBehind_data()
     QTest::addColumn<int>("sig");
     QTest::addColumn<int>("exitCode"); // -1: the harness dies of the signal itself
     QTest::newRow("SIGTERM tears down") << int(SIGTERM) << 128 + SIGTERM;
-    QTest::newRow("SIGINT tears down") << int(SIGINT) << 128 + SIGINT;
     QTest::newRow("SIGKILL leaves orphans that die") << int(SIGKILL) << -1;
 }
 
