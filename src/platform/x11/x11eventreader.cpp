@@ -153,6 +153,11 @@ void EventReader::applyClients(const QList<std::uint32_t> &listed, Events &out)
                 added.append(w);
         }
     }
+    // Its end is asked for before anything is read of it: a window that ends after this
+    // reports it, and one that ends before cannot be read either, so an id that the server
+    // hands to the next client in between is never taken for the old window.
+    for (std::uint32_t w : std::as_const(added))
+        select(m_connection, w, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
     const std::vector<ProbedWindow> probed =
         added.isEmpty() ? std::vector<ProbedWindow>() : m_probe.probe(added);
 
