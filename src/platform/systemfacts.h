@@ -13,8 +13,10 @@ namespace orvella::platform {
 /**
  * One reading of each fact the monitor samples. Readers fall back to absent or zero
  * values and never throw; they keep no state between calls, so the monitor's rules
- * about previous samples stay in one place. Called on the monitor's worker (and once
- * on the main thread at construction); implementations must not share mutable state.
+ * about previous samples stay in one place. The one exception is which missing sensors
+ * they have already reported: an absence is said once per run, not on every poll.
+ * Called on the monitor's worker (and once on the main thread at construction);
+ * implementations must not share mutable state.
  */
 class SystemFacts
 {

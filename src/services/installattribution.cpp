@@ -16,13 +16,14 @@ constexpr qsizetype kMaxPathLength = 160;
 constexpr qsizetype kMaxQueryValueLength = 120;
 constexpr qsizetype kMaxSlugLength = 80;
 
-// What people download Orvella as; the Linux packages stand beside the disk image.
+// What people download Orvella as; the Linux packages and Flatpak references stand
+// beside the disk image.
 const QStringList &downloadSuffixes()
 {
     static const QStringList suffixes = {
-        QStringLiteral(".dmg"),     QStringLiteral(".appimage"), QStringLiteral(".deb"),
-        QStringLiteral(".rpm"),     QStringLiteral(".tar.gz"),   QStringLiteral(".tar.xz"),
-        QStringLiteral(".tar.zst"), QStringLiteral(".zip"),
+        QStringLiteral(".dmg"), QStringLiteral(".appimage"),   QStringLiteral(".deb"),
+        QStringLiteral(".rpm"), QStringLiteral(".flatpakref"), QStringLiteral(".flatpak"),
+        QStringLiteral(".tgz"), QStringLiteral(".zip"),
     };
     return suffixes;
 }
@@ -30,6 +31,10 @@ const QStringList &downloadSuffixes()
 std::optional<QString> downloadSuffix(const QString &text)
 {
     const QString lower = text.toLower();
+    // A tarball under any compression: ".tar", ".tar.gz", ".tar.xz", ".tar.zst", ...
+    static const QRegularExpression tarball(QStringLiteral("\\.tar(\\.[a-z0-9]{1,4})?$"));
+    if (const QRegularExpressionMatch match = tarball.match(lower); match.hasMatch())
+        return match.captured(0);
     for (const QString &suffix : downloadSuffixes()) {
         if (lower.endsWith(suffix))
             return suffix;
@@ -87,7 +92,7 @@ QString InstallAttribution::productHost()
 
 int InstallAttribution::sourcePriority(const QString &url)
 {
-    if (!url.toLower().endsWith(QLatin1String(".dmg")))
+    if (!downloadSuffix(url))
         return 0;
     const QString host = QUrl(url).host().toLower();
     const bool ours = host == productHost() || host.endsWith(QLatin1Char('.') + productHost());

@@ -28,11 +28,12 @@ struct InstallAttribution
     /// Absent when `json` has no text "source_type" (an unusable cache entry).
     static std::optional<InstallAttribution> fromJson(const QJsonObject &json);
 
-    /// The host of the product's web site, which a ".dmg" origin is preferred to be on.
+    /// The host of the product's web site, which a download origin is preferred to be on.
     static QString productHost();
 
-    /// 0 for a page (not ending in ".dmg"), 1 for a disk image on the product's site,
-    /// 2 for a disk image elsewhere: pages tell more about how the user found us.
+    /// 0 for a page, 1 for a download (disk image, AppImage, .deb, .rpm, Flatpak
+    /// reference or bundle, tarball, zip) on the product's site, 2 for a download
+    /// elsewhere: pages tell more about how the user found us.
     static int sourcePriority(const QString &url);
     /// The https texts among `urls`, in `sourcePriority` order (stable).
     static QStringList whereFromURLs(const QStringList &urls);

@@ -80,7 +80,20 @@ MemoryInfo memInfo(QByteArrayView text)
     const quint64 wired = kib.value("Unevictable") * 1024;
     const quint64 compressed = kib.value("Zswap") * 1024;
     const quint64 freeAndInactive = (kib.value("MemFree") + kib.value("Inactive")) * 1024;
-    const quint64 used = active + wired + compressed;
+    // Kernels before 3.14 have no MemAvailable; free memory plus the reclaimable caches is
+    // what `free` showed as available there. Without either, the file was cut short and
+    // says nothing about use.
+    quint64 availableKiB = kib.value("MemTotal");
+    if (kib.contains("MemAvailable"))
+        availableKiB = kib.value("MemAvailable");
+    else if (kib.contains("MemFree"))
+        availableKiB =
+            kib.value("MemFree") + kib.value("Buffers") + kib.value("Cached") + kib.value("SReclaimable");
+    else
+        qCWarning(lcMonitor)
+            << "[OV] /proc/meminfo: neither MemAvailable nor MemFree; used memory reads as 0";
+    const quint64 available = availableKiB * 1024;
+    const quint64 used = available < physical ? physical - available : 0;
     info.usage = clampPercent(double(used) / double(physical) * 100.0);
     info.pressure = clampPercent((double(physical) - double(freeAndInactive)) / double(physical) * 100.0);
     info.usedGB = double(used) / kBytesPerGiB;
@@ -92,6 +105,26 @@ MemoryInfo memInfo(QByteArrayView text)
     const quint64 swapFree = kib.value("SwapFree");
     info.swapUsed = swapFree < swapTotal ? (swapTotal - swapFree) * 1024 : 0;
     return info;
+}
+
+std::optional<double> memoryPressure(QByteArrayView text)
+{
+    // "some avg10=1.37 avg60=0.84 avg300=0.21 total=48213370"
+    for (const QByteArray &line : QByteArray(text.data(), text.size()).split('\n')) {
+        const QList<QByteArray> fields = line.simplified().split(' ');
+        if (fields.constFirst() != "some")
+            continue;
+        for (const QByteArray &field : fields) {
+            if (!field.startsWith("avg10="))
+                continue;
+            bool ok = false;
+            const double percent = field.mid(6).toDouble(&ok);
+            if (!ok || !(percent >= 0))
+                return std::nullopt;
+            return std::min(percent, 100.0);
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<quint64> processStartTime(QByteArrayView text)

@@ -15,7 +15,14 @@ namespace orvella::platform::parsers {
 std::optional<QList<CpuTicks>> procStat(QByteArrayView text);
 
 /// The figures of /proc/meminfo as the monitor publishes them; all zero without MemTotal.
+/// Used memory is MemTotal - MemAvailable, the figure `free` and desktop monitors show.
+/// The pressure is the page-count estimate; the kernel's own measure replaces it where
+/// the caller has one (see `memoryPressure`).
 MemoryInfo memInfo(QByteArrayView text);
+
+/// The "some avg10" figure of /proc/pressure/memory: the share, in percent, of the last
+/// ten seconds in which some task waited for memory. Absent when the text has none.
+std::optional<double> memoryPressure(QByteArrayView text);
 
 /// The start time (field 22, clock ticks after boot) from a /proc/PID/stat line; the
 /// command name in field 2 may hold spaces and parentheses.

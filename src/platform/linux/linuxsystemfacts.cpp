@@ -98,7 +98,26 @@ MemoryInfo LinuxSystemFacts::memory() const
         qCWarning(lcMonitor) << "[OV] /proc/meminfo cannot be read; memory reads as 0";
         return {};
     }
-    return platform::parsers::memInfo(*text);
+    MemoryInfo info = platform::parsers::memInfo(*text);
+    if (info.totalGB > 0) {
+        if (const std::optional<double> pressure = memoryPressure())
+            info.pressure = *pressure;
+    }
+    return info;
+}
+
+std::optional<double> LinuxSystemFacts::memoryPressure() const
+{
+    // Many distribution kernels are built with pressure stall information switched off
+    // unless "psi=1" is given at boot; the page-count estimate stands in then.
+    const std::optional<QByteArray> text = sysfs::readFile(path(QStringLiteral("/proc/pressure/memory")));
+    const std::optional<double> pressure = text ? platform::parsers::memoryPressure(*text) : std::nullopt;
+    if (!pressure && !m_pressureFallbackReported.exchange(true)) {
+        qCInfo(lcMonitor).noquote() << (text ? "[OV] /proc/pressure/memory has no \"some avg10\" figure;"
+                                             : "[OV] /proc/pressure/memory cannot be read;")
+                                    << "memory pressure is estimated from page counts";
+    }
+    return pressure;
 }
 
 std::optional<VolumeCapacity> LinuxSystemFacts::homeVolume() const

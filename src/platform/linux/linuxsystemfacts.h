@@ -5,6 +5,8 @@
 #include "platform/linux/thermalsensors.h"
 #include "platform/systemfacts.h"
 
+#include <atomic>
+
 namespace orvella::platform {
 
 /**
@@ -34,11 +36,14 @@ public:
 
 private:
     QString path(const QString &absolute) const { return m_root + absolute; }
+    /// The kernel's own measure of memory pressure; absent where it keeps none.
+    std::optional<double> memoryPressure() const;
 
     QString m_root; ///< without a trailing slash; empty for "/"
     QString m_home;
     PowerSupplies m_power;
     ThermalSensors m_thermal;
+    mutable std::atomic_bool m_pressureFallbackReported = false;
 };
 
 } // namespace orvella::platform

@@ -64,14 +64,22 @@ QString PowerSupplies::internalBatteryDirectory() const
     return QString();
 }
 
+QString PowerSupplies::internalBattery() const
+{
+    const QString supply = internalBatteryDirectory();
+    if (supply.isEmpty() && !m_absenceReported.exchange(true))
+        qCInfo(lcMonitor) << "[OV] power supply: no internal battery";
+    return supply;
+}
+
 bool PowerSupplies::hasInternalBattery() const
 {
-    return !internalBatteryDirectory().isEmpty();
+    return !internalBattery().isEmpty();
 }
 
 std::optional<BatteryInfo> PowerSupplies::battery() const
 {
-    const QString supply = internalBatteryDirectory();
+    const QString supply = internalBattery();
     if (supply.isEmpty())
         return std::nullopt;
     BatteryInfo info;

@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <optional>
 
 namespace orvella::platform {
@@ -26,8 +27,11 @@ public:
 
 private:
     QString internalBatteryDirectory() const;
+    /// The same, saying once per run that there is none.
+    QString internalBattery() const;
 
     QString m_directory;
+    mutable std::atomic_bool m_absenceReported = false;
 };
 
 } // namespace orvella::platform

@@ -34,6 +34,8 @@ private slots:
     void procStat();
     void memInfo_data();
     void memInfo();
+    void memoryPressure_data();
+    void memoryPressure();
     void names_data();
     void names();
     void cpuLoad();
@@ -87,17 +89,24 @@ void TestMonitorParsers::memInfo_data()
     const auto row = [](const char *name, const char *text, QList<double> values, quint64 swapUsed = 0) {
         QTest::newRow(name) << QByteArray(text) << values << swapUsed;
     };
-    // 4 GiB = 4194304 kB; used = Active + Unevictable + Zswap.
+    // 4 GiB = 4194304 kB; used = MemTotal - MemAvailable.
     row("all fields",
-        "MemTotal: 4194304 kB\nMemFree: 1048576 kB\nActive: 1048576 kB\nInactive: 1048576 kB\n"
-        "Unevictable: 524288 kB\nZswap: 524288 kB\nSwapTotal: 2048 kB\nSwapFree: 1024 kB\n",
-        {4, 50, 50, 0.5}, 1048576);
+        "MemTotal: 4194304 kB\nMemFree: 1048576 kB\nMemAvailable: 3145728 kB\nActive: 1048576 kB\n"
+        "Inactive: 1048576 kB\nUnevictable: 524288 kB\nZswap: 524288 kB\nSwapTotal: 2048 kB\nSwapFree: 1024 "
+        "kB\n",
+        {4, 25, 50, 0.5}, 1048576);
     row("no zswap on older kernels",
-        "MemTotal: 4194304 kB\nMemFree: 2097152 kB\nActive: 1048576 kB\nInactive: 0 kB\n", {4, 25, 50, 0});
+        "MemTotal: 4194304 kB\nMemFree: 2097152 kB\nMemAvailable: 2621440 kB\nActive: 1048576 kB\n"
+        "Inactive: 0 kB\n",
+        {4, 37.5, 50, 0});
+    row("no MemAvailable before 3.14: free memory and caches",
+        "MemTotal: 4194304 kB\nMemFree: 1048576 kB\nBuffers: 262144 kB\nCached: 524288 kB\n"
+        "SReclaimable: 262144 kB\n",
+        {4, 50, 75, 0});
     row("swap free above total reads as none", "MemTotal: 4194304 kB\nSwapTotal: 10 kB\nSwapFree: 20 kB\n",
         {4, 0, 100, 0});
-    row("counts beyond total clamp to 100", "MemTotal: 1024 kB\nActive: 4096 kB\n",
-        {1024.0 / 1048576, 100, 100, 0});
+    row("counts beyond total clamp to 0", "MemTotal: 1024 kB\nMemAvailable: 4096 kB\nMemFree: 4096 kB\n",
+        {1024.0 / 1048576, 0, 0, 0});
     row("no MemTotal: all zero", "MemFree: 1048576 kB\nActive: 1048576 kB\nSwapTotal: 8 kB\n", {0, 0, 0, 0});
     row("garbled value", "MemTotal: lots kB\nActive: 1 kB\n", {0, 0, 0, 0});
     row("empty", "", {0, 0, 0, 0});
@@ -112,6 +121,33 @@ void TestMonitorParsers::memInfo()
     QCOMPARE((QList<double>{info.totalGB, info.usage, info.pressure, info.compressedGB}),
              gbUsagePressureCompressed);
     QCOMPARE(info.swapUsed, swapUsed);
+}
+
+void TestMonitorParsers::memoryPressure_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<double>("percent"); // -1: absent
+    QTest::newRow("as the kernel writes it")
+        << QByteArray("some avg10=1.37 avg60=0.84 avg300=0.21 total=48213370\n"
+                      "full avg10=0.52 avg60=0.30 avg300=0.07 total=20117743\n")
+        << 1.37;
+    QTest::newRow("the some line wherever it is")
+        << QByteArray("full avg10=9.00 avg60=0 avg300=0 total=1\nsome avg10=0.00 avg60=0 avg300=0 total=1\n")
+        << 0.0;
+    QTest::newRow("above 100 clamps") << QByteArray("some avg10=250.00 avg60=0.00\n") << 100.0;
+    QTest::newRow("only a full line")
+        << QByteArray("full avg10=3.00 avg60=1.00 avg300=0.50 total=9\n") << -1.0;
+    QTest::newRow("no avg10 field") << QByteArray("some avg60=1.00 avg300=0.50 total=9\n") << -1.0;
+    QTest::newRow("garbled figure") << QByteArray("some avg10=n/a avg60=1.00\n") << -1.0;
+    QTest::newRow("negative figure") << QByteArray("some avg10=-1.00\n") << -1.0;
+    QTest::newRow("empty") << QByteArray() << -1.0;
+}
+
+void TestMonitorParsers::memoryPressure()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(double, percent);
+    QCOMPARE(parsers::memoryPressure(text).value_or(-1), percent);
 }
 
 // The kernel's release ("kernel") and the firmware's DMI fields ("model": vendor|product|

@@ -215,6 +215,30 @@ void TestTelemetryService::attribution_data()
         {"https://mirror.example/Orvella.dmg", "https://www.orvella.app/Orvella.dmg"}, "unknown",
         R"({"source_host":"www.orvella.app","source_path":"/Orvella.dmg","source_slug":"orvella",)"
         R"("source_type":"download_url"})");
+    // Linux packages rank as the disk image does.
+    row("a page before our package before another site's",
+        {"https://mirror.example/orvella_1.3_amd64.deb", "https://orvella.app/Orvella-1.3.x86_64.rpm",
+         "https://news.example/reviews/orvella/"},
+        "unknown",
+        R"({"source_host":"news.example","source_path":"/reviews/orvella/","source_slug":"orvella",)"
+        R"("source_type":"referrer_page"})");
+    row("our AppImage before another site's tarball",
+        {"https://mirror.example/pub/orvella-1.3.tar.bz2", "https://orvella.app/get/Orvella-x86_64.AppImage"},
+        "unknown",
+        R"({"source_host":"orvella.app","source_path":"/get/Orvella-x86_64.AppImage",)"
+        R"("source_slug":"orvella-x86_64","source_type":"download_url"})");
+    row("another site's tarball, any compression",
+        {"https://mirror.example/pub/orvella-1.3.tar.bz2",
+         "https://flathub.example/app.orvella.Orvella.flatpakref"},
+        "unknown",
+        R"({"source_host":"mirror.example","source_path":"/pub/orvella-1.3.tar.bz2","source_slug":"orvella-1-3",)"
+        R"("source_type":"download_url"})");
+    row("our Flatpak reference before another site's",
+        {"https://dl.flathub.example/repo/app.orvella.Orvella.flatpakref",
+         "https://orvella.app/get/app.orvella.Orvella.flatpakref"},
+        "unknown",
+        R"({"source_host":"orvella.app","source_path":"/get/app.orvella.Orvella.flatpakref",)"
+        R"("source_slug":"app-orvella-orvella","source_type":"download_url"})");
     row("equal priority keeps the stored order", {"https://b.example/first", "https://a.example/second"},
         "unknown",
         R"({"source_host":"b.example","source_path":"/first","source_slug":"first","source_type":"referrer_page"})");
