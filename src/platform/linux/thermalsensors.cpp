@@ -78,16 +78,12 @@ double ThermalSensors::cpuTemperature() const
     if (DIR *directory = ::opendir(QFile::encodeName(m_hwmon).constData())) {
         ::closedir(directory);
     } else if (errno != ENOENT) {
-        if (!m_failureReported.exchange(true))
-            qCInfo(lcMonitor).noquote() << "[OV] SMC: failed to open (" + QString::number(errno) + u')';
+        qCInfo(lcMonitor).noquote() << "[OV] SMC: failed to open (" + QString::number(errno) + u')';
         return 0;
     }
     const QStringList inputs = candidates();
     if (inputs.isEmpty()) {
-        // Virtual machines and some boards have no sensor at all; that does not change
-        // between polls, so it is said once.
-        if (!m_absenceReported.exchange(true))
-            qCInfo(lcMonitor) << "[OV] SMC: service not found";
+        qCInfo(lcMonitor) << "[OV] SMC: service not found";
         return 0;
     }
     for (const QString &input : inputs) {

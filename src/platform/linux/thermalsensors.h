@@ -4,8 +4,6 @@
 #include <QString>
 #include <QStringList>
 
-#include <atomic>
-
 namespace orvella::platform {
 
 /**
@@ -27,9 +25,6 @@ public:
 private:
     QString m_hwmon;
     QString m_thermal;
-    // Polls repeat every few seconds; a missing or unreadable sensor is reported once.
-    mutable std::atomic_bool m_absenceReported = false;
-    mutable std::atomic_bool m_failureReported = false;
 };
 
 } // namespace orvella::platform
