@@ -2,6 +2,7 @@
 #include "actions/newwindowopener.h"
 
 #include "actions/newwindowshortcut.h"
+#include "actions/screenpixels.h"
 #include "logging.h"
 #include "platform/desktop.h"
 #include "platform/scheduler.h"
@@ -62,7 +63,7 @@ std::optional<platform::ScreenInfo> NewWindowOpener::sidebarScreen() const
     if (m_sidebarScreen)
         return m_sidebarScreen;
     if (const QScreen *screen = m_context.manager->state().sidebarScreen)
-        return platform::ScreenInfo{QRectF(screen->geometry()), QRectF(screen->availableGeometry()), false};
+        return deviceScreen(*screen);
     return std::nullopt;
 }
 

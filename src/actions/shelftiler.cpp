@@ -17,6 +17,7 @@ constexpr auto kFirstPlacementPause = 150ms;
 constexpr auto kFittingPause = 80ms;
 constexpr auto kBetweenPassesPause = 80ms;
 constexpr auto kAfterPassesPause = 100ms;
+constexpr auto kCorrectionPause = 80ms;
 constexpr int kMaxFittingRounds = 4;
 constexpr double kVerifyTolerance = 3.0;
 
@@ -45,17 +46,30 @@ QList<ShelfTiler::Placed> ShelfTiler::findElements(const QList<tracking::WindowI
             qCDebug(lcActions).noquote() << "[OV] tile: no window element for" << w.windowTitle;
             continue;
         }
-        placed.append({*element->windowNumber, w.isMinimized || element->minimized});
+        placed.append({*element->windowNumber, w.isMinimized || element->minimized, element->frame});
     }
     return placed;
 }
 
-void ShelfTiler::place(const QList<tracking::WindowItem> &windows, const ColumnPlan &plan)
+int ShelfTiler::tile(const QList<tracking::WindowItem> &windows, const SidebarPlacement &sidebar,
+                     TileAlignment alignment, double widthFraction)
 {
     const QList<Placed> placed = findElements(windows);
+    QList<QRectF> frames;
+    for (const Placed &p : placed)
+        frames.append(p.frame);
+    const std::optional<QRectF> area = usableArea(m_control.screens(), sidebar, frames);
+    if (!area) {
+        qCWarning(lcActions) << "[OV] tile: no screen to tile on";
+        return -1;
+    }
     if (placed.isEmpty())
-        return;
+        return 0;
+    return place(placed, planColumn(*area, alignment, widthFraction, int(windows.size())));
+}
 
+int ShelfTiler::place(const QList<Placed> &placed, const ColumnPlan &plan)
+{
     bool unminimized = false;
     for (const Placed &p : placed) {
         if (p.minimized)
@@ -63,6 +77,10 @@ void ShelfTiler::place(const QList<tracking::WindowItem> &windows, const ColumnP
     }
     if (unminimized)
         m_scheduler.pause(kUnminimizePause);
+    // Waits (bounded) for each window that was maximised: a move sent before the state
+    // is gone would be dropped.
+    for (const Placed &p : placed)
+        m_control.unmaximize(p.number);
 
     for (qsizetype i = 0; i < placed.size(); ++i) {
         m_control.setSize(placed[i].number, {plan.columnWidth - 1, plan.rowHeight - 1});
@@ -72,18 +90,17 @@ void ShelfTiler::place(const QList<tracking::WindowItem> &windows, const ColumnP
 
     const QList<double> planned = fitHeights(placed, plan);
 
+    const QList<double> tops = stackTops(plan.area, planned);
     for (int pass = 0; pass < 2; ++pass) {
-        double y = plan.area.y();
         for (qsizetype i = 0; i < placed.size(); ++i) {
             m_control.setSize(placed[i].number, {plan.columnWidth, planned[i]});
-            m_control.setPosition(placed[i].number, {plan.columnX, y});
+            m_control.setPosition(placed[i].number, {plan.columnX, tops[i]});
             if (pass == 1)
                 m_control.raise(placed[i].number);
-            y += planned[i];
         }
         m_scheduler.pause(pass == 0 ? kBetweenPassesPause : kAfterPassesPause);
     }
-    verify(placed, plan, planned);
+    return verify(placed, plan, planned);
 }
 
 QList<double> ShelfTiler::fitHeights(const QList<Placed> &placed, const ColumnPlan &plan)
@@ -106,25 +123,43 @@ QList<double> ShelfTiler::fitHeights(const QList<Placed> &placed, const ColumnPl
     return planned;
 }
 
-void ShelfTiler::verify(const QList<Placed> &placed, const ColumnPlan &plan, const QList<double> &planned)
+int ShelfTiler::verify(const QList<Placed> &placed, const ColumnPlan &plan, const QList<double> &planned)
 {
-    QList<double> actualTops, actualHeights;
+    QList<std::optional<QRectF>> frames;
+    QList<double> actualHeights;
     for (const Placed &p : placed) {
-        const std::optional<QRectF> frame = m_control.frame(p.number);
-        actualTops.append(frame ? frame->y() : std::nan(""));
-        actualHeights.append(frame ? frame->height() : 0.0);
+        frames.append(m_control.frame(p.number));
+        actualHeights.append(frames.last() ? frames.last()->height() : 0.0);
     }
-    const QList<double> expected = expectedTops(plan.area.y(), actualHeights, planned);
-    bool misplaced = false;
+    const QList<double> expected = expectedTops(plan.area, actualHeights, planned);
+    // A window that is gone since is no failure: the refresh afterwards drops it.
+    const auto misplaced = [&](qsizetype i) {
+        return frames[i]
+               && (std::abs(frames[i]->y() - expected[i]) > kVerifyTolerance
+                   || std::abs(frames[i]->x() - plan.columnX) > kVerifyTolerance);
+    };
+    bool anyMisplaced = false;
     for (qsizetype i = 0; i < placed.size(); ++i)
-        misplaced =
-            misplaced
-            || (!std::isnan(actualTops[i]) && std::abs(actualTops[i] - expected[i]) > kVerifyTolerance);
-    if (!misplaced)
-        return;
+        anyMisplaced = anyMisplaced || misplaced(i);
+    if (!anyMisplaced)
+        return 0;
     qCInfo(lcActions) << "[OV] Tile verification: correcting positions";
     for (qsizetype i = 0; i < placed.size(); ++i)
         m_control.setPosition(placed[i].number, {plan.columnX, expected[i]});
+    m_scheduler.pause(kCorrectionPause);
+    int failures = 0;
+    for (qsizetype i = 0; i < placed.size(); ++i) {
+        frames[i] = m_control.frame(placed[i].number);
+        if (!misplaced(i))
+            continue;
+        ++failures;
+        qCWarning(lcActions).noquote()
+            << QStringLiteral("[OV] Tile verification: window %1 stays at (%2, %3), expected (%4, %5)")
+                   .arg(QString::number(placed[i].number), QString::number(frames[i]->x()),
+                        QString::number(frames[i]->y()), QString::number(plan.columnX),
+                        QString::number(expected[i]));
+    }
+    return failures;
 }
 
 } // namespace orvella::actions

@@ -13,18 +13,22 @@ class Scheduler;
 namespace orvella::actions {
 
 /**
- * Runs on a worker: un-minimises, places, fits heights to what the applications
- * accept, places again twice (raising in the shelf's order the second time) and
- * checks the column, correcting positions when a window landed elsewhere. Windows
- * whose element cannot be found are skipped in every pass.
+ * Runs on a worker: un-minimises, takes windows out of maximised and full-screen
+ * states (the window manager would ignore their moves), places, fits heights to what
+ * the applications accept, places again twice (raising in the shelf's order the
+ * second time) and checks the column, correcting positions when a window landed
+ * elsewhere. Windows whose element cannot be found are skipped in every pass.
  */
 class ShelfTiler
 {
 public:
     ShelfTiler(platform::Desktop &desktop, platform::WindowControl &control, platform::Scheduler &scheduler);
 
-    /// `windows` in the shelf's order; `plan` from planColumn() for their number.
-    void place(const QList<tracking::WindowItem> &windows, const ColumnPlan &plan);
+    /// Plans the column on the monitor targetScreen() picks for `windows` (in the
+    /// shelf's order) and places them. Returns how many did not land where planned,
+    /// even after the correction; -1 when there was no screen to tile on.
+    int tile(const QList<tracking::WindowItem> &windows, const SidebarPlacement &sidebar,
+             TileAlignment alignment, double widthFraction);
 
     /// Size first, then position: a window grown at its old place could cross a
     /// screen edge and be pushed back by the window manager.
@@ -35,10 +39,13 @@ private:
     {
         qint64 number = 0;
         bool minimized = false;
+        QRectF frame;
     };
     QList<Placed> findElements(const QList<tracking::WindowItem> &windows) const;
+    int place(const QList<Placed> &placed, const ColumnPlan &plan);
     QList<double> fitHeights(const QList<Placed> &placed, const ColumnPlan &plan);
-    void verify(const QList<Placed> &placed, const ColumnPlan &plan, const QList<double> &planned);
+    /// Returns how many windows are still elsewhere after the correction.
+    int verify(const QList<Placed> &placed, const ColumnPlan &plan, const QList<double> &planned);
 
     platform::Desktop &m_desktop;
     platform::WindowControl &m_control;

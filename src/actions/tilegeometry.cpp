@@ -87,20 +87,52 @@ std::optional<TileAlignment> tileAlignmentFromString(const QString &text)
     return std::nullopt;
 }
 
-std::optional<platform::ScreenInfo> targetScreen(const QList<platform::ScreenInfo> &screens)
+std::optional<platform::ScreenInfo> targetScreen(const QList<platform::ScreenInfo> &screens,
+                                                 const SidebarPlacement &sidebar,
+                                                 const QList<QRectF> &windowFrames)
 {
-    for (const platform::ScreenInfo &s : screens) {
-        if (s.isMain)
-            return s;
-    }
     if (screens.isEmpty())
         return std::nullopt;
-    return screens.first();
+    qsizetype mainIndex = 0;
+    for (qsizetype i = 0; i < screens.size(); ++i) {
+        if (screens[i].isMain) {
+            mainIndex = i;
+            break;
+        }
+    }
+    if (sidebar.isRunning()) {
+        for (const platform::ScreenInfo &s : screens) {
+            if (sidebar.screenOrigin && s.frame.topLeft() == *sidebar.screenOrigin)
+                return s;
+        }
+        return screens[mainIndex];
+    }
+    QList<int> held(screens.size(), 0);
+    for (const QRectF &frame : windowFrames) {
+        qsizetype best = -1;
+        double bestArea = 0;
+        for (qsizetype i = 0; i < screens.size(); ++i) {
+            const QRectF common = screens[i].frame.intersected(frame);
+            if (common.width() * common.height() > bestArea) {
+                best = i;
+                bestArea = common.width() * common.height();
+            }
+        }
+        if (best >= 0)
+            ++held[best];
+    }
+    qsizetype chosen = mainIndex;
+    for (qsizetype i = 0; i < screens.size(); ++i) {
+        if (held[i] > held[chosen])
+            chosen = i;
+    }
+    return screens[chosen];
 }
 
-std::optional<QRectF> usableArea(const QList<platform::ScreenInfo> &screens, const SidebarPlacement &sidebar)
+std::optional<QRectF> usableArea(const QList<platform::ScreenInfo> &screens, const SidebarPlacement &sidebar,
+                                 const QList<QRectF> &windowFrames)
 {
-    const std::optional<platform::ScreenInfo> target = targetScreen(screens);
+    const std::optional<platform::ScreenInfo> target = targetScreen(screens, sidebar, windowFrames);
     if (!target)
         return std::nullopt;
     // Screen frames are top-left-origin already on X11: no flip against the primary screen.
@@ -166,15 +198,25 @@ bool shareHeights(double areaHeight, const QList<double> &actual, QList<double> 
     return changed;
 }
 
-QList<double> expectedTops(double top, const QList<double> &actualHeights, const QList<double> &planned)
+QList<double> stackTops(const QRectF &area, const QList<double> &heights)
 {
     QList<double> tops;
-    double y = top;
-    for (qsizetype i = 0; i < planned.size(); ++i) {
-        tops.append(y);
-        y += actualHeights[i] > 0 ? actualHeights[i] : planned[i];
+    double y = area.top();
+    for (const double height : heights) {
+        const double lowest = area.bottom() - std::min(height, kMinShare);
+        tops.append(std::max(area.top(), std::min(y, lowest)));
+        y = tops.last() + height;
     }
     return tops;
+}
+
+QList<double> expectedTops(const QRectF &area, const QList<double> &actualHeights,
+                           const QList<double> &planned)
+{
+    QList<double> heights;
+    for (qsizetype i = 0; i < planned.size(); ++i)
+        heights.append(actualHeights[i] > 0 ? actualHeights[i] : planned[i]);
+    return stackTops(area, heights);
 }
 
 } // namespace orvella::actions

@@ -46,7 +46,8 @@ QRectF frame(TilePosition position, const QRectF &area);
 /// "left", "center" or "right"; absent for anything else.
 std::optional<TileAlignment> tileAlignmentFromString(const QString &text);
 
-/// Where the sidebar is, as tiling needs to know it.
+/// Where the sidebar is, as tiling needs to know it: in X device pixels, like every
+/// frame the actions handle.
 struct SidebarPlacement
 {
     double width = 0;
@@ -54,13 +55,25 @@ struct SidebarPlacement
     QString position = QStringLiteral("left");
     /// The frame origin of the sidebar's screen; absent when not known.
     std::optional<QPointF> screenOrigin;
+
+    /// A sidebar takes room or has a screen; without one (the command line) the
+    /// windows themselves decide where they are tiled.
+    bool isRunning() const { return width > 0 || screenOrigin.has_value(); }
 };
 
-/// The main screen, else the first; absent without screens.
-std::optional<platform::ScreenInfo> targetScreen(const QList<platform::ScreenInfo> &screens);
+/**
+ * The monitor to tile on. With a running sidebar, the sidebar's monitor (the main one
+ * while its screen is unknown or gone); without, the monitor that holds most of
+ * `windowFrames` (each counted where most of it lies), the main one on a tie. The main
+ * monitor is the one marked so, else the first. Absent without screens.
+ */
+std::optional<platform::ScreenInfo> targetScreen(const QList<platform::ScreenInfo> &screens,
+                                                 const SidebarPlacement &sidebar = {},
+                                                 const QList<QRectF> &windowFrames = {});
 
-/// The target screen's visible frame without the sidebar, when the sidebar is on it.
-std::optional<QRectF> usableArea(const QList<platform::ScreenInfo> &screens, const SidebarPlacement &sidebar);
+/// The target monitor's visible frame without the sidebar, when the sidebar is on it.
+std::optional<QRectF> usableArea(const QList<platform::ScreenInfo> &screens, const SidebarPlacement &sidebar,
+                                 const QList<QRectF> &windowFrames = {});
 
 /// One shelf's column: equal rows, full height, at a fraction of the area's width.
 struct ColumnPlan
@@ -88,9 +101,16 @@ bool framesMatch(const QRectF &a, const QRectF &b, double tolerance);
 bool shareHeights(double areaHeight, const QList<double> &actual, QList<double> &planned, QList<bool> &fixed);
 
 /**
- * The y each window should have, walking down from `top` by each window's actual height
- * (its planned one when the actual height is not positive).
+ * The y of each window stacked down `area` by `heights`. A column that overflows the
+ * area keeps going, but no top goes lower than leaves 50 points of its window (all of
+ * a shorter one) inside the area: an overflowing window covers the bottom of the
+ * column instead of landing off its monitor.
  */
-QList<double> expectedTops(double top, const QList<double> &actualHeights, const QList<double> &planned);
+QList<double> stackTops(const QRectF &area, const QList<double> &heights);
+
+/// The y each window should have after tiling: stackTops() by each window's actual
+/// height, its planned one when the actual height is not positive.
+QList<double> expectedTops(const QRectF &area, const QList<double> &actualHeights,
+                           const QList<double> &planned);
 
 } // namespace orvella::actions

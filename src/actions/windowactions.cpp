@@ -2,6 +2,7 @@
 #include "actions/windowactions.h"
 
 #include "actions/axwindowmatch.h"
+#include "actions/screenpixels.h"
 #include "actions/shelftiler.h"
 #include "logging.h"
 #include "platform/desktop.h"
@@ -9,14 +10,14 @@
 #include "platform/windowcontrol.h"
 #include "tracking/windowmanager.h"
 
-#include <QScreen>
-
 namespace orvella::actions {
 
 namespace {
 
 constexpr int kTileRefreshMs = 400;
 constexpr int kFocusRefreshMs = 300;
+constexpr auto kTileCheckPause = std::chrono::milliseconds(80);
+constexpr double kTileTolerance = 3.0;
 
 } // namespace
 
@@ -27,11 +28,7 @@ WindowActions::WindowActions(ActionContext context, QObject *parent)
 
 SidebarPlacement WindowActions::sidebar() const
 {
-    const tracking::TrackingState &state = m_context.manager->state();
-    SidebarPlacement placement{state.sidebarWidth, state.sidebarPosition, std::nullopt};
-    if (const QScreen *screen = state.sidebarScreen)
-        placement.screenOrigin = QPointF(screen->geometry().topLeft());
-    return placement;
+    return deviceSidebar(m_context.manager->state());
 }
 
 void WindowActions::refreshAfter(int delayMs, Completion completion)
@@ -70,14 +67,8 @@ void WindowActions::tileCategoryWindows(const QString &categoryID, TileAlignment
     runInBackground(
         m_context, this,
         [desktop, control, scheduler, windows, placement, alignment, widthFraction] {
-            // The screens are the platform's to read, so the column is planned here.
-            const std::optional<QRectF> area = usableArea(control->screens(), placement);
-            if (!area) {
-                qCWarning(lcActions) << "[OV] tile: no screen to tile on";
-                return;
-            }
-            const ColumnPlan plan = planColumn(*area, alignment, widthFraction, int(windows.size()));
-            ShelfTiler(*desktop, *control, *scheduler).place(windows, plan);
+            // The screens are the platform's to read, so the column is planned there.
+            ShelfTiler(*desktop, *control, *scheduler).tile(windows, placement, alignment, widthFraction);
         },
         [this, completion] { refreshAfter(kTileRefreshMs, completion); });
 }
@@ -88,18 +79,32 @@ void WindowActions::tileWindow(const tracking::WindowItem &window, TilePosition 
     const SidebarPlacement placement = sidebar();
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
+    platform::Scheduler *scheduler = m_context.scheduler;
     runInBackground(
         m_context, this,
-        [desktop, control, window, placement, position] {
-            const std::optional<QRectF> area = usableArea(control->screens(), placement);
+        [desktop, control, scheduler, window, placement, position] {
             const auto element = findAXWindow(window, desktop->readSnapshot());
-            if (!area || !element || !element->windowNumber)
+            if (!element || !element->windowNumber)
                 return;
+            const std::optional<QRectF> area = usableArea(control->screens(), placement, {element->frame});
+            if (!area)
+                return;
+            const qint64 number = *element->windowNumber;
             // A minimised window would be moved where nobody sees it: bring it back first.
             if (element->minimized)
-                control->setMinimized(*element->windowNumber, false);
-            ShelfTiler::applyAXFrame(*control, *element->windowNumber, tilePosition::frame(position, *area));
-            control->raise(*element->windowNumber);
+                control->setMinimized(number, false);
+            control->unmaximize(number);
+            const QRectF target = tilePosition::frame(position, *area);
+            ShelfTiler::applyAXFrame(*control, number, target);
+            control->raise(number);
+            scheduler->pause(kTileCheckPause);
+            const std::optional<QRectF> landed = control->frame(number);
+            if (landed && !framesMatch(QRectF(landed->topLeft(), target.size()), target, kTileTolerance))
+                qCWarning(lcActions).noquote()
+                    << QStringLiteral("[OV] tileWindow: window %1 stays at (%2, %3), expected (%4, %5)")
+                           .arg(QString::number(number), QString::number(landed->x()),
+                                QString::number(landed->y()), QString::number(target.x()),
+                                QString::number(target.y()));
         },
         [this, completion] { refreshAfter(kTileRefreshMs, completion); });
 }

@@ -56,6 +56,10 @@ public:
     /// Moves the outer frame's top-left corner.
     virtual bool setPosition(qint64 window, const QPointF &topLeft) = 0;
     virtual bool setMinimized(qint64 window, bool minimized) = 0;
+    /// Takes the window out of the maximised and full-screen states, in which window
+    /// managers ignore moves, and waits (bounded) until it has left them. True when it
+    /// is in neither state afterwards, at once when it was in neither.
+    virtual bool unmaximize(qint64 window) = 0;
     /// Puts the window above its siblings without giving it the focus.
     virtual bool raise(qint64 window) = 0;
     /// Makes the window the active one (de-iconifying it).

@@ -48,6 +48,7 @@ private slots:
     void tilingWithWindowsThatRefuseToShrink();
     void tilingRecoversFromWhatTheWindowsDid();
     void tilingFollowsTheSidebarSettings();
+    void tilingUnmaximizesReportsWhatStaysAndPicksTheWindowsMonitor();
     void showDesktopTogglesExactlyItsWindows();
     void newWindow_data();
     void newWindow();
@@ -232,16 +233,14 @@ void TestActions::tilingWithWindowsThatRefuseToShrink()
         QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("right"), 0.3, std::move(done)));
     }));
 
-    // 900 points are taken by the fixed windows: the others get the 50-point floor and
-    // the column runs past the screen's bottom.
-    double y = 0;
+    // 900 points are taken by the fixed windows: the others get the 50-point floor, and
+    // the column, too long for the screen, piles up at its bottom edge instead of
+    // putting windows below it.
+    const QList<double> tops{0, 50, 350, 400, 450, 750, 750, 750, 750, 750};
     for (qint64 n = 1; n <= 10; ++n) {
-        const QRectF frame = *m_desktop->frameOf(n);
         const double height = (n == 2 || n == 5 || n == 9) ? 300 : 50;
-        QCOMPARE(frame, QRectF(700, y, 300, height));
-        y += height;
+        QCOMPARE(*m_desktop->frameOf(n), QRectF(700, tops[n - 1], 300, height));
     }
-    QCOMPARE(y, 1250.0);
     // First placement, two fitting rounds (the second changes nothing), two final passes.
     QCOMPARE(m_clock->pausedTotal(), 150ms + 2 * 80ms + 80ms + 100ms);
     // The second pass raises in the shelf's order, so the first ends up below the last.
@@ -306,6 +305,38 @@ void TestActions::tilingFollowsTheSidebarSettings()
     QVERIFY(tileLeftHalf());
     QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(0, 0, 350, 800)));
     m_wm.reset();
+}
+
+// A maximised window ignores moves until it is unmaximised (it used to stay, and push the
+// rest of the column off the screen); a window that never moves is a failure, logged.
+// Without a sidebar a window is tiled on the monitor it is on.
+void TestActions::tilingUnmaximizesReportsWhatStaysAndPicksTheWindowsMonitor()
+{
+    const QRectF right(1000, 0, 800, 600);
+    m_desktop->setScreens({{kScreen, kScreen, true}, {right, right, false}});
+    SimulatedDesktop::Window big = window(1, QStringLiteral("big"), kScreen);
+    big.maximized = true;
+    SimulatedDesktop::Window stuck = window(2, QStringLiteral("stuck"));
+    stuck.ignoredMoves = 1000;
+    m_desktop->addWindow(kEditor, big);
+    m_desktop->addWindow(kEditor, stuck);
+    m_desktop->addWindow(kTerminal, window(3, QStringLiteral("away"), QRectF(1100, 100, 400, 300)));
+    refresh();
+    const QString shelf = shelfOf({1, 2});
+    QTest::ignoreMessage(QtInfoMsg, "[OV] Tile verification: correcting positions");
+    QTest::ignoreMessage(QtWarningMsg,
+                         "[OV] Tile verification: window 2 stays at (100, 100), expected (0, 400)");
+    QVERIFY(run([&](Completion done) {
+        QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("left"), 0.5, std::move(done)));
+    }));
+    QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(0, 0, 500, 400)));
+    QVERIFY(m_desktop->controlLog().contains(QStringLiteral("unmaximize 1")));
+
+    QString away;
+    for (const WindowItem &w : m_wm->windows())
+        away = w.windowNumber == 3 ? w.id : away;
+    QVERIFY(run([&](Completion done) { QVERIFY(m_wm->tileWindow(away, QStringLiteral("leftHalf"), done)); }));
+    QCOMPARE(m_desktop->frameOf(3), std::optional(QRectF(1000, 0, 400, 600)));
 }
 
 void TestActions::showDesktopTogglesExactlyItsWindows()

@@ -1,8 +1,9 @@
 // Window actions against a real window manager: a tiled shelf lands where it was planned
-// (also with a window that will not shrink), show desktop brings back what it minimised,
-// a raised shelf and a closed window reach the client, and a new window asked of a desktop
-// entry's application appears and is moved to the sidebar's screen. Which windows an
-// action picks is the simulated desktop's test.
+// (also with a window that will not shrink, and with maximised and full-screen windows), a
+// window is tiled on its own monitor when no sidebar decides, show desktop brings back what
+// it minimised, a raised shelf and a closed window reach the client, and a new window asked
+// of a desktop entry's application appears and is moved to the sidebar's screen. Which
+// windows an action picks is the simulated desktop's test.
 #include "actions/actionrunner.h"
 #include "actions/newwindowopener.h"
 #include "actions/tilegeometry.h"
@@ -12,6 +13,10 @@
 #include "testclientprocess.h"
 #include "tracking/windowmanager.h"
 #include "xtestconnection.h"
+
+#include <sys/uio.h>
+#include <xcb/randr.h>
+#include <xcb/xcbext.h>
 
 #include <QFile>
 #include <QProcess>
@@ -48,6 +53,73 @@ QString text(const QRectF &r)
     return QStringLiteral("%1,%2 %3x%4").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
 }
 
+/// Splits the test screen (1280x800) into two monitors side by side, as RandR 1.5
+/// monitors; the left one is primary and takes the screen's output. Undone on destruction.
+class SplitMonitors
+{
+public:
+    SplitMonitors()
+    {
+        xcb_connection_t *c = m_x.connection();
+        const auto resources = xcb_randr_get_screen_resources_current_reply(
+            c, xcb_randr_get_screen_resources_current(c, m_x.root()), nullptr);
+        if (!resources)
+            return;
+        const int outputs = xcb_randr_get_screen_resources_current_outputs_length(resources);
+        const xcb_randr_output_t output =
+            outputs > 0 ? xcb_randr_get_screen_resources_current_outputs(resources)[0] : XCB_NONE;
+        std::free(resources);
+        m_ok = add("ORVELLA-LEFT", 0, true, output) && add("ORVELLA-RIGHT", 640, false, XCB_NONE);
+    }
+    ~SplitMonitors()
+    {
+        for (const xcb_atom_t name : m_names)
+            xcb_randr_delete_monitor(m_x.connection(), m_x.root(), name);
+        m_x.sync();
+    }
+    bool ok() const { return m_ok; }
+
+private:
+    bool add(const char *name, std::int16_t x, bool primary, xcb_randr_output_t output)
+    {
+        // The request carries the monitor's outputs right after it.
+        struct
+        {
+            xcb_randr_monitor_info_t info;
+            xcb_randr_output_t output;
+        } monitor{};
+        monitor.info.name = m_x.atom(name);
+        monitor.info.primary = primary;
+        monitor.info.nOutput = output == XCB_NONE ? 0 : 1;
+        monitor.info.x = x;
+        monitor.info.width = 640;
+        monitor.info.height = 800;
+        monitor.info.width_in_millimeters = 170;
+        monitor.info.height_in_millimeters = 210;
+        monitor.output = output;
+        // Sent by hand: libxcb's xcb_randr_set_monitor() leaves a part of the request
+        // uninitialised and so fails an assertion at random.
+        xcb_randr_set_monitor_request_t request{};
+        request.window = m_x.root();
+        iovec parts[6] = {};
+        parts[2] = {&request, sizeof request};
+        parts[4] = {&monitor, size_t(xcb_randr_monitor_info_sizeof(&monitor.info))};
+        static const xcb_protocol_request_t kind{
+            .count = 4, .ext = &xcb_randr_id, .opcode = XCB_RANDR_SET_MONITOR, .isvoid = 1};
+        xcb_connection_t *c = m_x.connection();
+        const xcb_void_cookie_t cookie{xcb_send_request(c, XCB_REQUEST_CHECKED, parts + 2, &kind)};
+        auto *error = xcb_request_check(c, cookie);
+        std::free(error);
+        if (!error)
+            m_names.append(monitor.info.name);
+        return !error;
+    }
+
+    testsupport::XTestConnection m_x;
+    QList<xcb_atom_t> m_names;
+    bool m_ok = false;
+};
+
 struct ClientWindow
 {
     QString title;
@@ -64,6 +136,8 @@ private slots:
     void cleanup();
     void tiledShelfLandsWhereComputed_data();
     void tiledShelfLandsWhereComputed();
+    void maximizedAndFullScreenWindowsAreTiledInsideTheMonitor();
+    void withoutSidebarAWindowIsTiledOnItsOwnMonitor();
     void showDesktopTwiceRestoresWhatItMinimized();
     void raisedShelfEndsWithItsFirstWindowInFront();
     void closeAsksTheClient();
@@ -256,6 +330,73 @@ void TestActionsX11::tiledShelfLandsWhereComputed()
                  qPrintable(order[i] + u' ' + text(frame) + QStringLiteral(", expected ") + text(expected)));
         y += frame.height();
     }
+}
+
+// Regression: the window manager ignored moves of the maximised and full-screen windows, and
+// the column's third window was put below the screen.
+void TestActionsX11::maximizedAndFullScreenWindowsAreTiledInsideTheMonitor()
+{
+    startClient({{QStringLiteral("max"), {}}, {QStringLiteral("full"), {}}, {QStringLiteral("plain"), {}}});
+    testsupport::XTestConnection x;
+    const auto xid = [this](const char *title) {
+        return quint32(*element(QLatin1String(title))->windowNumber);
+    };
+    const auto state = [&](const char *title) {
+        return x.cardinals(xid(title), "_NET_WM_STATE", XCB_ATOM_ATOM);
+    };
+    const quint32 maxVert = x.atom("_NET_WM_STATE_MAXIMIZED_VERT");
+    const quint32 fullScreen = x.atom("_NET_WM_STATE_FULLSCREEN");
+    x.sendToRoot(xid("max"), "_NET_WM_STATE", {1, maxVert, x.atom("_NET_WM_STATE_MAXIMIZED_HORZ"), 2});
+    x.sendToRoot(xid("full"), "_NET_WM_STATE", {1, fullScreen, 0, 2});
+    QTRY_VERIFY_WITH_TIMEOUT(state("max").contains(maxVert) && state("full").contains(fullScreen),
+                             kTimeoutMs);
+    QVERIFY(settled());
+
+    const QString shelf = shelfOf({QStringLiteral("max"), QStringLiteral("full"), QStringLiteral("plain")});
+    m_wm->state().sidebarWidth = 200;
+    m_wm->state().sidebarPosition = QStringLiteral("left");
+    QVERIFY(waitFor([&](Completion done) {
+        QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("left"), 0.5, std::move(done)));
+    }));
+    // The 1280x800 screen less the 200-pixel sidebar: a 540-pixel column of three rows.
+    const double row = 800.0 / 3;
+    const QList<QRectF> expected{QRectF(200, 0, 540, row), QRectF(200, row, 540, row),
+                                 QRectF(200, 2 * row, 540, row)};
+    const QStringList titles{"max", "full", "plain"};
+    for (int i = 0; i < 3; ++i) {
+        const QRectF frame = element(titles[i])->frame;
+        QVERIFY2(
+            actions::framesMatch(frame, expected[i], kTolerance),
+            qPrintable(titles[i] + u' ' + text(frame) + QStringLiteral(", expected ") + text(expected[i])));
+    }
+    QVERIFY(!state("max").contains(maxVert));
+    QVERIFY(!state("full").contains(fullScreen));
+}
+
+void TestActionsX11::withoutSidebarAWindowIsTiledOnItsOwnMonitor()
+{
+    const SplitMonitors monitors;
+    QVERIFY2(monitors.ok(), "the X server refused RandR monitors");
+    QCOMPARE(m_control->screens().size(), 2);
+    startClient({{QStringLiteral("east"), {}}, {QStringLiteral("west"), {}}});
+    QVERIFY(m_control->setPosition(*element(QStringLiteral("east"))->windowNumber, {700, 100}));
+    QVERIFY(m_control->setPosition(*element(QStringLiteral("west"))->windowNumber, {50, 100}));
+    QTRY_VERIFY_WITH_TIMEOUT(element(QStringLiteral("east"))->frame.x() >= 640, kTimeoutMs);
+
+    // No settings: no sidebar, so the monitor of the window(s) decides.
+    const QString shelf = shelfOf({QStringLiteral("east")});
+    QVERIFY(waitFor([&](Completion done) {
+        QVERIFY(m_wm->tileCategoryWindows(shelf, QStringLiteral("left"), 0.5, std::move(done)));
+    }));
+    const QRectF east = element(QStringLiteral("east"))->frame;
+    QVERIFY2(actions::framesMatch(east, QRectF(640, 0, 320, 800), kTolerance), qPrintable(text(east)));
+
+    QVERIFY(waitFor([&](Completion done) {
+        QVERIFY(m_wm->tileWindow(byTitle(QStringLiteral("west"))->id, QStringLiteral("rightHalf"),
+                                 std::move(done)));
+    }));
+    const QRectF west = element(QStringLiteral("west"))->frame;
+    QVERIFY2(actions::framesMatch(west, QRectF(320, 0, 320, 800), kTolerance), qPrintable(text(west)));
 }
 
 void TestActionsX11::showDesktopTwiceRestoresWhatItMinimized()

@@ -240,7 +240,8 @@ bool SimulatedDesktop::setSize(qint64 window, const QSizeF &size)
     m_controlLog.append(QStringLiteral("setSize %1 %2x%3").arg(window).arg(size.width()).arg(size.height()));
     if (!w)
         return false;
-    w->frame.setSize(size.expandedTo(w->minSize));
+    if (!w->maximized)
+        w->frame.setSize(size.expandedTo(w->minSize));
     return true;
 }
 
@@ -253,8 +254,21 @@ bool SimulatedDesktop::setPosition(qint64 window, const QPointF &topLeft)
         return false;
     if (w->ignoredMoves > 0)
         --w->ignoredMoves;
-    else
+    else if (!w->maximized)
         w->frame.moveTopLeft(topLeft);
+    return true;
+}
+
+bool SimulatedDesktop::unmaximize(qint64 window)
+{
+    QMutexLocker lock(&m_mutex);
+    Window *w = find(window);
+    if (!w)
+        return false;
+    // Logged only when there is a state to leave, as a window manager sees a request.
+    if (w->maximized)
+        m_controlLog.append(QStringLiteral("unmaximize %1").arg(window));
+    w->maximized = false;
     return true;
 }
 

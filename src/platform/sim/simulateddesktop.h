@@ -43,6 +43,8 @@ public:
         bool closesOnRequest = true;
         /// This many moves are lost, as with a window manager that is busy elsewhere.
         int ignoredMoves = 0;
+        /// Maximised or full screen: moves and sizes are ignored until unmaximize().
+        bool maximized = false;
         /// Mapping order, set by the desktop: earlier windows of an app have smaller values.
         qint64 mappedSerial = 0;
     };
@@ -105,6 +107,7 @@ public:
     bool setSize(qint64 window, const QSizeF &size) override;
     bool setPosition(qint64 window, const QPointF &topLeft) override;
     bool setMinimized(qint64 window, bool minimized) override;
+    bool unmaximize(qint64 window) override;
     bool raise(qint64 window) override;
     bool activate(qint64 window) override;
     bool close(qint64 window) override;

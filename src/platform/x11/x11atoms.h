@@ -48,6 +48,9 @@ struct Atoms
     std::uint32_t netWmStateSkipTaskbar = 0;
     std::uint32_t netWmStateAbove = 0;
     std::uint32_t netWmStateBelow = 0;
+    std::uint32_t netWmStateMaximizedVert = 0;
+    std::uint32_t netWmStateMaximizedHorz = 0;
+    std::uint32_t netWmStateFullscreen = 0;
     std::uint32_t gtkApplicationId = 0;
     std::uint32_t kdeNetWmDesktopFile = 0;
     std::uint32_t netMoveresizeWindow = 0;

@@ -31,6 +31,11 @@ constexpr std::uint32_t kKeysymShiftL = 0xffe1;
 // How long the window manager may take to hand the focus over before keys are typed.
 constexpr int kFocusWaitSteps = 50;
 constexpr std::chrono::milliseconds kFocusWaitStep{10};
+constexpr std::uint32_t kStateRemove = 0;
+// How long the window manager may take to leave a maximised or full-screen state.
+constexpr int kStateWaitSteps = 100;
+constexpr std::chrono::milliseconds kStateWaitStep{10};
+constexpr std::uint32_t kMaxStateAtoms = 64;
 
 void sleepFor(std::chrono::milliseconds duration)
 {
@@ -55,6 +60,8 @@ struct X11WindowControl::Private
     bool supports(std::uint32_t atom);
     QList<xcb_keycode_t> keycodes(std::uint32_t keysym);
     bool exists(std::uint32_t window);
+    /// Whether the window is maximised (either way) or full screen; absent when it is gone.
+    std::optional<bool> maximized(std::uint32_t window);
 
     QMutex mutex;
     xcb_connection_t *connection = nullptr;
@@ -118,6 +125,18 @@ bool X11WindowControl::Private::exists(std::uint32_t window)
     const auto attributes =
         replies.take(xcb_get_window_attributes_reply, xcb_get_window_attributes(connection, window));
     return attributes && !replies.vanished();
+}
+
+std::optional<bool> X11WindowControl::Private::maximized(std::uint32_t window)
+{
+    ReplyCollector replies(connection);
+    const PropertyReply reply = replies.property(
+        xcb_get_property(connection, 0, window, atoms.netWmState, XCB_ATOM_ATOM, 0, kMaxStateAtoms));
+    if (replies.vanished())
+        return std::nullopt;
+    const QList<std::uint32_t> states = decodeCardinals(reply.raw(), XCB_ATOM_ATOM, kMaxStateAtoms).value;
+    return states.contains(atoms.netWmStateMaximizedVert) || states.contains(atoms.netWmStateMaximizedHorz)
+           || states.contains(atoms.netWmStateFullscreen);
 }
 
 std::optional<std::uint32_t> X11WindowControl::Private::activeWindow()
@@ -253,6 +272,33 @@ bool X11WindowControl::setMinimized(qint64 window, bool minimized)
         return d->sendToRoot(std::uint32_t(window), d->atoms.wmChangeState, {kIconicState, 0, 0, 0, 0});
     return d->sendToRoot(std::uint32_t(window), d->atoms.netActiveWindow,
                          {kSourcePager, d->timestamp(), XCB_NONE, 0, 0});
+}
+
+bool X11WindowControl::unmaximize(qint64 window)
+{
+    QMutexLocker lock(&d->mutex);
+    if (!d->alive())
+        return false;
+    const auto w = std::uint32_t(window);
+    const std::optional<bool> before = d->maximized(w);
+    if (!before || !*before)
+        return before.has_value();
+    // One message removes at most two states.
+    if (!d->sendToRoot(w, d->atoms.netWmState,
+                       {kStateRemove, d->atoms.netWmStateMaximizedVert, d->atoms.netWmStateMaximizedHorz,
+                        kSourcePager, 0})
+        || !d->sendToRoot(w, d->atoms.netWmState,
+                          {kStateRemove, d->atoms.netWmStateFullscreen, XCB_NONE, kSourcePager, 0}))
+        return false;
+    for (int i = 0; i < kStateWaitSteps; ++i) {
+        const std::optional<bool> now = d->maximized(w);
+        if (!now || !*now)
+            return now.has_value();
+        sleepFor(kStateWaitStep);
+    }
+    qCInfo(lcPlatform).nospace() << "[OV] window 0x" << Qt::hex << w
+                                 << " stayed maximised or full screen; moving it anyway";
+    return false;
 }
 
 bool X11WindowControl::raise(qint64 window)

@@ -28,6 +28,7 @@ public:
     bool setSize(qint64 window, const QSizeF &size) override;
     bool setPosition(qint64 window, const QPointF &topLeft) override;
     bool setMinimized(qint64 window, bool minimized) override;
+    bool unmaximize(qint64 window) override;
     bool raise(qint64 window) override;
     bool activate(qint64 window) override;
     bool close(qint64 window) override;

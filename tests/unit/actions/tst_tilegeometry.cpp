@@ -2,8 +2,12 @@
 // sharing; finding a window's element again; the new-window shortcut table.
 #include "actions/axwindowmatch.h"
 #include "actions/newwindowshortcut.h"
+#include "actions/screenpixels.h"
 #include "actions/tilegeometry.h"
+#include "tracking/trackingstate.h"
 
+#include <QGuiApplication>
+#include <QScreen>
 #include <QTest>
 
 #include <cmath>
@@ -33,6 +37,7 @@ private slots:
     void positionNames();
     void usableArea_data();
     void usableArea();
+    void scaledScreenInDevicePixels();
     void column_data();
     void column();
     void heightSharing_data();
@@ -90,25 +95,34 @@ void TestTileGeometry::usableArea_data()
     QTest::addColumn<double>("width");
     QTest::addColumn<QString>("position");
     QTest::addColumn<std::optional<QPointF>>("sidebarScreen");
+    QTest::addColumn<QList<QRectF>>("windows");
     QTest::addColumn<std::optional<QRectF>>("area");
     const auto row = [](const char *name, const QList<ScreenInfo> &screens, double width,
                         const char *position, std::optional<QPointF> sidebarScreen,
-                        std::optional<QRectF> area) {
-        QTest::newRow(name) << screens << width << QString::fromLatin1(position) << sidebarScreen << area;
+                        const QList<QRectF> &windows, std::optional<QRectF> area) {
+        QTest::newRow(name) << screens << width << QString::fromLatin1(position) << sidebarScreen << windows
+                            << area;
     };
     const QList<ScreenInfo> one{{kScreen, kVisible, true}};
-    const QList<ScreenInfo> two{{QRectF(-1200, 0, 1200, 900), QRectF(-1200, 0, 1200, 900), false},
-                                {kScreen, kVisible, true}};
-    row("sidebar left", one, 250, "left", {}, QRectF(250, 25, 750, 775));
-    row("sidebar right", one, 250, "right", {}, QRectF(0, 25, 750, 775));
-    row("any other position is the right edge", one, 250, "bottom", {}, QRectF(0, 25, 750, 775));
-    row("sidebar on the target screen", two, 250, "left", QPointF(0, 0), QRectF(250, 25, 750, 775));
-    row("sidebar on another screen", two, 250, "left", QPointF(-1200, 0), kVisible);
-    row("no sidebar width", one, 0, "left", {}, kVisible);
+    const QRectF leftScreen(-1200, 0, 1200, 900);
+    const QList<ScreenInfo> two{{leftScreen, leftScreen, false}, {kScreen, kVisible, true}};
+    const QList<QRectF> onTheLeft{QRectF(-1000, 100, 400, 300), QRectF(-300, 0, 400, 300)};
+    row("sidebar left", one, 250, "left", {}, {}, QRectF(250, 25, 750, 775));
+    row("sidebar right", one, 250, "right", {}, {}, QRectF(0, 25, 750, 775));
+    row("any other position is the right edge", one, 250, "bottom", {}, {}, QRectF(0, 25, 750, 775));
+    row("sidebar on the main screen", two, 250, "left", QPointF(0, 0), onTheLeft, QRectF(250, 25, 750, 775));
+    row("sidebar on another screen: tiled there", two, 250, "left", QPointF(-1200, 0), {},
+        QRectF(-950, 0, 950, 900));
+    row("sidebar's screen gone: the main one, whole", two, 250, "left", QPointF(500, 0), onTheLeft, kVisible);
+    row("no sidebar width", one, 0, "left", {}, {}, kVisible);
+    row("no sidebar: where most windows are (a window counts where most of it is)", two, 0, "left", {},
+        onTheLeft + QList<QRectF>{QRectF(100, 100, 400, 300)}, leftScreen);
+    row("no sidebar, a tie: the main screen", two, 0, "left", {},
+        {QRectF(-1000, 100, 400, 300), QRectF(100, 100, 400, 300), QRectF(5000, 0, 10, 10)}, kVisible);
     row("first screen without a main one",
         {{kScreen, kVisible, false}, {QRectF(1000, 0, 800, 600), QRectF(1000, 0, 800, 600), false}}, 0,
-        "left", {}, kVisible);
-    row("no screens", {}, 250, "left", {}, {});
+        "left", {}, {}, kVisible);
+    row("no screens", {}, 250, "left", {}, {}, {});
 }
 
 void TestTileGeometry::usableArea()
@@ -117,8 +131,27 @@ void TestTileGeometry::usableArea()
     QFETCH(double, width);
     QFETCH(QString, position);
     QFETCH(std::optional<QPointF>, sidebarScreen);
+    QFETCH(QList<QRectF>, windows);
     QFETCH(std::optional<QRectF>, area);
-    QCOMPARE(actions::usableArea(screens, {width, position, sidebarScreen}), area);
+    QCOMPARE(actions::usableArea(screens, {width, position, sidebarScreen}, windows), area);
+}
+
+// At a scale of 2 the sidebar took only half its width off the area: Qt halves screen sizes
+// (the offscreen screen is 800x800 device pixels), X does not.
+void TestTileGeometry::scaledScreenInDevicePixels()
+{
+    QScreen *screen = QGuiApplication::primaryScreen();
+    QCOMPARE(screen->geometry(), QRect(0, 0, 400, 400));
+    const ScreenInfo device = deviceScreen(*screen);
+    QCOMPARE(device.frame, QRectF(0, 0, 800, 800));
+    QCOMPARE(device.visibleFrame, QRectF(0, 0, 800, 800));
+    tracking::TrackingState state;
+    state.sidebarScreen = screen;
+    state.sidebarWidth = 250;
+    const SidebarPlacement sidebar = deviceSidebar(state);
+    QCOMPARE(sidebar.width, 500.0);
+    QCOMPARE(sidebar.screenOrigin, std::optional(QPointF(0, 0)));
+    QCOMPARE(actions::usableArea({device}, sidebar), std::optional(QRectF(500, 0, 300, 800)));
 }
 
 void TestTileGeometry::column_data()
@@ -196,11 +229,15 @@ void TestTileGeometry::heightSharing()
     QCOMPARE(fixed, fixedAfter);
 }
 
-// What the verification pass after tiling compares: planned heights stand in for unread ones.
+// What the verification pass after tiling compares: planned heights stand in for unread ones,
+// and a column that overflows its monitor piles up at the bottom instead of leaving it.
 void TestTileGeometry::verification()
 {
-    QCOMPARE(expectedTops(25, {100, 0, 120}, {90, 80, 70}), QList<double>({25, 125, 205}));
-    QCOMPARE(expectedTops(0, {}, {}), QList<double>());
+    const QRectF area(0, 25, 1000, 775);
+    QCOMPARE(expectedTops(area, {100, 0, 120}, {90, 80, 70}), QList<double>({25, 125, 205}));
+    QCOMPARE(expectedTops(area, {}, {}), QList<double>());
+    QCOMPARE(stackTops(area, {300, 300, 300, 50}), QList<double>({25, 325, 625, 750}));
+    QCOMPARE(stackTops(area, {790, 20, 300}), QList<double>({25, 780, 750}));
     const QRectF a(10, 10, 100, 100);
     QVERIFY(framesMatch(a, QRectF(13, 7, 103, 97), 3));
     QVERIFY(!framesMatch(a, QRectF(10, 10, 100, 104), 3));
@@ -277,5 +314,12 @@ void TestTileGeometry::newWindowShortcuts()
     QCOMPARE((NewWindowShortcut{70000, NewWindowShortcut::kCommand}.keyShortcut().keysym), quint32(0));
 }
 
-QTEST_GUILESS_MAIN(TestTileGeometry)
+int main(int argc, char **argv)
+{
+    // Every geometry here is in device pixels; the scale only shows where Qt's screens come in.
+    qputenv("QT_SCALE_FACTOR", "2");
+    QGuiApplication app(argc, argv);
+    TestTileGeometry test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_tilegeometry.moc"
