@@ -123,7 +123,7 @@ void TestActions::verbsById_data()
     QTest::newRow("tile window") << "tileWindow"
                                  << QStringList{"setSize 1 500x800", "setPosition 1 0,0", "raise 1"};
     QTest::newRow("new window for item")
-        << "openNewWindowForItem" << QStringList{"activate 1", "sendShortcut 1 ctrl+6e"};
+        << "openNewWindowForItem" << QStringList{"activate 1", "sendShortcut 1 ctrl+shift+6e"};
     QTest::newRow("minimize section") << "minimizeCategoryWindows" << QStringList{"setMinimized 1 1"};
     QTest::newRow("restore section") << "restoreCategoryWindows" << QStringList{"setMinimized 2 0"};
     // The shelf's first window is raised last, so that it ends in front.
