@@ -409,7 +409,7 @@ void TestActions::newWindowOfAnUnknownApplication()
         run([&](Completion done) { m_wm->openNewWindow(QStringLiteral("no.such.app"), std::move(done)); }));
     QVERIFY(m_desktop->controlLog().isEmpty());
 
-    // Installed but not running: started, then the shortcut finds nobody to type into.
+    // Installed but not running: started, and no window of it ever comes.
     QVERIFY(run([&](Completion done) { m_wm->openNewWindow(notes, std::move(done)); }));
     QCOMPARE(m_desktop->controlLog(), QStringList{QStringLiteral("launch ") + notes});
 
