@@ -435,6 +435,7 @@ void TestActionsX11::commandLine_data()
     QTest::addColumn<QString>("outcome"); // "unmoved", "maximized", "minimized"
     QTest::newRow("tile-window") << QStringList{"tile-window", "ID", "maximize"} << 0 << "maximized";
     QTest::newRow("minimize") << QStringList{"minimize", "ID"} << 0 << "minimized";
+    QTest::newRow("focus") << QStringList{"focus", "ID"} << 0 << "unmoved";
     QTest::newRow("unknown window") << QStringList{"tile-window", "nobody::wn:1", "maximize"} << 2
                                     << "unmoved";
     QTest::newRow("unknown shelf") << QStringList{"tile-shelf", "shelf-9", "--width", "1"} << 2 << "unmoved";
