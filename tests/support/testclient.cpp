@@ -28,7 +28,7 @@ constexpr size_t kSliceBytes = 128 * 1024;
 const char kUsage[] =
     "usage: orvella-testclient [--class NAME] [--pid N] [--gtk-app-id ID] [--stay]\n"
     "         [--delay-ms N] [--desktop N] [--report-keys]\n"
-    "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title]\n"
+    "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title] [--no-input]\n"
     "          [--icon SIDE]...]...\n"
     "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n"
     "stdout: \"ready 0xID TITLE\" per window once managed, \"closed 0xID\" when asked to close one;\n"
@@ -45,6 +45,8 @@ struct WindowSpec
     uint32_t width = 320, height = 200;
     uint32_t minWidth = 0, minHeight = 0;
     bool iconic = false;
+    /// WM_HINTS input false: the window manager never gives it the focus.
+    bool takesInput = true;
     std::vector<uint32_t> iconSides; // square images, in property order
 };
 
@@ -135,9 +137,14 @@ bool parse(int argc, char **argv, Options *o)
             last->iconic = true;
         else if (arg == "--no-title" && last)
             last->setTitle = false;
+        else if (arg == "--no-input" && last)
+            last->takesInput = false;
         else
             return false;
-        i += arg != "--iconic" && arg != "--no-title" && arg != "--stay" && arg != "--report-keys" ? 1 : 0;
+        i += arg != "--iconic" && arg != "--no-title" && arg != "--no-input" && arg != "--stay"
+                     && arg != "--report-keys"
+                 ? 1
+                 : 0;
     }
     if (o->windows.empty())
         o->windows.emplace_back("Test window");
@@ -253,7 +260,8 @@ xcb_window_t createWindow(Client &cl, const WindowSpec &spec)
         setText(c, w, cl.atoms.gtkApplicationId, cl.atoms.utf8String, cl.options.gtkAppId);
     setProperty(c, w, cl.atoms.wmProtocols, XCB_ATOM_ATOM, 32, &cl.atoms.wmDeleteWindow, 4);
     // WM_HINTS: flags (InputHint, StateHint when iconic), input, initial_state, then unused.
-    const uint32_t hints[9] = {spec.iconic ? 3u : 1u, 1, spec.iconic ? kIconicState : 1u};
+    const uint32_t hints[9] = {spec.iconic ? 3u : 1u, spec.takesInput ? 1u : 0u,
+                               spec.iconic ? kIconicState : 1u};
     setProperty(c, w, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 32, hints, sizeof hints);
     // WM_NORMAL_HINTS: flags (PSize, PMinSize when asked), x, y, width, height, minimum size...
     const uint32_t sizeHints[18] = {

@@ -65,6 +65,7 @@ private slots:
     void slowColdStartGetsOneWindowOnTheSidebarScreen();
     void newWindowActionIsUsedInsteadOfKeys();
     void keysReachOnlyTheTargetOnAnotherDesktop();
+    void noKeysWhenTheTargetNeverGetsTheFocus();
     void commandLine_data();
     void commandLine();
 
@@ -426,6 +427,19 @@ void TestActionsX11::keysReachOnlyTheTargetOnAnotherDesktop()
     QCOMPARE(windowsOf(kNewWindowApp), 2);
     const QRectF frame = element(QStringLiteral("Target 2"))->frame;
     QVERIFY2(screen.contains(frame.center()), qPrintable(text(frame)));
+}
+
+void TestActionsX11::noKeysWhenTheTargetNeverGetsTheFocus()
+{
+    testsupport::TestClient other(
+        {QStringLiteral("--report-keys"), QStringLiteral("--title"), QStringLiteral("Other")});
+    testsupport::TestClient mute({QStringLiteral("--report-keys"), QStringLiteral("--title"),
+                                  QStringLiteral("Mute"), QStringLiteral("--no-input")});
+    QVERIFY(m_control->activate(other.xids.first()));
+    QVERIFY(!m_control->sendShortcut(mute.xids.first(), {0x6e, true, false}));
+    QTest::qWait(300); // time for a stray key to arrive
+    QVERIFY(!other.readAllStandardOutput().contains("key "));
+    QVERIFY(!mute.readAllStandardOutput().contains("key "));
 }
 
 void TestActionsX11::commandLine_data()
