@@ -221,12 +221,22 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
                 qCWarning(lcActions).noquote() << "openNewWindow FAILED: NSWorkspace error=" + outcome->error;
             } else if (outcome->action || coldStart) {
                 const QPointer<NewWindowOpener> self(this);
-                awaitNewWindow(bundleID, outcome->startedPid, outcome->windowsBefore, kNewWindowAttempts,
-                               [self, bundleID, completion] {
-                                   if (self)
-                                       self->m_starting.remove(bundleID);
-                                   if (completion)
-                                       completion();
+                const qint32 pid = outcome->startedPid;
+                const auto done = [self, bundleID, completion] {
+                    if (self)
+                        self->m_starting.remove(bundleID);
+                    if (completion)
+                        completion();
+                };
+                awaitNewWindow(bundleID, pid, outcome->windowsBefore, kNewWindowAttempts,
+                               [self, bundleID, pid, coldStart, done] {
+                                   // Started cold, it is asked for the new window once its first
+                                   // one is up, as a running application is; until then a second
+                                   // request asks for nothing.
+                                   if (self && coldStart)
+                                       self->afterLaunch(bundleID, pid, 1, done);
+                                   else
+                                       done();
                                });
                 return;
             } else {
