@@ -8,6 +8,7 @@
 #include "platform/scheduler.h"
 #include "tracking/windowmanager.h"
 
+#include <QPointer>
 #include <QScreen>
 
 #include <algorithm>
@@ -20,6 +21,10 @@ constexpr int kActiveCheckMs = 300;
 constexpr int kRetryMs = 500;
 constexpr int kMoveAfterMs = 600;
 constexpr double kOnScreenProbe = 20;
+// A started application or a desktop action gets this long to map its window: long
+// enough for a cold office suite or browser on a loaded machine, looked at every 0.25 s.
+constexpr int kNewWindowPollMs = 250;
+constexpr int kNewWindowAttempts = 20000 / kNewWindowPollMs;
 
 struct AppState
 {
@@ -46,9 +51,66 @@ AppState appState(const platform::DesktopSnapshot &snapshot, const QString &bund
     return state;
 }
 
+// Every window of the application, whichever of its processes owns it.
+QSet<qint64> windowsOf(const platform::DesktopSnapshot &snapshot, const QString &bundleID)
+{
+    QSet<qint64> out;
+    for (const platform::RunningApp &app : snapshot.apps) {
+        if (app.bundleID != bundleID)
+            continue;
+        for (const platform::AppWindow &w :
+             snapshot.windowsByPid.value(app.pid).value_or(QList<platform::AppWindow>())) {
+            if (w.windowNumber)
+                out.insert(*w.windowNumber);
+        }
+    }
+    return out;
+}
+
+// The topmost window of the application that is not in `known`; one of the process that
+// was started wins, as another process of the application may open a window meanwhile.
+std::optional<qint64> newWindow(const platform::DesktopSnapshot &snapshot, const QString &bundleID,
+                                qint32 pid, const QSet<qint64> &known)
+{
+    std::optional<qint64> found;
+    for (const platform::RunningApp &app : snapshot.apps) {
+        const bool started = pid && app.pid == pid;
+        if (!app.regular || (app.bundleID != bundleID && !started))
+            continue;
+        for (const platform::AppWindow &w :
+             snapshot.windowsByPid.value(app.pid).value_or(QList<platform::AppWindow>())) {
+            if (!w.windowNumber || known.contains(*w.windowNumber))
+                continue;
+            if (started)
+                return w.windowNumber;
+            if (!found)
+                found = w.windowNumber;
+            break;
+        }
+    }
+    return found;
+}
+
 double clampedStart(double middle, double size, double low, double high)
 {
     return std::max(low, std::min(middle - size / 2, high - size));
+}
+
+// Centres the window on the screen's visible frame unless it is already on that screen.
+void moveOntoScreen(platform::WindowControl &control, qint64 window, const platform::ScreenInfo &screen)
+{
+    const std::optional<QRectF> frame = control.frame(window);
+    if (!frame)
+        return;
+    if (screen.frame.contains(frame->topLeft() + QPointF(kOnScreenProbe, kOnScreenProbe)))
+        return;
+    const QRectF &visible = screen.visibleFrame;
+    const double x = clampedStart(visible.center().x(), frame->width(), visible.left(), visible.right());
+    const double y = clampedStart(visible.center().y(), frame->height(), visible.top(), visible.bottom());
+    control.setPosition(window, {x, y});
+    qCInfo(lcActions).noquote() << QStringLiteral("[OV] Moved new window to sidebar screen at (%1, %2)")
+                                       .arg(x, 0, 'f', 0)
+                                       .arg(y, 0, 'f', 0);
 }
 
 } // namespace
@@ -86,6 +148,16 @@ void NewWindowOpener::openNewWindowForItem(const tracking::WindowItem &item, Com
 void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completion)
 {
     qCInfo(lcActions).noquote() << "openNewWindow START: bundleID=" + bundleID;
+    if (m_starting.contains(bundleID)) {
+        qCInfo(lcActions).noquote()
+            << QStringLiteral("[OV] openNewWindow: %1 is still starting; its first window is the new one")
+                   .arg(bundleID);
+        if (completion)
+            completion();
+        return;
+    }
+    // Until the snapshot says whether it runs, a second request could start it twice.
+    m_starting.insert(bundleID);
     const NewWindowShortcut shortcut = newWindowShortcut(bundleID);
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
@@ -93,8 +165,11 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
     {
         bool known = false;
         AppState before;
+        QSet<qint64> windowsBefore;
+        std::optional<QString> action;
         platform::LaunchOutcome launch = platform::LaunchOutcome::Launched;
         QString error;
+        qint32 startedPid = 0;
     };
     auto outcome = std::make_shared<Outcome>();
     runInBackground(
@@ -103,28 +178,68 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
             outcome->known = control->hasApplication(bundleID);
             if (!outcome->known)
                 return;
-            outcome->before = appState(desktop->readSnapshot(), bundleID);
+            const platform::DesktopSnapshot snapshot = desktop->readSnapshot();
+            outcome->before = appState(snapshot, bundleID);
+            outcome->windowsBefore = windowsOf(snapshot, bundleID);
+            // An application that declares how to open a new window is asked that way
+            // rather than through keys typed into it.
+            if (outcome->before.topmost)
+                outcome->action = control->newWindowAction(bundleID);
+            const QString how = outcome->action ? QStringLiteral("desktop action ") + *outcome->action
+                                : outcome->before.topmost
+                                    ? shortcut.description()
+                                    : QStringLiteral("no keys: its first window is the new one");
             qCInfo(lcActions).noquote()
                 << QStringLiteral("openNewWindow %1 pid=%2 winCountBefore=%3 shortcut=%4")
                        .arg(bundleID, QString::number(outcome->before.pid.value_or(0)),
-                            QString::number(outcome->before.windowCount), shortcut.description());
-            qCInfo(lcActions).noquote() << QStringLiteral("[OV] openNewWindow for %1 — will send %2")
-                                               .arg(bundleID, shortcut.description());
-            // A running application is only activated: launching it again would start
-            // a second instance of anything that is not single-instance.
-            if (outcome->before.topmost)
+                            QString::number(outcome->before.windowCount), how);
+            qCInfo(lcActions).noquote()
+                << QStringLiteral("[OV] openNewWindow for %1 — will send %2").arg(bundleID, how);
+            if (outcome->action) {
+                outcome->launch =
+                    control->launch(bundleID, *outcome->action, &outcome->error, &outcome->startedPid);
+            } else if (outcome->before.topmost) {
+                // A running application is only activated: launching it again would start
+                // a second instance of anything that is not single-instance.
                 outcome->launch = control->activate(*outcome->before.topmost)
                                       ? platform::LaunchOutcome::Launched
                                       : platform::LaunchOutcome::Failed;
-            else
-                outcome->launch = control->launch(bundleID, &outcome->error);
+                if (outcome->launch == platform::LaunchOutcome::Failed)
+                    outcome->error = QStringLiteral("the window manager did not activate its window");
+            } else {
+                outcome->launch = control->launch(bundleID, QString(), &outcome->error, &outcome->startedPid);
+            }
         },
         [this, bundleID, outcome, completion] {
+            const bool coldStart = outcome->known && outcome->launch == platform::LaunchOutcome::Launched
+                                   && !outcome->action && !outcome->before.topmost;
+            if (!coldStart)
+                m_starting.remove(bundleID);
             if (!outcome->known) {
                 qCInfo(lcActions).noquote() << "openNewWindow FAILED: no app URL for " + bundleID;
                 qCWarning(lcActions).noquote() << QStringLiteral("[OV] No app URL: %1").arg(bundleID);
             } else if (outcome->launch != platform::LaunchOutcome::Launched) {
                 qCWarning(lcActions).noquote() << "openNewWindow FAILED: NSWorkspace error=" + outcome->error;
+            } else if (outcome->action || coldStart) {
+                const QPointer<NewWindowOpener> self(this);
+                const qint32 pid = outcome->startedPid;
+                const auto done = [self, bundleID, completion] {
+                    if (self)
+                        self->m_starting.remove(bundleID);
+                    if (completion)
+                        completion();
+                };
+                awaitNewWindow(bundleID, pid, outcome->windowsBefore, kNewWindowAttempts,
+                               [self, bundleID, pid, coldStart, done] {
+                                   // Started cold, it is asked for the new window once its first
+                                   // one is up, as a running application is; until then a second
+                                   // request asks for nothing.
+                                   if (self && coldStart)
+                                       self->afterLaunch(bundleID, pid, 1, done);
+                                   else
+                                       done();
+                               });
+                return;
             } else {
                 const int countBefore = outcome->before.windowCount;
                 const qint32 pid = outcome->before.pid.value_or(0);
@@ -135,6 +250,39 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
             }
             if (completion)
                 completion();
+        });
+}
+
+void NewWindowOpener::awaitNewWindow(const QString &bundleID, qint32 pid, QSet<qint64> known,
+                                     int attemptsLeft, Completion completion)
+{
+    const auto desktop = m_context.desktop;
+    const auto control = m_context.control;
+    const std::optional<platform::ScreenInfo> screen = sidebarScreen();
+    auto found = std::make_shared<bool>(false);
+    runInBackground(
+        m_context, this,
+        [desktop, control, bundleID, pid, known, screen, found] {
+            const std::optional<qint64> window = newWindow(desktop->readSnapshot(), bundleID, pid, known);
+            *found = window.has_value();
+            if (window && screen)
+                moveOntoScreen(*control, *window, *screen);
+        },
+        [this, bundleID, pid, known, attemptsLeft, completion, found] {
+            if (*found || attemptsLeft <= 1) {
+                if (!*found)
+                    qCWarning(lcActions).noquote()
+                        << QStringLiteral("[OV] openNewWindow: no new window of %1 within %2 s")
+                               .arg(bundleID)
+                               .arg(kNewWindowAttempts * kNewWindowPollMs / 1000);
+                if (completion)
+                    completion();
+                return;
+            }
+            settleThen(m_context, this, kNewWindowPollMs,
+                       [this, bundleID, pid, known, attemptsLeft, completion] {
+                           awaitNewWindow(bundleID, pid, known, attemptsLeft - 1, completion);
+                       });
         });
 }
 
@@ -218,21 +366,7 @@ void NewWindowOpener::moveNewestWindow(const QString &bundleID, qint32 pid, int 
                 app = appState(snapshot, bundleID);
             if (!app.pid || app.windowCount <= countBefore || !app.topmost)
                 return;
-            const std::optional<QRectF> frame = control->frame(*app.topmost);
-            if (!frame)
-                return;
-            if (screen.frame.contains(frame->topLeft() + QPointF(kOnScreenProbe, kOnScreenProbe)))
-                return;
-            const QRectF &visible = screen.visibleFrame;
-            const double x =
-                clampedStart(visible.center().x(), frame->width(), visible.left(), visible.right());
-            const double y =
-                clampedStart(visible.center().y(), frame->height(), visible.top(), visible.bottom());
-            control->setPosition(*app.topmost, {x, y});
-            qCInfo(lcActions).noquote()
-                << QStringLiteral("[OV] Moved new window to sidebar screen at (%1, %2)")
-                       .arg(x, 0, 'f', 0)
-                       .arg(y, 0, 'f', 0);
+            moveOntoScreen(*control, *app.topmost, screen);
         },
         std::move(completion));
 }
@@ -249,7 +383,7 @@ void NewWindowOpener::relaunchClosedApp(const QString &bundleID)
                 return;
             }
             QString error;
-            if (control->launch(bundleID, &error) != platform::LaunchOutcome::Launched)
+            if (control->launch(bundleID, QString(), &error, nullptr) != platform::LaunchOutcome::Launched)
                 qCWarning(lcActions).noquote()
                     << QStringLiteral("[OV] Failed to relaunch %1: %2").arg(bundleID, error);
         },

@@ -7,15 +7,20 @@
 
 #include <QObject>
 
+#include <QSet>
+
 #include <optional>
 
 namespace orvella::actions {
 
 /**
- * Launches or activates the application, types its own "new window" shortcut into it
- * and moves the window that appears onto the sidebar's screen when it opened elsewhere.
- * An application that ignores the shortcut simply gets no new window. Every failure is
- * logged and ends the operation quietly.
+ * Opens a new window of an application and moves it onto the sidebar's screen when it
+ * opened elsewhere. A running application whose desktop entry declares a new-window
+ * action gets that action; otherwise it is activated and its own "new window" shortcut
+ * is typed into it, which an application that ignores it answers with no window. An
+ * application that is not running is started, and its first window, once it maps, is
+ * the new one: no shortcut goes to a window that is still coming, and a second request
+ * while it starts asks for nothing. Every failure is logged and ends the operation quietly.
  */
 class NewWindowOpener : public QObject
 {
@@ -36,9 +41,16 @@ private:
     void afterLaunch(const QString &bundleID, qint32 pid, int countBefore, Completion completion);
     void sendNewWindowShortcut(const QString &bundleID, Completion then);
     void moveNewestWindow(const QString &bundleID, qint32 pid, int countBefore, Completion completion);
+    /// Waits, polling, for a window of `bundleID` (or of the process `pid`) that is not
+    /// among `known`, then moves it; gives up after `attemptsLeft` more looks.
+    void awaitNewWindow(const QString &bundleID, qint32 pid, QSet<qint64> known, int attemptsLeft,
+                        Completion completion);
 
     ActionContext m_context;
     std::optional<platform::ScreenInfo> m_sidebarScreen;
+    /// Applications a request may be starting, and those started here whose first
+    /// window has not appeared yet.
+    QSet<QString> m_starting;
 };
 
 } // namespace orvella::actions

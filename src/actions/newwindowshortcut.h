@@ -29,7 +29,8 @@ struct NewWindowShortcut
 };
 
 /// The editors that open a new window with Command+Shift+N (Command+N opens a tab or
-/// a file there), their Linux identities included; Command+N for everyone else.
+/// a file there), their Linux identities included, and the Linux terminal emulators,
+/// which leave Ctrl+N to the shell; Command+N for everyone else.
 NewWindowShortcut newWindowShortcut(const QString &bundleID);
 
 } // namespace orvella::actions

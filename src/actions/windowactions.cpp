@@ -125,7 +125,10 @@ void WindowActions::focusWindow(const tracking::WindowItem &window, Completion c
                      if (window.isMinimized || element.minimized)
                          control.setMinimized(*element.windowNumber, false);
                      control.raise(*element.windowNumber);
-                     control.activate(*element.windowNumber);
+                     if (!control.activate(*element.windowNumber))
+                         qCWarning(lcActions).noquote()
+                             << QStringLiteral("[OV] focusWindow: the window manager did not focus %1")
+                                    .arg(window.windowTitle);
                  });
 }
 

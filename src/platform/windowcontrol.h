@@ -62,19 +62,27 @@ public:
     virtual bool unmaximize(qint64 window) = 0;
     /// Puts the window above its siblings without giving it the focus.
     virtual bool raise(qint64 window) = 0;
-    /// Makes the window the active one (de-iconifying it).
+    /// Makes the window the active one (de-iconifying it), first switching to its
+    /// desktop when it is on another one; false when the window manager refuses.
     virtual bool activate(qint64 window) = 0;
     /// Asks the application to close the window; it may ask to save first.
     virtual bool close(qint64 window) = 0;
-    /// Activates `window` and types `shortcut` into it.
+    /// Activates `window` and types `shortcut` into it, each key only while the window
+    /// holds the input focus; false, with nothing typed, when it never gets it.
     virtual bool sendShortcut(qint64 window, const KeyShortcut &shortcut) = 0;
     /// The displays; empty when they could not be read.
     virtual QList<ScreenInfo> screens() = 0;
     /// Whether an application with this desktop-file id is installed.
     virtual bool hasApplication(const QString &bundleID) = 0;
+    /// The action of the application's desktop entry that opens a new window
+    /// ("new-window", "NewWindow", ...); absent when the entry declares none.
+    virtual std::optional<QString> newWindowAction(const QString &bundleID) = 0;
     /// Starts (or, for a running single-instance application, activates) the
-    /// application of a desktop entry. `error` says why on Failed.
-    virtual LaunchOutcome launch(const QString &bundleID, QString *error) = 0;
+    /// application of a desktop entry, or runs one of the entry's actions when `action`
+    /// is not empty. `error` says why on Failed; `pid`, when given, receives the process
+    /// that was started (0 when none is known, as with D-Bus activation).
+    virtual LaunchOutcome launch(const QString &bundleID, const QString &action, QString *error,
+                                 qint32 *pid) = 0;
 };
 
 } // namespace orvella::platform

@@ -164,6 +164,12 @@ int runWindowCommand(const WindowCommand &command, tracking::WindowManager &mana
         printError(QStringLiteral("the window manager did not finish in time"));
         return 1;
     }
+    // A window manager may refuse the focus (a window that takes no input, focus
+    // stealing prevention): say so rather than succeed with nothing changed.
+    if (command.verb == Verb::Focus && manager.activeWindowID() != id) {
+        printError(QStringLiteral("the window manager did not focus \"%1\"").arg(id));
+        return 1;
+    }
     return 0;
 }
 

@@ -124,7 +124,7 @@ void TestActions::verbsById_data()
     QTest::newRow("tile window") << "tileWindow"
                                  << QStringList{"setSize 1 500x800", "setPosition 1 0,0", "raise 1"};
     QTest::newRow("new window for item")
-        << "openNewWindowForItem" << QStringList{"activate 1", "sendShortcut 1 ctrl+6e"};
+        << "openNewWindowForItem" << QStringList{"activate 1", "sendShortcut 1 ctrl+shift+6e"};
     QTest::newRow("minimize section") << "minimizeCategoryWindows" << QStringList{"setMinimized 1 1"};
     QTest::newRow("restore section") << "restoreCategoryWindows" << QStringList{"setMinimized 2 0"};
     // The shelf's first window is raised last, so that it ends in front.
@@ -440,7 +440,7 @@ void TestActions::newWindowOfAnUnknownApplication()
         run([&](Completion done) { m_wm->openNewWindow(QStringLiteral("no.such.app"), std::move(done)); }));
     QVERIFY(m_desktop->controlLog().isEmpty());
 
-    // Installed but not running: started, then the shortcut finds nobody to type into.
+    // Installed but not running: started, and no window of it ever comes.
     QVERIFY(run([&](Completion done) { m_wm->openNewWindow(notes, std::move(done)); }));
     QCOMPARE(m_desktop->controlLog(), QStringList{QStringLiteral("launch ") + notes});
 

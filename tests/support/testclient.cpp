@@ -9,8 +9,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <poll.h>
 #include <string>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -25,11 +27,12 @@ constexpr size_t kSliceBytes = 128 * 1024;
 
 const char kUsage[] =
     "usage: orvella-testclient [--class NAME] [--pid N] [--gtk-app-id ID] [--stay]\n"
-    "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title]\n"
+    "         [--delay-ms N] [--desktop N] [--report-keys]\n"
+    "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title] [--no-input]\n"
     "          [--icon SIDE]...]...\n"
     "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n"
     "stdout: \"ready 0xID TITLE\" per window once managed, \"closed 0xID\" when asked to close one;\n"
-    "Ctrl+N in a window opens another like the first\n";
+    "Ctrl+N in a window opens another like the first; --report-keys prints \"key 0xID\" per key press\n";
 
 struct WindowSpec
 {
@@ -42,6 +45,8 @@ struct WindowSpec
     uint32_t width = 320, height = 200;
     uint32_t minWidth = 0, minHeight = 0;
     bool iconic = false;
+    /// WM_HINTS input false: the window manager never gives it the focus.
+    bool takesInput = true;
     std::vector<uint32_t> iconSides; // square images, in property order
 };
 
@@ -53,12 +58,17 @@ struct Options
     std::string gtkAppId;
     /// Keep running when stdin closes (a background demo); windows and signals end it.
     bool stay = false;
+    /// A slow application: its first windows map this long after the start.
+    unsigned delayMs = 0;
+    /// The desktop (0-based) the windows ask for; absent: the window manager decides.
+    std::optional<uint32_t> desktop;
+    bool reportKeys = false;
 };
 
 struct Atoms
 {
     xcb_atom_t netWmName, utf8String, netWmPid, netClientList, netWmIcon, gtkApplicationId, wmProtocols,
-        wmDeleteWindow, wmChangeState, wmState;
+        wmDeleteWindow, wmChangeState, wmState, netWmDesktop;
 };
 
 struct Window
@@ -109,6 +119,12 @@ bool parse(int argc, char **argv, Options *o)
             o->pid = uint32_t(std::strtoul(value, nullptr, 10));
         else if (arg == "--stay")
             o->stay = true;
+        else if (arg == "--report-keys")
+            o->reportKeys = true;
+        else if (arg == "--delay-ms" && value)
+            o->delayMs = unsigned(std::strtoul(value, nullptr, 10));
+        else if (arg == "--desktop" && value)
+            o->desktop = uint32_t(std::strtoul(value, nullptr, 10));
         else if (arg == "--gtk-app-id" && value)
             o->gtkAppId = value;
         else if (arg == "--size" && value && last)
@@ -121,9 +137,14 @@ bool parse(int argc, char **argv, Options *o)
             last->iconic = true;
         else if (arg == "--no-title" && last)
             last->setTitle = false;
+        else if (arg == "--no-input" && last)
+            last->takesInput = false;
         else
             return false;
-        i += arg != "--iconic" && arg != "--no-title" && arg != "--stay" ? 1 : 0;
+        i += arg != "--iconic" && arg != "--no-title" && arg != "--no-input" && arg != "--stay"
+                     && arg != "--report-keys"
+                 ? 1
+                 : 0;
     }
     if (o->windows.empty())
         o->windows.emplace_back("Test window");
@@ -143,6 +164,7 @@ Atoms internAtoms(xcb_connection_t *c)
         {"_NET_WM_ICON", &Atoms::netWmIcon},        {"_GTK_APPLICATION_ID", &Atoms::gtkApplicationId},
         {"WM_PROTOCOLS", &Atoms::wmProtocols},      {"WM_DELETE_WINDOW", &Atoms::wmDeleteWindow},
         {"WM_CHANGE_STATE", &Atoms::wmChangeState}, {"WM_STATE", &Atoms::wmState},
+        {"_NET_WM_DESKTOP", &Atoms::netWmDesktop},
     };
     xcb_intern_atom_cookie_t cookies[std::size(names)];
     for (size_t i = 0; i < std::size(names); ++i)
@@ -238,12 +260,15 @@ xcb_window_t createWindow(Client &cl, const WindowSpec &spec)
         setText(c, w, cl.atoms.gtkApplicationId, cl.atoms.utf8String, cl.options.gtkAppId);
     setProperty(c, w, cl.atoms.wmProtocols, XCB_ATOM_ATOM, 32, &cl.atoms.wmDeleteWindow, 4);
     // WM_HINTS: flags (InputHint, StateHint when iconic), input, initial_state, then unused.
-    const uint32_t hints[9] = {spec.iconic ? 3u : 1u, 1, spec.iconic ? kIconicState : 1u};
+    const uint32_t hints[9] = {spec.iconic ? 3u : 1u, spec.takesInput ? 1u : 0u,
+                               spec.iconic ? kIconicState : 1u};
     setProperty(c, w, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 32, hints, sizeof hints);
     // WM_NORMAL_HINTS: flags (PSize, PMinSize when asked), x, y, width, height, minimum size...
     const uint32_t sizeHints[18] = {
         spec.minWidth ? 8u | 16u : 8u, 0, 0, spec.width, spec.height, spec.minWidth, spec.minHeight};
     setProperty(c, w, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, 32, sizeHints, sizeof sizeHints);
+    if (cl.options.desktop)
+        setProperty(c, w, cl.atoms.netWmDesktop, XCB_ATOM_CARDINAL, 32, &*cl.options.desktop, 4);
     if (const std::vector<uint32_t> icon = iconData(spec); !icon.empty())
         setProperty(c, w, cl.atoms.netWmIcon, XCB_ATOM_CARDINAL, 32, icon.data(), icon.size() * 4);
     xcb_map_window(c, w);
@@ -333,6 +358,10 @@ bool handleEvent(Client &cl, const xcb_generic_event_t *event)
     }
     case XCB_KEY_PRESS: {
         const auto *e = reinterpret_cast<const xcb_key_press_event_t *>(event);
+        if (cl.options.reportKeys) {
+            std::printf("key 0x%x %u %u\n", e->event, unsigned(e->detail), unsigned(e->state));
+            std::fflush(stdout);
+        }
         const bool isN = std::find(cl.keycodesN.begin(), cl.keycodesN.end(), e->detail) != cl.keycodesN.end();
         if (isN && (e->state & XCB_MOD_MASK_CONTROL)) {
             WindowSpec spec = cl.options.windows.front();
@@ -437,6 +466,8 @@ int main(int argc, char **argv)
         std::fputs(kUsage, stderr);
         return 2;
     }
+    if (cl.options.delayMs > 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(cl.options.delayMs));
     // A private Xvfb has one screen.
     cl.c = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(cl.c))

@@ -1,9 +1,11 @@
 // Window actions against a real window manager: a tiled shelf lands where it was planned
 // (also with a window that will not shrink, and with maximised and full-screen windows), a
 // window is tiled on its own monitor when no sidebar decides, show desktop brings back what
-// it minimised, a raised shelf and a closed window reach the client, and a new window asked
-// of a desktop entry's application appears and is moved to the sidebar's screen. Which
-// windows an action picks is the simulated desktop's test.
+// it minimised, a raised shelf and a closed window reach the client, focus follows a window
+// to its desktop, and a new window asked of a desktop entry's application appears and is
+// moved to the sidebar's screen: from a slow cold start, from the entry's own new-window
+// action, or from keys that reach no other application. Which windows an action picks is
+// the simulated desktop's test.
 #include "actions/actionrunner.h"
 #include "actions/newwindowopener.h"
 #include "actions/tilegeometry.h"
@@ -18,13 +20,13 @@
 #include <xcb/randr.h>
 #include <xcb/xcbext.h>
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <atomic>
 #include <csignal>
 
 using namespace orvella;
@@ -36,17 +38,9 @@ constexpr int kTimeoutMs = 15000;
 // Decorations and the window manager's rounding: frames land within this of the plan.
 constexpr double kTolerance = 4.0;
 const QString kNewWindowApp = QStringLiteral("orvella-newwin");
-
-std::atomic<bool> s_shortcutFoundNoApp{false};
-QtMessageHandler s_defaultHandler = nullptr;
-
-void noteShortcutFailure(QtMsgType type, const QMessageLogContext &context, const QString &message)
-{
-    if (message.startsWith(QLatin1String("sendNewWindowShortcut FAILED: app not running")))
-        s_shortcutFoundNoApp = true;
-    if (s_defaultHandler)
-        s_defaultHandler(type, context, message);
-}
+const QString kActionApp = QStringLiteral("orvella-newwin-action");
+// The slow application maps its first window this long after it starts.
+constexpr int kSlowStartMs = 2000;
 
 QString text(const QRectF &r)
 {
@@ -141,7 +135,11 @@ private slots:
     void showDesktopTwiceRestoresWhatItMinimized();
     void raisedShelfEndsWithItsFirstWindowInFront();
     void closeAsksTheClient();
-    void newWindowFromDesktopEntryMovesToSidebarScreen();
+    void focusSwitchesToTheWindowsDesktop();
+    void slowColdStartIsAskedOnceForItsNewWindow();
+    void newWindowActionIsUsedInsteadOfKeys();
+    void keysReachOnlyTheTargetOnAnotherDesktop();
+    void noKeysWhenTheTargetNeverGetsTheFocus();
     void commandLine_data();
     void commandLine();
 
@@ -154,12 +152,16 @@ private:
     QString shelfOf(const QStringList &titles);
     std::optional<platform::AppWindow> element(const QString &title) const;
     bool minimized(const QString &title) const;
+    QRectF sidebarScreen(actions::ActionRunner *runner);
+    std::optional<quint32> currentDesktop() const;
+    int windowsOf(const QString &bundleID) const;
 
     QTemporaryDir m_dir;
     std::shared_ptr<platform::x11::X11Desktop> m_desktop;
     std::shared_ptr<platform::x11::X11WindowControl> m_control;
     std::unique_ptr<WindowManager> m_wm;
     std::unique_ptr<QProcess> m_client;
+    std::unique_ptr<testsupport::XTestConnection> m_x;
 };
 
 void TestActionsX11::initTestCase()
@@ -167,13 +169,23 @@ void TestActionsX11::initTestCase()
     QVERIFY(testsupport::inPrivateSession());
     // A desktop entry of our own, visible to GIO before anything reads the entries.
     QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("applications")));
-    QFile entry(m_dir.filePath(QStringLiteral("applications/%1.desktop").arg(kNewWindowApp)));
-    QVERIFY(entry.open(QIODevice::WriteOnly));
-    entry.write(QStringLiteral("[Desktop Entry]\nType=Application\nName=New Window Test\n"
-                               "Exec=%1 --class %2 --stay --title Fresh\nStartupWMClass=%2\n")
-                    .arg(QStringLiteral(ORVELLA_TESTCLIENT), kNewWindowApp)
-                    .toUtf8());
-    entry.close();
+    const auto writeEntry = [&](const QString &id, const QString &text) {
+        QFile entry(m_dir.filePath(QStringLiteral("applications/%1.desktop").arg(id)));
+        QVERIFY(entry.open(QIODevice::WriteOnly));
+        entry.write(text.arg(QStringLiteral(ORVELLA_TESTCLIENT), id).toUtf8());
+    };
+    writeEntry(kNewWindowApp,
+               QStringLiteral("[Desktop Entry]\nType=Application\nName=Slow Start\n"
+                              "Exec=%1 --class %2 --stay --delay-ms %3 --title Fresh\n"
+                              "StartupWMClass=%2\n")
+                   .arg(QStringLiteral("%1"), QStringLiteral("%2"), QString::number(kSlowStartMs)));
+    writeEntry(kActionApp, QStringLiteral("[Desktop Entry]\nType=Application\nName=With Action\n"
+                                          "Exec=%1 --class %2 --stay --title Main\nStartupWMClass=%2\n"
+                                          "Actions=new-private-window;new-window;\n\n"
+                                          "[Desktop Action new-private-window]\nName=Private\n"
+                                          "Exec=%1 --class %2 --stay --title Private\n\n"
+                                          "[Desktop Action new-window]\nName=New Window\n"
+                                          "Exec=%1 --class %2 --stay --title Spawned\n"));
     qputenv("XDG_DATA_DIRS", (m_dir.path() + QStringLiteral(":/usr/share")).toUtf8());
     qputenv("XDG_DATA_HOME", m_dir.filePath(QStringLiteral("home")).toUtf8());
 
@@ -184,6 +196,8 @@ void TestActionsX11::initTestCase()
     m_control = platform::x11::X11WindowControl::open(QString(), &error);
     QVERIFY2(m_control, qPrintable(error));
     QVERIFY(!m_control->screens().isEmpty());
+    m_x = std::make_unique<testsupport::XTestConnection>();
+    QVERIFY(m_x->isConnected());
 }
 
 void TestActionsX11::cleanup()
@@ -194,12 +208,14 @@ void TestActionsX11::cleanup()
         m_client->waitForFinished();
         m_client.reset();
     }
-    // Applications started from the desktop entry are detached: end them by their pid.
+    // Applications started from the desktop entries are detached: end them by their pid.
     for (const platform::RunningApp &app : m_desktop->readSnapshot().apps) {
-        if (app.bundleID == kNewWindowApp)
+        if (app.bundleID == kNewWindowApp || app.bundleID == kActionApp)
             ::kill(app.pid, SIGTERM);
     }
     QTRY_VERIFY_WITH_TIMEOUT(m_desktop->readSnapshot().apps.isEmpty(), kTimeoutMs);
+    m_x->sendToRoot(m_x->root(), "_NET_CURRENT_DESKTOP", {0, m_x->serverTime()});
+    QTRY_COMPARE_WITH_TIMEOUT(currentDesktop(), std::optional<quint32>(0), kTimeoutMs);
 }
 
 void TestActionsX11::startClient(const QList<ClientWindow> &windows)
@@ -277,6 +293,33 @@ bool TestActionsX11::minimized(const QString &title) const
 {
     const auto w = element(title);
     return w && w->minimized;
+}
+
+QRectF TestActionsX11::sidebarScreen(actions::ActionRunner *runner)
+{
+    // The sidebar is on a narrow screen at the right of the display, where the window
+    // manager does not open windows by itself.
+    const QRectF root = m_control->screens().first().frame;
+    const QRectF screen(root.right() - 400, 0, 400, root.height());
+    runner->newWindowOpener().setSidebarScreen(platform::ScreenInfo{screen, screen, false});
+    return screen;
+}
+
+std::optional<quint32> TestActionsX11::currentDesktop() const
+{
+    const QList<quint32> values = m_x->cardinals(m_x->root(), "_NET_CURRENT_DESKTOP", XCB_ATOM_CARDINAL);
+    return values.isEmpty() ? std::nullopt : std::optional(values.first());
+}
+
+int TestActionsX11::windowsOf(const QString &bundleID) const
+{
+    const platform::DesktopSnapshot snapshot = m_desktop->readSnapshot();
+    int count = 0;
+    for (const platform::RunningApp &app : snapshot.apps) {
+        if (app.bundleID == bundleID)
+            count += int(snapshot.windowsByPid.value(app.pid).value_or(QList<platform::AppWindow>()).size());
+    }
+    return count;
 }
 
 void TestActionsX11::tiledShelfLandsWhereComputed_data()
@@ -456,34 +499,90 @@ void TestActionsX11::closeAsksTheClient()
         refreshUntil([&] { return !byTitle(QStringLiteral("doomed")) && byTitle(QStringLiteral("keep")); }));
 }
 
-void TestActionsX11::newWindowFromDesktopEntryMovesToSidebarScreen()
+void TestActionsX11::focusSwitchesToTheWindowsDesktop()
+{
+    startClient({{QStringLiteral("here"), {}}});
+    testsupport::TestClient away({QStringLiteral("--desktop"), QStringLiteral("1"), QStringLiteral("--title"),
+                                  QStringLiteral("away")});
+    QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("away")).has_value(); }));
+    QCOMPARE(currentDesktop(), std::optional<quint32>(0));
+    QVERIFY(waitFor(
+        [&](Completion done) { QVERIFY(m_wm->focusWindow(byTitle(QStringLiteral("away"))->id, done)); }));
+    QCOMPARE(currentDesktop(), std::optional<quint32>(1));
+    QCOMPARE(m_desktop->readSnapshot().focusedTitle, std::optional(QStringLiteral("away")));
+}
+
+void TestActionsX11::slowColdStartIsAskedOnceForItsNewWindow()
 {
     m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr);
-    actions::ActionRunner *runner = actions::ActionRunner::attach(*m_wm, m_control);
-    const QRectF root = m_control->screens().first().frame;
-    // The sidebar is on a narrow screen at the right of the display, where the window
-    // manager does not open windows by itself.
-    const QRectF sidebarScreen(root.right() - 400, 0, 400, root.height());
-    runner->newWindowOpener().setSidebarScreen(platform::ScreenInfo{sidebarScreen, sidebarScreen, false});
+    const QRectF screen = sidebarScreen(actions::ActionRunner::attach(*m_wm, m_control));
+    // A second request while the application starts must not ask for another window.
+    bool first = false, second = false;
+    QElapsedTimer started;
+    started.start();
+    QVERIFY(m_wm->openNewWindow(kNewWindowApp, [&] { first = true; }));
+    QVERIFY(m_wm->openNewWindow(kNewWindowApp, [&] { second = true; }));
+    QTRY_VERIFY_WITH_TIMEOUT(first && second, kTimeoutMs + kSlowStartMs);
+    QVERIFY(started.elapsed() >= kSlowStartMs);
+    QVERIFY(m_wm->waitForRefresh(5000) && settled());
+    // Its first window, then the one its shortcut opens once it runs: both where the user looks.
+    QCOMPARE(windowsOf(kNewWindowApp), 2);
+    for (const QString &title : {QStringLiteral("Fresh"), QStringLiteral("Fresh 2")}) {
+        const QRectF frame = element(title)->frame;
+        QVERIFY2(screen.contains(frame.center()), qPrintable(title + u' ' + text(frame)));
+    }
+}
 
-    const auto open = [&](Completion done) { QVERIFY(m_wm->openNewWindow(kNewWindowApp, std::move(done))); };
-    s_shortcutFoundNoApp = false;
-    s_defaultHandler = qInstallMessageHandler(noteShortcutFailure);
-    QVERIFY(waitFor(open));
-    QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Fresh")).has_value(); }));
-    // On a loaded machine the application may map its first window only after the
-    // shortcut went out (the opener gives it 0.8 s); a second request then
-    // finds it running, which is what a user would do.
-    if (s_shortcutFoundNoApp)
-        QVERIFY(waitFor(open));
-    qInstallMessageHandler(s_defaultHandler);
-    QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Fresh 2")).has_value(); }));
-    QVERIFY(byTitle(QStringLiteral("Fresh")));
-    QCOMPARE(byTitle(QStringLiteral("Fresh 2"))->bundleIdentifier, std::optional(kNewWindowApp));
-    const QRectF moved = element(QStringLiteral("Fresh 2"))->frame;
-    QVERIFY2(sidebarScreen.contains(moved.center()),
-             qPrintable(QStringLiteral("new window at %1,%2").arg(moved.x()).arg(moved.y())));
-    QVERIFY(!sidebarScreen.contains(element(QStringLiteral("Fresh"))->frame.center()));
+void TestActionsX11::newWindowActionIsUsedInsteadOfKeys()
+{
+    testsupport::TestClient main({QStringLiteral("--class"), kActionApp, QStringLiteral("--report-keys"),
+                                  QStringLiteral("--title"), QStringLiteral("Main")});
+    m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr);
+    const QRectF screen = sidebarScreen(actions::ActionRunner::attach(*m_wm, m_control));
+    QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Main")).has_value(); }));
+    QVERIFY(waitFor([&](Completion done) { QVERIFY(m_wm->openNewWindow(kActionApp, std::move(done))); }));
+    QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Spawned")).has_value(); }));
+    QVERIFY(!byTitle(QStringLiteral("Private")));
+    const QRectF frame = element(QStringLiteral("Spawned"))->frame;
+    QVERIFY2(screen.contains(frame.center()), qPrintable(text(frame)));
+    QVERIFY(!main.readAllStandardOutput().contains("key "));
+    QCOMPARE(windowsOf(kActionApp), 2);
+}
+
+void TestActionsX11::keysReachOnlyTheTargetOnAnotherDesktop()
+{
+    testsupport::TestClient target({QStringLiteral("--class"), kNewWindowApp, QStringLiteral("--desktop"),
+                                    QStringLiteral("1"), QStringLiteral("--report-keys"),
+                                    QStringLiteral("--title"), QStringLiteral("Target")});
+    testsupport::TestClient other(
+        {QStringLiteral("--report-keys"), QStringLiteral("--title"), QStringLiteral("Other")});
+    QVERIFY(m_control->activate(other.xids.first()));
+    m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr);
+    const QRectF screen = sidebarScreen(actions::ActionRunner::attach(*m_wm, m_control));
+    QVERIFY(
+        refreshUntil([&] { return byTitle(QStringLiteral("Target")) && byTitle(QStringLiteral("Other")); }));
+    QCOMPARE(m_desktop->readSnapshot().focusedTitle, std::optional(QStringLiteral("Other")));
+
+    QVERIFY(waitFor([&](Completion done) { QVERIFY(m_wm->openNewWindow(kNewWindowApp, std::move(done))); }));
+    QVERIFY(refreshUntil([&] { return byTitle(QStringLiteral("Target 2")).has_value(); }));
+    QVERIFY(!other.readAllStandardOutput().contains("key "));
+    QVERIFY(!byTitle(QStringLiteral("Other 2")));
+    QCOMPARE(windowsOf(kNewWindowApp), 2);
+    const QRectF frame = element(QStringLiteral("Target 2"))->frame;
+    QVERIFY2(screen.contains(frame.center()), qPrintable(text(frame)));
+}
+
+void TestActionsX11::noKeysWhenTheTargetNeverGetsTheFocus()
+{
+    testsupport::TestClient other(
+        {QStringLiteral("--report-keys"), QStringLiteral("--title"), QStringLiteral("Other")});
+    testsupport::TestClient mute({QStringLiteral("--report-keys"), QStringLiteral("--title"),
+                                  QStringLiteral("Mute"), QStringLiteral("--no-input")});
+    QVERIFY(m_control->activate(other.xids.first()));
+    QVERIFY(!m_control->sendShortcut(mute.xids.first(), {0x6e, true, false}));
+    QTest::qWait(300); // time for a stray key to arrive
+    QVERIFY(!other.readAllStandardOutput().contains("key "));
+    QVERIFY(!mute.readAllStandardOutput().contains("key "));
 }
 
 void TestActionsX11::commandLine_data()
@@ -493,6 +592,7 @@ void TestActionsX11::commandLine_data()
     QTest::addColumn<QString>("outcome"); // "unmoved", "maximized", "minimized"
     QTest::newRow("tile-window") << QStringList{"tile-window", "ID", "maximize"} << 0 << "maximized";
     QTest::newRow("minimize") << QStringList{"minimize", "ID"} << 0 << "minimized";
+    QTest::newRow("focus") << QStringList{"focus", "ID"} << 0 << "unmoved";
     QTest::newRow("unknown window") << QStringList{"tile-window", "nobody::wn:1", "maximize"} << 2
                                     << "unmoved";
     QTest::newRow("unknown shelf") << QStringList{"tile-shelf", "shelf-9", "--width", "1"} << 2 << "unmoved";

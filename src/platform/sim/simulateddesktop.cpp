@@ -374,10 +374,21 @@ bool SimulatedDesktop::hasApplication(const QString &bundleID)
     return m_installed.contains(bundleID);
 }
 
-LaunchOutcome SimulatedDesktop::launch(const QString &bundleID, QString *error)
+std::optional<QString> SimulatedDesktop::newWindowAction(const QString &bundleID)
+{
+    // The simulated entries declare no actions: new windows come from shortcuts.
+    Q_UNUSED(bundleID);
+    return std::nullopt;
+}
+
+LaunchOutcome SimulatedDesktop::launch(const QString &bundleID, const QString &action, QString *error,
+                                       qint32 *pid)
 {
     QMutexLocker lock(&m_mutex);
-    m_controlLog.append(QStringLiteral("launch %1").arg(bundleID));
+    m_controlLog.append(action.isEmpty() ? QStringLiteral("launch %1").arg(bundleID)
+                                         : QStringLiteral("launch %1 %2").arg(bundleID, action));
+    if (pid)
+        *pid = 0;
     if (!m_installed.contains(bundleID))
         return LaunchOutcome::NotFound;
     Q_UNUSED(error);

@@ -114,7 +114,9 @@ public:
     bool sendShortcut(qint64 window, const KeyShortcut &shortcut) override;
     QList<ScreenInfo> screens() override;
     bool hasApplication(const QString &bundleID) override;
-    LaunchOutcome launch(const QString &bundleID, QString *error) override;
+    std::optional<QString> newWindowAction(const QString &bundleID) override;
+    LaunchOutcome launch(const QString &bundleID, const QString &action, QString *error,
+                         qint32 *pid) override;
 
 private:
     void setMinimizedLocked(Window &w, bool minimized);

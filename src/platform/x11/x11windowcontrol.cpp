@@ -28,14 +28,18 @@ constexpr std::uint32_t kStackAbove = 0;
 constexpr std::uint32_t kMaxSupportedAtoms = 4096;
 constexpr std::uint32_t kKeysymControlL = 0xffe3;
 constexpr std::uint32_t kKeysymShiftL = 0xffe1;
-// How long the window manager may take to hand the focus over before keys are typed.
-constexpr int kFocusWaitSteps = 50;
+constexpr std::uint32_t kAllDesktops = 0xFFFFFFFF;
+// How long the window manager may take to switch desktops or hand the focus over: it
+// answers within milliseconds, but a loaded machine can hold it up for a while.
+constexpr int kFocusWaitSteps = 200;
 constexpr std::chrono::milliseconds kFocusWaitStep{10};
 constexpr std::uint32_t kStateRemove = 0;
 // How long the window manager may take to leave a maximised or full-screen state.
 constexpr int kStateWaitSteps = 100;
 constexpr std::chrono::milliseconds kStateWaitStep{10};
 constexpr std::uint32_t kMaxStateAtoms = 64;
+// Parents walked up from the focus window before giving up on finding the target.
+constexpr int kMaxTreeDepth = 64;
 
 void sleepFor(std::chrono::milliseconds duration)
 {
@@ -62,6 +66,10 @@ struct X11WindowControl::Private
     bool exists(std::uint32_t window);
     /// Whether the window is maximised (either way) or full screen; absent when it is gone.
     std::optional<bool> maximized(std::uint32_t window);
+    std::optional<std::uint32_t> rootCardinal(std::uint32_t atom);
+    bool showDesktopOf(std::uint32_t window);
+    bool activateAndWait(std::uint32_t window);
+    bool holdsInputFocus(std::uint32_t window);
 
     QMutex mutex;
     xcb_connection_t *connection = nullptr;
@@ -146,6 +154,75 @@ std::optional<std::uint32_t> X11WindowControl::Private::activeWindow()
         replies.property(xcb_get_property(connection, 0, root, atoms.netActiveWindow, XCB_ATOM_WINDOW, 0, 1));
     const auto value = decodeCardinal(reply.raw(), XCB_ATOM_WINDOW);
     return value.hasValue() ? std::optional(value.value) : std::nullopt;
+}
+
+std::optional<std::uint32_t> X11WindowControl::Private::rootCardinal(std::uint32_t atom)
+{
+    ReplyCollector replies(connection);
+    const PropertyReply reply =
+        replies.property(xcb_get_property(connection, 0, root, atom, XCB_ATOM_CARDINAL, 0, 1));
+    const auto value = decodeCardinal(reply.raw(), XCB_ATOM_CARDINAL);
+    return value.hasValue() ? std::optional(value.value) : std::nullopt;
+}
+
+bool X11WindowControl::Private::showDesktopOf(std::uint32_t window)
+{
+    ReplyCollector replies(connection);
+    const PropertyReply reply = replies.property(
+        xcb_get_property(connection, 0, window, atoms.netWmDesktop, XCB_ATOM_CARDINAL, 0, 1));
+    const auto desktop = decodeCardinal(reply.raw(), XCB_ATOM_CARDINAL);
+    // Without a desktop (a manager without desktops) or sticky: it is already in view.
+    if (!desktop.hasValue() || desktop.value == kAllDesktops)
+        return true;
+    const std::optional<std::uint32_t> current = rootCardinal(atoms.netCurrentDesktop);
+    if (current == desktop.value)
+        return true;
+    if (!sendToRoot(root, atoms.netCurrentDesktop, {desktop.value, timestamp(), 0, 0, 0}))
+        return false;
+    for (int i = 0; i < kFocusWaitSteps; ++i) {
+        if (rootCardinal(atoms.netCurrentDesktop) == desktop.value)
+            return true;
+        sleepFor(kFocusWaitStep);
+    }
+    qCWarning(lcPlatform).nospace() << "[OV] the window manager did not switch to desktop "
+                                    << desktop.value + 1 << " for window 0x" << Qt::hex << window;
+    return false;
+}
+
+bool X11WindowControl::Private::activateAndWait(std::uint32_t window)
+{
+    // A task list switches to the window's desktop first, as users expect of it;
+    // activating in place would leave the window out of sight, or refused.
+    showDesktopOf(window);
+    if (!sendToRoot(window, atoms.netActiveWindow, {kSourcePager, timestamp(), XCB_NONE, 0, 0}))
+        return false;
+    for (int i = 0; i < kFocusWaitSteps; ++i) {
+        if (activeWindow() == window)
+            return true;
+        sleepFor(kFocusWaitStep);
+    }
+    qCWarning(lcPlatform).nospace() << "[OV] the window manager did not activate window 0x" << Qt::hex
+                                    << window;
+    return false;
+}
+
+bool X11WindowControl::Private::holdsInputFocus(std::uint32_t window)
+{
+    ReplyCollector replies(connection);
+    const auto focus = replies.take(xcb_get_input_focus_reply, xcb_get_input_focus(connection));
+    if (!focus)
+        return false;
+    // Toolkits often focus a child of the client window; keys typed there still reach it.
+    xcb_window_t w = focus->focus;
+    for (int depth = 0; depth < kMaxTreeDepth && w != XCB_NONE && w != root; ++depth) {
+        if (w == window)
+            return true;
+        const auto tree = replies.take(xcb_query_tree_reply, xcb_query_tree(connection, w));
+        if (!tree)
+            return false;
+        w = tree->parent;
+    }
+    return false;
 }
 
 bool X11WindowControl::Private::supports(std::uint32_t atom)
@@ -318,8 +395,7 @@ bool X11WindowControl::activate(qint64 window)
     QMutexLocker lock(&d->mutex);
     if (!d->alive() || !d->exists(std::uint32_t(window)))
         return false;
-    return d->sendToRoot(std::uint32_t(window), d->atoms.netActiveWindow,
-                         {kSourcePager, d->timestamp(), XCB_NONE, 0, 0});
+    return d->activateAndWait(std::uint32_t(window));
 }
 
 bool X11WindowControl::close(qint64 window)
@@ -343,50 +419,66 @@ bool X11WindowControl::sendShortcut(qint64 window, const KeyShortcut &shortcut)
         qCWarning(lcPlatform) << "[OV] the X server has no XTEST extension: no keys can be sent";
         return false;
     }
-    // XTest types into whatever has the focus: hand it to the window and wait for the
-    // window manager to say so before the first key.
-    if (!d->sendToRoot(w, d->atoms.netActiveWindow, {kSourcePager, d->timestamp(), XCB_NONE, 0, 0}))
-        return false;
+    // XTest types into whatever has the focus: a key typed while another window has it
+    // would go to that application, so none is sent until the target holds the focus.
+    d->activateAndWait(w);
     bool focused = false;
-    for (int i = 0; i < kFocusWaitSteps && !(focused = d->activeWindow() == w); ++i)
+    for (int i = 0; i < kFocusWaitSteps && !(focused = d->holdsInputFocus(w)); ++i)
         sleepFor(kFocusWaitStep);
-    if (!focused)
-        qCInfo(lcPlatform).nospace() << "[OV] window 0x" << Qt::hex << w
-                                     << " did not become active; typing the shortcut anyway";
+    if (!focused) {
+        qCWarning(lcPlatform).nospace()
+            << "[OV] window 0x" << Qt::hex << w << " never got the input focus; no keys sent";
+        return false;
+    }
 
     const QList<xcb_keycode_t> control = d->keycodes(kKeysymControlL);
     const QList<xcb_keycode_t> shift = d->keycodes(kKeysymShiftL);
     const QList<xcb_keycode_t> key = shortcut.keysym ? d->keycodes(shortcut.keysym) : QList<xcb_keycode_t>();
-    const auto press = [this](xcb_keycode_t code, bool down) {
+    QList<xcb_keycode_t> held;
+    // Presses go only into the target; releases always go out, so that no key is left held.
+    const auto press = [this, w, &held](xcb_keycode_t code, bool down) {
+        if (down && !d->holdsInputFocus(w))
+            return false;
         xcb_test_fake_input(d->connection, down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, code, XCB_CURRENT_TIME,
                             XCB_NONE, 0, 0, 0);
         xcb_flush(d->connection);
+        if (down)
+            held.append(code);
+        else
+            held.removeOne(code);
+        return true;
     };
     using namespace std::chrono_literals;
     const bool useControl = shortcut.control && !control.isEmpty();
     const bool useShift = shortcut.shift && !shift.isEmpty();
+    bool typed = true;
     if (useControl) {
-        press(control.first(), true);
+        typed = press(control.first(), true);
         sleepFor(10ms);
     }
-    if (useShift) {
-        press(shift.first(), true);
+    if (typed && useShift) {
+        typed = press(shift.first(), true);
         sleepFor(10ms);
     }
-    if (!key.isEmpty()) {
-        press(key.first(), true);
-        sleepFor(30ms);
-        press(key.first(), false);
-        sleepFor(10ms);
+    if (typed && !key.isEmpty()) {
+        typed = press(key.first(), true);
+        if (typed) {
+            sleepFor(30ms);
+            press(key.first(), false);
+            sleepFor(10ms);
+        }
     }
-    if (useShift) {
+    if (useShift && held.contains(shift.first())) {
         press(shift.first(), false);
         sleepFor(10ms);
     }
-    if (useControl)
+    if (useControl && held.contains(control.first()))
         press(control.first(), false);
+    if (!typed)
+        qCWarning(lcPlatform).nospace()
+            << "[OV] window 0x" << Qt::hex << w << " lost the input focus; the shortcut was not finished";
     std::free(xcb_get_input_focus_reply(d->connection, xcb_get_input_focus(d->connection), nullptr));
-    return d->alive() && (shortcut.keysym == 0 || !key.isEmpty());
+    return typed && d->alive() && (shortcut.keysym == 0 || !key.isEmpty());
 }
 
 QList<ScreenInfo> X11WindowControl::screens()
@@ -446,9 +538,15 @@ bool X11WindowControl::hasApplication(const QString &bundleID)
     return applauncher::exists(bundleID);
 }
 
-LaunchOutcome X11WindowControl::launch(const QString &bundleID, QString *error)
+std::optional<QString> X11WindowControl::newWindowAction(const QString &bundleID)
 {
-    return applauncher::launch(bundleID, error);
+    return applauncher::newWindowAction(bundleID);
+}
+
+LaunchOutcome X11WindowControl::launch(const QString &bundleID, const QString &action, QString *error,
+                                       qint32 *pid)
+{
+    return applauncher::launch(bundleID, action, error, pid);
 }
 
 } // namespace orvella::platform::x11

@@ -14,6 +14,7 @@ namespace orvella::platform::x11 {
  * the outer frame lands where asked), minimises with WM_CHANGE_STATE, raises with
  * `_NET_RESTACK_WINDOW`, activates and de-iconifies with `_NET_ACTIVE_WINDOW`, closes
  * with `_NET_CLOSE_WINDOW`, and types shortcuts with XTest into the activated window.
+ * Activating switches to the window's desktop first (`_NET_CURRENT_DESKTOP`).
  * Uses a connection of its own; calls are serialized, so any thread may make them.
  */
 class X11WindowControl final : public WindowControl
@@ -35,7 +36,9 @@ public:
     bool sendShortcut(qint64 window, const KeyShortcut &shortcut) override;
     QList<ScreenInfo> screens() override;
     bool hasApplication(const QString &bundleID) override;
-    LaunchOutcome launch(const QString &bundleID, QString *error) override;
+    std::optional<QString> newWindowAction(const QString &bundleID) override;
+    LaunchOutcome launch(const QString &bundleID, const QString &action, QString *error,
+                         qint32 *pid) override;
 
 private:
     X11WindowControl();

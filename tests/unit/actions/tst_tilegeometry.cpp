@@ -293,7 +293,10 @@ void TestTileGeometry::newWindowShortcuts_data()
     // Which editors take Shift is a list of names: one known directly, one through its alias.
     QTest::newRow("VS Code") << "com.microsoft.VSCode" << true << "Ctrl+Shift+N";
     QTest::newRow("VS Code as packaged on Linux") << "code" << true << "Ctrl+Shift+N";
-    QTest::newRow("anyone else") << "org.gnome.TextEditor" << false << "Ctrl+N";
+    QTest::newRow("terminal") << "org.gnome.Terminal" << true << "Ctrl+Shift+N";
+    QTest::newRow("terminal, id in another case") << "Alacritty" << true << "Ctrl+Shift+N";
+    QTest::newRow("editor opening tabs on Ctrl+N") << "org.gnome.TextEditor" << true << "Ctrl+Shift+N";
+    QTest::newRow("anyone else") << "org.mozilla.firefox" << false << "Ctrl+N";
     QTest::newRow("no identifier") << "" << false << "Ctrl+N";
 }
 
