@@ -17,6 +17,7 @@ namespace {
 constexpr int kTileRefreshMs = 400;
 constexpr int kFocusRefreshMs = 300;
 constexpr auto kTileCheckPause = std::chrono::milliseconds(80);
+constexpr int kTileChecks = 10;
 constexpr double kTileTolerance = 3.0;
 
 } // namespace
@@ -64,13 +65,18 @@ void WindowActions::tileCategoryWindows(const QString &categoryID, TileAlignment
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
     platform::Scheduler *scheduler = m_context.scheduler;
+    auto failures = std::make_shared<int>(0);
     runInBackground(
         m_context, this,
-        [desktop, control, scheduler, windows, placement, alignment, widthFraction] {
+        [desktop, control, scheduler, windows, placement, alignment, widthFraction, failures] {
             // The screens are the platform's to read, so the column is planned there.
-            ShelfTiler(*desktop, *control, *scheduler).tile(windows, placement, alignment, widthFraction);
+            *failures =
+                ShelfTiler(*desktop, *control, *scheduler).tile(windows, placement, alignment, widthFraction);
         },
-        [this, completion] { refreshAfter(kTileRefreshMs, completion); });
+        [this, completion, failures] {
+            m_context.manager->state().lastTilingFailures = *failures;
+            refreshAfter(kTileRefreshMs, completion);
+        });
 }
 
 void WindowActions::tileWindow(const tracking::WindowItem &window, TilePosition position,
@@ -80,9 +86,10 @@ void WindowActions::tileWindow(const tracking::WindowItem &window, TilePosition 
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
     platform::Scheduler *scheduler = m_context.scheduler;
+    auto failures = std::make_shared<int>(1);
     runInBackground(
         m_context, this,
-        [desktop, control, scheduler, window, placement, position] {
+        [desktop, control, scheduler, window, placement, position, failures] {
             const auto element = findAXWindow(window, desktop->readSnapshot());
             if (!element || !element->windowNumber)
                 return;
@@ -97,16 +104,28 @@ void WindowActions::tileWindow(const tracking::WindowItem &window, TilePosition 
             const QRectF target = tilePosition::frame(position, *area);
             ShelfTiler::applyAXFrame(*control, number, target);
             control->raise(number);
-            scheduler->pause(kTileCheckPause);
-            const std::optional<QRectF> landed = control->frame(number);
-            if (landed && !framesMatch(QRectF(landed->topLeft(), target.size()), target, kTileTolerance))
+            // A busy window manager may take a while; only a window still elsewhere after
+            // all the checks counts as refused.
+            std::optional<QRectF> landed;
+            for (int check = 0; check < kTileChecks; ++check) {
+                scheduler->pause(kTileCheckPause);
+                landed = control->frame(number);
+                *failures =
+                    landed && !framesMatch(QRectF(landed->topLeft(), target.size()), target, kTileTolerance);
+                if (!*failures)
+                    break;
+            }
+            if (*failures)
                 qCWarning(lcActions).noquote()
                     << QStringLiteral("[OV] tileWindow: window %1 stays at (%2, %3), expected (%4, %5)")
                            .arg(QString::number(number), QString::number(landed->x()),
                                 QString::number(landed->y()), QString::number(target.x()),
                                 QString::number(target.y()));
         },
-        [this, completion] { refreshAfter(kTileRefreshMs, completion); });
+        [this, completion, failures] {
+            m_context.manager->state().lastTilingFailures = *failures;
+            refreshAfter(kTileRefreshMs, completion);
+        });
 }
 
 void WindowActions::focusWindow(const tracking::WindowItem &window, Completion completion)

@@ -170,6 +170,14 @@ int runWindowCommand(const WindowCommand &command, tracking::WindowManager &mana
         printError(QStringLiteral("the window manager did not focus \"%1\"").arg(id));
         return 1;
     }
+    // A window that refused its place, or one left maximised, is not a tiled window.
+    const int unplaced = manager.state().lastTilingFailures;
+    if ((command.verb == Verb::TileWindow || command.verb == Verb::TileShelf) && unplaced != 0) {
+        printError(unplaced < 0 ? QStringLiteral("there is no screen to tile on")
+                                : QStringLiteral("%1 of the windows did not move where planned")
+                                      .arg(QString::number(unplaced)));
+        return 1;
+    }
     return 0;
 }
 

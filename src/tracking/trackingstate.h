@@ -43,6 +43,9 @@ struct TrackingState
     double sidebarWidth = 250;
     QString sidebarPosition = QStringLiteral("left");
     bool avoidSidebarEnabled = true;
+    /// Windows the last tiling could not place (the window manager or the window refused),
+    /// or -1 when there was no screen to tile on; the command line reports it.
+    int lastTilingFailures = 0;
 
     QStringList shelfIDs;                        ///< persisted "ov.shelfIDs"
     QHash<QString, QString> defaultShelfNames;   ///< persisted "ov.defaultShelfNames"

@@ -331,12 +331,14 @@ void TestActions::tilingUnmaximizesReportsWhatStaysAndPicksTheWindowsMonitor()
     }));
     QCOMPARE(m_desktop->frameOf(1), std::optional(QRectF(0, 0, 500, 400)));
     QVERIFY(m_desktop->controlLog().contains(QStringLiteral("unmaximize 1")));
+    QCOMPARE(m_wm->state().lastTilingFailures, 1);
 
     QString away;
     for (const WindowItem &w : m_wm->windows())
         away = w.windowNumber == 3 ? w.id : away;
     QVERIFY(run([&](Completion done) { QVERIFY(m_wm->tileWindow(away, QStringLiteral("leftHalf"), done)); }));
     QCOMPARE(m_desktop->frameOf(3), std::optional(QRectF(1000, 0, 400, 600)));
+    QCOMPARE(m_wm->state().lastTilingFailures, 0);
 }
 
 void TestActions::showDesktopTogglesExactlyItsWindows()
