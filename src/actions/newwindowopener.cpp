@@ -273,8 +273,7 @@ void NewWindowOpener::awaitNewWindow(const QString &bundleID, qint32 pid, QSet<q
                 if (!*found)
                     qCWarning(lcActions).noquote()
                         << QStringLiteral("[OV] openNewWindow: no new window of %1 within %2 s")
-                               .arg(bundleID)
-                               .arg(kNewWindowAttempts * kNewWindowPollMs / 1000);
+                               .arg(bundleID, QString::number(kNewWindowAttempts * kNewWindowPollMs / 1000));
                 if (completion)
                     completion();
                 return;

@@ -8,8 +8,6 @@ namespace orvella::actions {
 
 namespace {
 
-constexpr double kMinWidthFraction = 0.1;
-constexpr double kMaxWidthFraction = 1.0;
 constexpr double kFixedThreshold = 2.0;
 constexpr double kChangeThreshold = 1.0;
 constexpr double kMinShare = 50.0;

@@ -75,6 +75,10 @@ std::optional<platform::ScreenInfo> targetScreen(const QList<platform::ScreenInf
 std::optional<QRectF> usableArea(const QList<platform::ScreenInfo> &screens, const SidebarPlacement &sidebar,
                                  const QList<QRectF> &windowFrames = {});
 
+/// The column's share of the area's width.
+inline constexpr double kMinWidthFraction = 0.1;
+inline constexpr double kMaxWidthFraction = 1.0;
+
 /// One shelf's column: equal rows, full height, at a fraction of the area's width.
 struct ColumnPlan
 {

@@ -20,7 +20,6 @@ using Verb = WindowCommand::Verb;
 constexpr int kRefreshTimeoutMs = 15000;
 // Opening a window waits for the application to start; everything else settles in a second.
 constexpr int kActionTimeoutMs = 30000;
-constexpr double kMinWidthFraction = 0.1;
 
 const QHash<QString, Verb> &verbs()
 {
@@ -58,7 +57,9 @@ std::variant<WindowCommand, QString> parseTileShelfOptions(WindowCommand command
             bool ok = false;
             command.widthFraction = value.toDouble(&ok);
             // Said rather than clamped: a column of 5 screens or of a twentieth is a typo.
-            if (!ok || !(command.widthFraction >= kMinWidthFraction && command.widthFraction <= 1.0))
+            if (!ok
+                || !(command.widthFraction >= actions::kMinWidthFraction
+                     && command.widthFraction <= actions::kMaxWidthFraction))
                 return QStringLiteral(
                            "--width takes a fraction of the screen width from 0.1 to 1.0, not \"%1\"")
                     .arg(value);
