@@ -112,6 +112,7 @@ TrayIcon::TrayIcon(settings::AppSettings &settings, monitor::SystemMonitorServic
 TrayIcon::~TrayIcon()
 {
     m_tray->hide();
+    m_tray->setContextMenu(nullptr);
     delete m_menu;
 }
 

@@ -21,7 +21,11 @@ QString executablePath()
     const QString appImage = qEnvironmentVariable("APPIMAGE");
     if (!appImage.isEmpty())
         return appImage;
-    const QString self = QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget();
+    QString self = QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget();
+    // After a package upgrade the running binary is the replaced one; the kernel marks
+    // it, and the new binary sits at the same path.
+    if (self.endsWith(QLatin1String(" (deleted)")))
+        self.chop(10);
     if (!self.isEmpty())
         return self;
     return QCoreApplication::applicationFilePath();
