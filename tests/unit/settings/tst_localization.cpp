@@ -82,13 +82,16 @@ void TestLocalization::englishTableHoldsEveryKeyInOrder()
     QCOMPARE(keys.mid(0, 360), expected);
     QCOMPARE(QSet<QString>(keys.begin(), keys.end()).size(), keys.size()); // no key twice
     // The rest are the Linux build's own keys: stand-ins for texts that send the user to
-    // another platform's settings, and a name for applications that have none.
-    const QStringList linuxKeys{
-        "banner.x11Required",       "banner.x11Required.subtitle", "banner.x11Required.title",
-        "banner.x11Required.step1", "banner.x11Required.step2",    "banner.x11Required.step3",
-        "banner.x11StillMissing",   "permission.x11.desc",         "permission.x11.hint",
-        "settings.x11Ready",        "settings.x11Missing",         "settings.x11Hint",
-        "general.unknown"};
+    // another platform's settings, a name for applications that have none, and the update
+    // check's outcomes and a Close button.
+    const QStringList linuxKeys{"banner.x11Required",       "banner.x11Required.subtitle",
+                                "banner.x11Required.title", "banner.x11Required.step1",
+                                "banner.x11Required.step2", "banner.x11Required.step3",
+                                "banner.x11StillMissing",   "permission.x11.desc",
+                                "permission.x11.hint",      "settings.x11Ready",
+                                "settings.x11Missing",      "settings.x11Hint",
+                                "general.unknown",          "update.upToDate",
+                                "update.checkFailed",       "general.close"};
     QCOMPARE(keys.mid(360), linuxKeys);
     QCOMPARE(LocalizationManager::allTranslations(AppLanguage::en).size(), keys.size());
 }
