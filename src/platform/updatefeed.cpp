@@ -57,7 +57,8 @@ void UpdateFeed::fetch(const QUrl &url, std::chrono::milliseconds deadline)
     connect(reply, &QNetworkReply::metaDataChanged, this, [reply, finish] {
         const qint64 length = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
         if (length > kMaxBytes)
-            finish({}, QStringLiteral("the feed announces %1 bytes, more than %2").arg(length).arg(kMaxBytes));
+            finish({},
+                   QStringLiteral("the feed announces %1 bytes, more than %2").arg(length).arg(kMaxBytes));
     });
     connect(reply, &QNetworkReply::readyRead, this, [reply, finish] {
         // Bodies without a length are judged as they come.

@@ -11,8 +11,8 @@ bool open(const QUrl &url)
 {
     // A feed or a setting decides the address: never let it name a local program or file.
     if (!url.isValid() || (url.scheme() != QLatin1String("https") && url.scheme() != QLatin1String("http"))) {
-        qCWarning(lcPlatform).noquote() << "[OV] Not opening an address that is not a web page:"
-                                        << url.toString();
+        qCWarning(lcPlatform).noquote()
+            << "[OV] Not opening an address that is not a web page:" << url.toString();
         return false;
     }
     if (QDesktopServices::openUrl(url))

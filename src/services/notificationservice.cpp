@@ -53,12 +53,13 @@ void NotificationService::showSystemNotification(const QString &title, const QSt
                                                  std::function<void()> action)
 {
     QPointer<NotificationService> self(this);
-    m_notifier->notify(identifier, title, body, actionLabel,
-                       [self, title, body, actionLabel, action](bool accepted) {
-                           if (self && !accepted)
-                               self->fallBackToBanner(title, body, actionLabel, action);
-                       },
-                       action);
+    m_notifier->notify(
+        identifier, title, body, actionLabel,
+        [self, title, body, actionLabel, action](bool accepted) {
+            if (self && !accepted)
+                self->fallBackToBanner(title, body, actionLabel, action);
+        },
+        action);
 }
 
 QString NotificationService::bannerType() const
@@ -69,14 +70,10 @@ QString NotificationService::bannerType() const
 QString NotificationService::rawValue(BannerType type)
 {
     switch (type) {
-    case BannerType::Info:
-        return QStringLiteral("info");
-    case BannerType::Update:
-        return QStringLiteral("update");
-    case BannerType::Milestone:
-        return QStringLiteral("milestone");
-    case BannerType::Warning:
-        return QStringLiteral("warning");
+    case BannerType::Info: return QStringLiteral("info");
+    case BannerType::Update: return QStringLiteral("update");
+    case BannerType::Milestone: return QStringLiteral("milestone");
+    case BannerType::Warning: return QStringLiteral("warning");
     }
     return QStringLiteral("info");
 }

@@ -98,8 +98,8 @@ void UpdaterService::fetched(const QByteArray &body, const QString &failure)
     const auto &entry = std::get<platform::UpdateFeedEntry>(parsed);
     const auto order = compareVersions(entry.version, m_currentVersion);
     if (!order)
-        qCWarning(lcServices).noquote() << "[OV] updates: the running version is not a dotted version:"
-                                        << m_currentVersion;
+        qCWarning(lcServices).noquote()
+            << "[OV] updates: the running version is not a dotted version:" << m_currentVersion;
     const bool newer = order.value_or(0) > 0;
     if (newer && entry.urgent)
         m_store.setString(kPendingUrgent, entry.version);
@@ -107,8 +107,9 @@ void UpdaterService::fetched(const QByteArray &body, const QString &failure)
     if (newer)
         qCInfo(lcServices).noquote() << "[OV] updates: version" << entry.version << "is available";
     if (interactive) {
-        emit checkFinished(newer, newer ? texts.formatted(QStringLiteral("update.available"), {entry.version})
-                                        : texts.formatted(QStringLiteral("update.upToDate"), {m_currentVersion}));
+        emit checkFinished(newer,
+                           newer ? texts.formatted(QStringLiteral("update.available"), {entry.version})
+                                 : texts.formatted(QStringLiteral("update.upToDate"), {m_currentVersion}));
     }
     emit checked();
 }

@@ -40,6 +40,8 @@ public:
     /// Forgets an urgent update already installed, checks in the background now and
     /// then once a day.
     void start();
+    /// The feed this build was configured with (ORVELLA_UPDATE_FEED_URL); empty when none.
+    static QUrl configuredFeedURL() { return QUrl(QStringLiteral(ORVELLA_UPDATE_FEED_URL)); }
     /// Whether a usable feed address was given.
     bool isEnabled() const { return m_feed.has_value(); }
 

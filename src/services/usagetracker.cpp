@@ -6,7 +6,9 @@
 
 #include <QJsonArray>
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace orvella::services {
 

@@ -27,8 +27,8 @@ WhatsNewWindow::WhatsNewWindow(QWidget *parent)
     m_browser->setMarkdown(notes());
 
     auto *buttons = new QDialogButtonBox(this);
-    QPushButton *close = buttons->addButton(texts.string(QStringLiteral("general.close")),
-                                            QDialogButtonBox::RejectRole);
+    QPushButton *close =
+        buttons->addButton(texts.string(QStringLiteral("general.close")), QDialogButtonBox::RejectRole);
     close->setDefault(true);
     connect(buttons, &QDialogButtonBox::rejected, this, &QWidget::close);
 

@@ -49,8 +49,8 @@ void DesktopNotifier::notify(const QString &identifier, const QString &title, co
 
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, 5000), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, identifier, accepted = std::move(accepted), action = std::move(action)](
-                QDBusPendingCallWatcher *finished) {
+            [this, identifier, accepted = std::move(accepted),
+             action = std::move(action)](QDBusPendingCallWatcher *finished) {
                 finished->deleteLater();
                 const QDBusPendingReply<uint> reply = *finished;
                 if (reply.isError()) {

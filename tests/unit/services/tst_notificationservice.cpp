@@ -84,14 +84,14 @@ void TestNotificationService::noServerFallsBackToABanner_data()
 void TestNotificationService::noServerFallsBackToABanner()
 {
     QFETCH(bool, busReachable);
-    QDBusConnection bus = busReachable ? QDBusConnection::sessionBus()
-                                       : QDBusConnection::connectToBus(
-                                             QStringLiteral("unix:path=/nonexistent/bus"), "nowhere");
+    QDBusConnection bus =
+        busReachable ? QDBusConnection::sessionBus()
+                     : QDBusConnection::connectToBus(QStringLiteral("unix:path=/nonexistent/bus"), "nowhere");
     QCOMPARE(bus.isConnected(), busReachable);
     NotificationService service(std::make_unique<platform::DesktopNotifier>(bus));
     int runs = 0;
     QTest::ignoreMessage(QtInfoMsg, "[OV] No desktop notification server answered; notifications are "
-                                        "shown as banners");
+                                    "shown as banners");
     service.showSystemNotification("One week!", "Thanks", "milestone", "Share", [&] { ++runs; });
     QTRY_VERIFY(service.hasBanner());
     QCOMPARE(service.bannerType(), QStringLiteral("info"));
@@ -107,7 +107,8 @@ void TestNotificationService::serverOnTheBusGetsTheNotification()
 {
     QDBusConnection desktop = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "desktop");
     NotificationServer server;
-    QVERIFY(desktop.registerObject("/org/freedesktop/Notifications", &server, QDBusConnection::ExportAllSlots));
+    QVERIFY(
+        desktop.registerObject("/org/freedesktop/Notifications", &server, QDBusConnection::ExportAllSlots));
     QVERIFY(desktop.registerService("org.freedesktop.Notifications"));
 
     NotificationService service;

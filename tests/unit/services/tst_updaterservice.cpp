@@ -38,14 +38,22 @@ void TestUpdaterService::versionsCompareByNumber_data()
     QTest::addColumn<QString>("a");
     QTest::addColumn<QString>("b");
     QTest::addColumn<int>("order"); // 2: not comparable
-    QTest::newRow("ten after nine") << "1.10.0" << "1.9.2" << 1;
-    QTest::newRow("equal") << "1.4.0" << "1.4.0" << 0;
-    QTest::newRow("missing part is zero") << "1.4" << "1.4.0" << 0;
-    QTest::newRow("patch") << "1.4.0" << "1.4.1" << -1;
-    QTest::newRow("major wins") << "2.0" << "1.99.99" << 1;
-    QTest::newRow("text") << "latest" << "1.0" << 2;
-    QTest::newRow("prefix") << "v1.2" << "1.0" << 2;
-    QTest::newRow("empty") << "" << "1.0" << 2;
+    QTest::newRow("ten after nine") << "1.10.0"
+                                    << "1.9.2" << 1;
+    QTest::newRow("equal") << "1.4.0"
+                           << "1.4.0" << 0;
+    QTest::newRow("missing part is zero") << "1.4"
+                                          << "1.4.0" << 0;
+    QTest::newRow("patch") << "1.4.0"
+                           << "1.4.1" << -1;
+    QTest::newRow("major wins") << "2.0"
+                                << "1.99.99" << 1;
+    QTest::newRow("text") << "latest"
+                          << "1.0" << 2;
+    QTest::newRow("prefix") << "v1.2"
+                            << "1.0" << 2;
+    QTest::newRow("empty") << ""
+                           << "1.0" << 2;
 }
 
 void TestUpdaterService::versionsCompareByNumber()
@@ -66,25 +74,25 @@ void TestUpdaterService::feedDecidesWhetherAnUpdateIsAvailable_data()
     QTest::addColumn<bool>("available");
     QTest::addColumn<bool>("urgentKept");
     QTest::addColumn<bool>("failed");
-    const QByteArray newer = R"({"version": "1.10.0", "url": "https://orvella.example/r/1.10.0", "notes": "x"})";
+    const QByteArray newer =
+        R"({"version": "1.10.0", "url": "https://orvella.example/r/1.10.0", "notes": "x"})";
     QTest::newRow("newer") << newer << 200 << 0LL << false << true << false << false;
-    QTest::newRow("newer, urgent")
-        << QByteArray(R"({"version": "1.10.0", "url": "https://orvella.example/r", "urgent": true})") << 200
-        << 0LL << false << true << true << false;
+    QTest::newRow("newer, urgent") << QByteArray(
+        R"({"version": "1.10.0", "url": "https://orvella.example/r", "urgent": true})")
+                                   << 200 << 0LL << false << true << true << false;
     QTest::newRow("same") << QByteArray(R"({"version": "1.9.2", "url": "https://orvella.example/r"})") << 200
                           << 0LL << false << false << false << false;
-    QTest::newRow("older, urgent")
-        << QByteArray(R"({"version": "1.9", "url": "https://orvella.example/r", "urgent": true})") << 200 << 0LL
-        << false << false << false << false;
+    QTest::newRow("older, urgent") << QByteArray(
+        R"({"version": "1.9", "url": "https://orvella.example/r", "urgent": true})")
+                                   << 200 << 0LL << false << false << false << false;
     QTest::newRow("not JSON") << QByteArray("<html>") << 200 << 0LL << false << false << false << true;
-    QTest::newRow("no version") << QByteArray(R"({"url": "https://orvella.example/r"})") << 200 << 0LL << false
-                                << false << false << true;
+    QTest::newRow("no version") << QByteArray(R"({"url": "https://orvella.example/r"})") << 200 << 0LL
+                                << false << false << false << true;
     QTest::newRow("version is a word")
         << QByteArray(R"({"version": "latest", "url": "https://orvella.example/r"})") << 200 << 0LL << false
         << false << false << true;
-    QTest::newRow("page not https")
-        << QByteArray(R"({"version": "2.0", "url": "http://orvella.example/r"})") << 200 << 0LL << false << false
-        << false << true;
+    QTest::newRow("page not https") << QByteArray(R"({"version": "2.0", "url": "http://orvella.example/r"})")
+                                    << 200 << 0LL << false << false << false << true;
     QTest::newRow("server error") << newer << 500 << 0LL << false << false << false << true;
     QTest::newRow("huge body") << newer << 200 << 200'000LL << false << false << false << true;
     QTest::newRow("endless body") << newer << 200 << -1LL << false << false << false << true;

@@ -112,8 +112,8 @@ void TestUsageTracker::badStoredValuesFallBackAndKeepTheRest_data()
     QTest::newRow("unreadable day") << "ov.firstLaunchDay" << QJsonValue("last spring") << 6 << 0 << 0;
     QTest::newRow("future day") << "ov.firstLaunchDay" << QJsonValue("2031-01-01") << 6 << 0 << 0;
     QTest::newRow("milestones as text") << "ov.milestonesShown" << QJsonValue("7,14") << 6 << 40 << 30;
-    QTest::newRow("milestones mixed") << "ov.milestonesShown" << QJsonValue(QJsonArray{7, "x", 30}) << 6 << 40
-                                      << 14;
+    QTest::newRow("milestones mixed")
+        << "ov.milestonesShown" << QJsonValue(QJsonArray{7, "x", 30}) << 6 << 40 << 14;
 }
 
 void TestUsageTracker::badStoredValuesFallBackAndKeepTheRest()

@@ -34,7 +34,8 @@ void TestWhatsNewWindow::showsTheNotesAndClosesAlone()
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     // Inside the application's own event loop, where closing a window can end it.
-    QTimer::singleShot(0, &window, [&] { window.findChild<QDialogButtonBox *>()->buttons().value(0)->click(); });
+    QTimer::singleShot(0, &window,
+                       [&] { window.findChild<QDialogButtonBox *>()->buttons().value(0)->click(); });
     QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); });
     QCOMPARE(QCoreApplication::exec(), 7);
     QVERIFY(!window.isVisible());
