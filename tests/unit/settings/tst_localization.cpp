@@ -83,7 +83,7 @@ void TestLocalization::englishTableHoldsEveryKeyInOrder()
     QCOMPARE(QSet<QString>(keys.begin(), keys.end()).size(), keys.size()); // no key twice
     // The rest are the Linux build's own keys: stand-ins for texts that send the user to
     // another platform's settings, a name for applications that have none, and the tray
-    // menu's and the session window's texts.
+    // menu's and the session window's texts, and the update check's outcomes.
     const QStringList linuxKeys{"banner.x11Required",
                                 "banner.x11Required.subtitle",
                                 "banner.x11Required.title",
@@ -103,7 +103,9 @@ void TestLocalization::englishTableHoldsEveryKeyInOrder()
                                 "menu.showDesktop",
                                 "menu.openSettings",
                                 "general.close",
-                                "permission.x11.waylandOnly"};
+                                "permission.x11.waylandOnly",
+                                "update.upToDate",
+                                "update.checkFailed"};
     QCOMPARE(keys.mid(360), linuxKeys);
     QCOMPARE(LocalizationManager::allTranslations(AppLanguage::en).size(), keys.size());
 }
