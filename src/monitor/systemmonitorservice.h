@@ -170,8 +170,11 @@ signals:
     /// After each publication, once every property of that poll is in place.
     void sampled();
 
-private:
+public:
+    /// Whether polls currently sample nothing; safe from any thread.
     bool isPaused();
+
+private:
     void queuePoll(const QDateTime &now);
     void poll(const QDateTime &now);
     void armTimer(QObject *run, QDateTime deadline, qint64 intervalMs);

@@ -5,14 +5,16 @@
 #include "platform/externaladdress.h"
 #include "platform/linux/linuxsystemfacts.h"
 #include "platform/linux/quitsignals.h"
+#include "platform/linux/relauncher.h"
 #include "platform/preferencesstore.h"
 #include "platform/x11/x11desktop.h"
 #include "platform/x11/x11desktopobserver.h"
 #include "platform/x11/x11windowcontrol.h"
-#include "services/telemetryservice.h"
-#include "settings/appsettings.h"
 #include "settings/localizationmanager.h"
+#include "shell/appdelegate.h"
 #include "shell/commandline.h"
+#include "shell/controlclient.h"
+#include "shell/controlinterface.h"
 #include "shell/sysmonreport.h"
 #include "shell/terminaltext.h"
 #include "shell/watchcommand.h"
@@ -20,8 +22,9 @@
 #include "shell/windowlisting.h"
 #include "tracking/windowmanager.h"
 
-#include <QCoreApplication>
-#include <QGuiApplication>
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QJsonDocument>
 #include <QTimer>
 
@@ -44,6 +47,16 @@ void print(const QByteArray &text)
 {
     std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
     std::fflush(stdout);
+}
+
+int report(const shell::CommandResult &result)
+{
+    if (result.status != 0) {
+        fail(result.message);
+        return result.status;
+    }
+    print(result.output);
+    return 0;
 }
 
 // What every one-shot command works on: the X11 desktop, the stored preferences (only
@@ -79,10 +92,20 @@ std::optional<OneShotSession> openOneShotSession(int *status)
     return session;
 }
 
+// The address service can be replaced, or switched off with an empty value.
+QUrl externalAddressUrl()
+{
+    return qEnvironmentVariableIsSet("ORVELLA_EXTERNAL_ADDRESS_URL")
+               ? QUrl(qEnvironmentVariable("ORVELLA_EXTERNAL_ADDRESS_URL"))
+               : platform::defaultExternalAddressUrl();
+}
+
 // One refresh and one grouping from the stored shelf state, which is only read.
 int listWindows(int argc, char **argv, bool json)
 {
     QCoreApplication app(argc, argv);
+    if (const auto remote = shell::controlClient::list(json))
+        return report(*remote);
     int status = 0;
     const auto session = openOneShotSession(&status);
     if (!session)
@@ -129,12 +152,8 @@ int watchWindows(int argc, char **argv, bool json)
 int systemMonitor(int argc, char **argv, bool json, double interval, int count)
 {
     QCoreApplication app(argc, argv);
-    // The address service can be replaced, or switched off with an empty value.
-    const QByteArray configured = qgetenv("ORVELLA_EXTERNAL_ADDRESS_URL");
-    const QUrl addressUrl = qEnvironmentVariableIsSet("ORVELLA_EXTERNAL_ADDRESS_URL")
-                                ? QUrl(QString::fromUtf8(configured))
-                                : platform::defaultExternalAddressUrl();
-    monitor::SystemMonitorService service(std::make_shared<platform::LinuxSystemFacts>(), addressUrl);
+    monitor::SystemMonitorService service(std::make_shared<platform::LinuxSystemFacts>(),
+                                          externalAddressUrl());
     int remaining = count;
     QObject::connect(&service, &monitor::SystemMonitorService::sampled, &app, [&] {
         print(json ? QJsonDocument(shell::sysmonReport::toJson(service)).toJson(QJsonDocument::Compact) + '\n'
@@ -151,10 +170,16 @@ int systemMonitor(int argc, char **argv, bool json, double interval, int count)
     return result;
 }
 
-// One window action, acted out against the current session; the preferences are only read.
+// One window action: carried out by the running application when there is one, so that it
+// uses its shelves, its sidebar and its memory of what show desktop hid; else on its own,
+// with the preferences only read.
 int actOnWindows(int argc, char **argv, const shell::WindowCommand &command)
 {
     QCoreApplication app(argc, argv);
+    if (const auto remote = shell::controlClient::send(command))
+        return report(*remote);
+    if (shell::needsRunningInstance(command.verb))
+        return fail(QStringLiteral("Orvella is not running in this session (start it with \"orvella\")"));
     int status = 0;
     const auto session = openOneShotSession(&status);
     if (!session)
@@ -164,57 +189,78 @@ int actOnWindows(int argc, char **argv, const shell::WindowCommand &command)
     if (!control)
         return fail(error);
     actions::ActionRunner::attach(*session->manager, control);
-    return shell::runWindowCommand(command, *session->manager, *control,
-                                   [](const QString &message) { fail(message); });
+    return report(shell::runWindowCommand(command, *session->manager, *control));
 }
 
+// The long-running application, unless one already runs in this session: then that one
+// shows its sidebar.
 int runApplication(int argc, char **argv)
 {
     QString error;
-    // QGuiApplication aborts without a display; say why in one line instead.
-    const std::shared_ptr<platform::x11::X11Desktop> desktop =
-        platform::x11::X11Desktop::open(QString(), &error);
+    // QApplication aborts without a display; say why in one line instead.
+    std::shared_ptr<platform::x11::X11Desktop> desktop = platform::x11::X11Desktop::open(QString(), &error);
     if (!desktop)
         return fail(error + QStringLiteral(" (Orvella needs an X11 session)"));
 
-    QGuiApplication app(argc, argv);
+    QApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Orvella"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ORVELLA_VERSION));
-    QGuiApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setQuitOnLastWindowClosed(false);
 
-    platform::PreferencesStore store(platform::PreferencesStore::defaultFilePath());
-    settings::AppSettings appSettings(store);
-    qCInfo(lcShell).noquote() << "[OV] Orvella" << ORVELLA_VERSION << "language" << appSettings.appLanguage()
-                              << "preferences" << store.filePath();
-    tracking::WindowManager manager(desktop, &appSettings, &store);
-    manager.restoreState();
-    services::TelemetryService telemetry(store);
-    telemetry.recordLifecycleEvents();
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    const QString serviceName = QString::fromLatin1(shell::control::kServiceName);
+    if (bus.isConnected()
+        && bus.interface()->registerService(serviceName, QDBusConnectionInterface::DontQueueService,
+                                            QDBusConnectionInterface::DontAllowReplacement)
+               != QDBusConnectionInterface::ServiceRegistered) {
+        qCInfo(lcShell) << "[OV] Orvella already runs in this session; showing its sidebar";
+        shell::WindowCommand show;
+        show.verb = shell::WindowCommand::Verb::ShowSidebar;
+        const auto result = shell::controlClient::send(show);
+        return result ? report(*result) : fail(QStringLiteral("the running Orvella did not answer"));
+    }
+    if (!bus.isConnected())
+        qCWarning(lcShell) << "[OV] no session bus: Orvella runs without its control interface, and"
+                              " commands act on their own";
 
-    // Until the sidebar exists, running Orvella means listing the session's windows as
-    // soon as a window manager Orvella can work with is there.
-    QTimer poll;
-    poll.setInterval(1000);
-    bool waitingLogged = false;
-    auto attempt = [&] {
-        if (!desktop->isTrusted()) {
-            if (!waitingLogged)
-                qCInfo(lcShell).noquote()
-                    << "[OV] waiting for the X session:" << shell::windowListing::noWindowManagerText();
-            waitingLogged = true;
-            manager.refresh();
-            return;
-        }
-        poll.stop();
-        manager.refresh();
-        if (manager.waitForRefresh(kRefreshTimeoutMs))
-            print(shell::windowListing::toText(manager));
-        QCoreApplication::quit();
-    };
-    QObject::connect(&poll, &QTimer::timeout, &app, attempt);
-    QTimer::singleShot(0, &app, attempt);
-    poll.start();
-    return app.exec();
+    shell::AppParts parts;
+    parts.desktop = desktop;
+    if (auto observer = platform::x11::X11DesktopObserver::open(QString(), &error))
+        parts.observer = std::move(observer);
+    else
+        qCWarning(lcShell).noquote() << "[OV] windows are not followed live:" << error;
+    parts.control = platform::x11::X11WindowControl::open(QString(), &error);
+    if (!parts.control)
+        qCWarning(lcShell).noquote() << "[OV] windows cannot be acted on:" << error;
+    parts.store = std::make_unique<platform::PreferencesStore>(platform::PreferencesStore::defaultFilePath());
+    parts.systemFacts = std::make_shared<platform::LinuxSystemFacts>();
+    parts.externalAddressURL = externalAddressUrl();
+    parts.updateFeedURL = QUrl(QStringLiteral(ORVELLA_UPDATE_FEED_URL));
+    parts.executable = platform::relauncher::executablePath();
+    parts.arguments = QCoreApplication::arguments().mid(1);
+    qCInfo(lcShell).noquote() << "[OV] Orvella" << ORVELLA_VERSION << "preferences"
+                              << parts.store->filePath();
+
+    shell::AppDelegate delegate(std::move(parts));
+    shell::ControlInterface controlInterface(delegate);
+    if (bus.isConnected()) {
+        bus.registerObject(QString::fromLatin1(shell::control::kObjectPath), &controlInterface,
+                           QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportScriptableSignals);
+        QObject::connect(&delegate, &shell::AppDelegate::relaunching, &app,
+                         [bus, serviceName]() mutable { bus.unregisterService(serviceName); });
+    }
+    platform::QuitSignals quitSignals;
+    QObject::connect(&quitSignals, &platform::QuitSignals::quitRequested, &delegate,
+                     [&delegate] { delegate.quit(0); });
+    QObject::connect(&delegate.windowManager(), &tracking::WindowManager::desktopLost, &delegate,
+                     [&delegate] {
+                         std::fprintf(stderr, "orvella: the X session went away\n");
+                         delegate.quit(2);
+                     });
+    QTimer::singleShot(0, &delegate, &shell::AppDelegate::applicationDidFinishLaunching);
+    const int status = app.exec();
+    delegate.applicationWillTerminate();
+    return status;
 }
 
 } // namespace

@@ -1,15 +1,14 @@
-// The window actions as one-shot commands: `orvella focus ID`, `tile-shelf SHELF_ID`, ...
+// The window actions as commands: `orvella focus ID`, `tile-shelf SHELF_ID`, ...
 #include "shell/windowcommand.h"
 
 #include "actions/tilegeometry.h"
-#include "platform/windowcontrol.h"
+#include "shell/windowcommandrun.h"
 #include "tracking/windowmanager.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QHash>
 
-#include <cmath>
+#include <optional>
 
 namespace orvella::shell {
 
@@ -17,19 +16,44 @@ namespace {
 
 using Verb = WindowCommand::Verb;
 
-constexpr int kRefreshTimeoutMs = 15000;
-// Opening a window waits for the application to start; everything else settles in a second.
-constexpr int kActionTimeoutMs = 30000;
-
 const QHash<QString, Verb> &verbs()
 {
     static const QHash<QString, Verb> table{
-        {QStringLiteral("focus"), Verb::Focus},          {QStringLiteral("close"), Verb::Close},
-        {QStringLiteral("minimize"), Verb::Minimize},    {QStringLiteral("tile-window"), Verb::TileWindow},
-        {QStringLiteral("tile-shelf"), Verb::TileShelf}, {QStringLiteral("minimize-all"), Verb::MinimizeAll},
+        {QStringLiteral("focus"), Verb::Focus},
+        {QStringLiteral("close"), Verb::Close},
+        {QStringLiteral("minimize"), Verb::Minimize},
+        {QStringLiteral("tile-window"), Verb::TileWindow},
+        {QStringLiteral("tile-shelf"), Verb::TileShelf},
+        {QStringLiteral("minimize-all"), Verb::MinimizeAll},
         {QStringLiteral("new-window"), Verb::NewWindow},
+        {QStringLiteral("show-desktop"), Verb::ShowDesktop},
+        {QStringLiteral("show-sidebar"), Verb::ShowSidebar},
+        {QStringLiteral("hide-sidebar"), Verb::HideSidebar},
+        {QStringLiteral("toggle-sidebar"), Verb::ToggleSidebar},
+        {QStringLiteral("add-shelf"), Verb::AddShelf},
+        {QStringLiteral("move-to-shelf"), Verb::MoveToShelf},
+        {QStringLiteral("remove-from-shelf"), Verb::RemoveFromShelf},
+        {QStringLiteral("quit"), Verb::Quit},
     };
     return table;
+}
+
+// The operands a verb takes, in words for the user; empty when it takes none.
+QStringList operandNames(Verb verb)
+{
+    const QString window = QStringLiteral("a window id");
+    switch (verb) {
+    case Verb::Focus:
+    case Verb::Close:
+    case Verb::Minimize:
+    case Verb::RemoveFromShelf: return {window};
+    case Verb::TileWindow: return {window, QStringLiteral("a position")};
+    case Verb::TileShelf: return {QStringLiteral("a shelf id")};
+    case Verb::NewWindow: return {QStringLiteral("an application id")};
+    case Verb::AddShelf: return {QStringLiteral("a shelf name")};
+    case Verb::MoveToShelf: return {window, QStringLiteral("a shelf id")};
+    default: return {};
+    }
 }
 
 QString positionNames()
@@ -68,15 +92,6 @@ std::variant<WindowCommand, QString> parseTileShelfOptions(WindowCommand command
     return command;
 }
 
-// Drives the event loop until `done` is set or time runs out.
-bool waitUntil(const bool &done, int timeoutMs)
-{
-    QDeadlineTimer deadline(timeoutMs);
-    while (!done && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    return done;
-}
-
 } // namespace
 
 bool isWindowCommand(const QString &command)
@@ -84,26 +99,28 @@ bool isWindowCommand(const QString &command)
     return verbs().contains(command);
 }
 
+bool needsRunningInstance(Verb verb)
+{
+    return verb >= Verb::ShowDesktop;
+}
+
 std::variant<WindowCommand, QString> parseWindowCommand(const QString &name, const QStringList &operands)
 {
     WindowCommand command;
     command.verb = verbs().value(name);
-    const int needed = command.verb == Verb::MinimizeAll ? 0 : command.verb == Verb::TileWindow ? 2 : 1;
+    const QStringList names = operandNames(command.verb);
+    const qsizetype needed = names.size();
     const QStringList positional = operands.mid(0, needed);
-    const QString what = needed == 2                       ? QStringLiteral("a window id and a position")
-                         : command.verb == Verb::TileShelf ? QStringLiteral("a shelf id")
-                         : command.verb == Verb::NewWindow ? QStringLiteral("an application id")
-                                                           : QStringLiteral("a window id");
     if (positional.size() < needed)
-        return QStringLiteral("%1 needs %2").arg(name, what);
+        return QStringLiteral("%1 needs %2").arg(name, names.join(QStringLiteral(" and ")));
     for (qsizetype i = 0; i < positional.size(); ++i) {
+        // A shelf's name is the user's text, dashes and all.
+        if (command.verb == Verb::AddShelf)
+            break;
         if (positional[i].startsWith(QLatin1String("--")))
             return QStringLiteral("unknown option \"%1\"").arg(positional[i]);
         if (positional[i].startsWith(u'-'))
-            return QStringLiteral("\"%1\" is not %2")
-                .arg(positional[i], needed < 2 ? what
-                                    : i == 0   ? QStringLiteral("a window id")
-                                               : QStringLiteral("a position"));
+            return QStringLiteral("\"%1\" is not %2").arg(positional[i], names[i]);
     }
     if (needed > 0)
         command.target = positional.first();
@@ -112,6 +129,8 @@ std::variant<WindowCommand, QString> parseWindowCommand(const QString &name, con
             return QStringLiteral("unknown position \"%1\" (one of %2)").arg(positional[1], positionNames());
         command.position = positional[1];
     }
+    if (command.verb == Verb::MoveToShelf)
+        command.shelfID = positional[1];
     const QStringList rest = operands.mid(needed);
     if (command.verb == Verb::TileShelf)
         return parseTileShelfOptions(command, rest);
@@ -120,66 +139,23 @@ std::variant<WindowCommand, QString> parseWindowCommand(const QString &name, con
     return command;
 }
 
-int runWindowCommand(const WindowCommand &command, tracking::WindowManager &manager,
-                     platform::WindowControl &control, const std::function<void(const QString &)> &printError)
+void startWindowCommand(const WindowCommand &command, tracking::WindowManager &manager,
+                        platform::WindowControl &control, std::function<void(const CommandResult &)> finished)
 {
-    if (command.verb == Verb::NewWindow && !control.hasApplication(command.target)) {
-        printError(QStringLiteral("no application \"%1\" (no desktop entry %1.desktop)").arg(command.target));
-        return 2;
-    }
-    manager.restoreState();
-    manager.refresh();
-    if (!manager.waitForRefresh(kRefreshTimeoutMs)) {
-        printError(QStringLiteral("the window list could not be read in time"));
-        return 1;
-    }
+    // Owned by the manager, so that nothing runs on once the manager is gone.
+    auto *run = new WindowCommandRun(command, manager, control, std::move(finished));
+    run->start();
+}
 
-    const auto &categories = manager.categories();
-    if (command.verb == Verb::TileShelf
-        && std::none_of(categories.begin(), categories.end(), [&](const tracking::WindowCategory &c) {
-               return c.isShelf() && c.id == command.target;
-           })) {
-        printError(QStringLiteral("no shelf with id \"%1\" (see orvella list)").arg(command.target));
-        return 2;
-    }
-    bool done = false;
-    const tracking::Completion finished = [&done] { done = true; };
-    const QString &id = command.target;
-    bool accepted = false;
-    switch (command.verb) {
-    case Verb::Focus: accepted = manager.focusWindow(id, finished); break;
-    case Verb::Close: accepted = manager.closeWindow(id, finished); break;
-    case Verb::Minimize: accepted = manager.minimizeWindow(id, finished); break;
-    case Verb::TileWindow: accepted = manager.tileWindow(id, command.position, finished); break;
-    case Verb::TileShelf:
-        accepted = manager.tileCategoryWindows(id, command.alignment, command.widthFraction, finished);
-        break;
-    case Verb::MinimizeAll: accepted = manager.minimizeAllWindows(finished); break;
-    case Verb::NewWindow: accepted = manager.openNewWindow(id, finished); break;
-    }
-    if (!accepted) {
-        printError(QStringLiteral("no window with id \"%1\" (see orvella list --json)").arg(id));
-        return 2;
-    }
-    if (!waitUntil(done, kActionTimeoutMs) || !manager.waitForRefresh(kRefreshTimeoutMs)) {
-        printError(QStringLiteral("the window manager did not finish in time"));
-        return 1;
-    }
-    // A window manager may refuse the focus (a window that takes no input, focus
-    // stealing prevention): say so rather than succeed with nothing changed.
-    if (command.verb == Verb::Focus && manager.activeWindowID() != id) {
-        printError(QStringLiteral("the window manager did not focus \"%1\"").arg(id));
-        return 1;
-    }
-    // A window that refused its place, or one left maximised, is not a tiled window.
-    const int unplaced = manager.state().lastTilingFailures;
-    if ((command.verb == Verb::TileWindow || command.verb == Verb::TileShelf) && unplaced != 0) {
-        printError(unplaced < 0 ? QStringLiteral("there is no screen to tile on")
-                                : QStringLiteral("%1 of the windows did not move where planned")
-                                      .arg(QString::number(unplaced)));
-        return 1;
-    }
-    return 0;
+CommandResult runWindowCommand(const WindowCommand &command, tracking::WindowManager &manager,
+                               platform::WindowControl &control)
+{
+    manager.restoreState();
+    std::optional<CommandResult> result;
+    startWindowCommand(command, manager, control, [&result](const CommandResult &r) { result = r; });
+    while (!result)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    return *result;
 }
 
 } // namespace orvella::shell

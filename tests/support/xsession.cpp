@@ -113,6 +113,12 @@ bool XSession::replaceWindowManager(QString *error)
     return started;
 }
 
+void XSession::stopWindowManager()
+{
+    if (m_windowManager)
+        end(*std::exchange(m_windowManager, nullptr), 2000);
+}
+
 bool XSession::startServer(QString *error)
 {
     int displayPipe[2];

@@ -35,6 +35,10 @@ public:
     /// and returns once it manages windows; the first one exits on its own.
     bool replaceWindowManager(QString *error);
 
+    /// Ends the window manager and leaves the server without one, as a crash would;
+    /// replaceWindowManager() starts a new one.
+    void stopWindowManager();
+
     /// Ends the window manager, then the server. Safe to call more than once.
     void stop();
 

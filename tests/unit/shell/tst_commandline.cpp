@@ -14,8 +14,10 @@ QString summary(const CommandLineRequest &r)
 {
     static const char *const actions[] = {"run",   "version", "help",   "list",
                                           "watch", "sysmon",  "window", "invalid"};
-    static const char *const verbs[] = {"focus",      "close",        "minimize",  "tile-window",
-                                        "tile-shelf", "minimize-all", "new-window"};
+    static const char *const verbs[] = {
+        "focus",          "close",      "minimize",      "tile-window",       "tile-shelf",
+        "minimize-all",   "new-window", "show-desktop",  "show-sidebar",      "hide-sidebar",
+        "toggle-sidebar", "add-shelf",  "move-to-shelf", "remove-from-shelf", "quit"};
     QStringList out{QString::fromLatin1(actions[int(r.action)])};
     if (r.action == Action::Sysmon)
         out << QString::number(r.sysmonInterval) << QString::number(r.sysmonCount);
@@ -23,6 +25,8 @@ QString summary(const CommandLineRequest &r)
         out << QString::fromLatin1(verbs[int(r.window.verb)]);
         if (!r.window.target.isEmpty())
             out << r.window.target;
+        if (r.window.verb == Verb::MoveToShelf)
+            out << r.window.shelfID;
         if (r.window.verb == Verb::TileWindow)
             out << r.window.position;
         if (r.window.verb == Verb::TileShelf)
@@ -99,6 +103,10 @@ void TestCommandLine::parse_data()
     row({"focus", "-5"}, "invalid: \"-5\" is not a window id");
     row({"tile-window", "a::wn:1", "-left"}, "invalid: \"-left\" is not a position");
     row({"focus"}, "invalid: focus needs a window id");
+    row({"add-shelf", "-- Later --"}, "window add-shelf -- Later --");
+    row({"move-to-shelf", "a::wn:1", "shelf-2"}, "window move-to-shelf a::wn:1 shelf-2");
+    row({"move-to-shelf", "a::wn:1"}, "invalid: move-to-shelf needs a window id and a shelf id");
+    row({"quit", "now"}, "invalid: unexpected argument \"now\"");
 }
 
 void TestCommandLine::parse()
