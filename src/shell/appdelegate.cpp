@@ -53,14 +53,15 @@ AppDelegate::AppDelegate(AppParts parts, QObject *parent)
 {
     platform::PreferencesStore &store = *m_parts.store;
     m_appSettings = std::make_unique<settings::AppSettings>(store);
-    m_windowManager = std::make_unique<tracking::WindowManager>(m_parts.desktop, m_appSettings.get(), &store,
-                                                                m_scheduler);
-    m_updaterService = std::make_unique<services::UpdaterService>(store, m_parts.updateFeedURL, m_parts.version);
+    m_windowManager =
+        std::make_unique<tracking::WindowManager>(m_parts.desktop, m_appSettings.get(), &store, m_scheduler);
+    m_updaterService =
+        std::make_unique<services::UpdaterService>(store, m_parts.updateFeedURL, m_parts.version);
     m_usageTracker = std::make_unique<services::UsageTracker>(store);
     m_telemetryService = std::make_unique<services::TelemetryService>(store, m_parts.telemetry);
     m_notificationService = std::make_unique<services::NotificationService>();
-    m_systemMonitor = std::make_unique<monitor::SystemMonitorService>(m_parts.systemFacts,
-                                                                      m_parts.externalAddressURL, m_scheduler);
+    m_systemMonitor = std::make_unique<monitor::SystemMonitorService>(
+        m_parts.systemFacts, m_parts.externalAddressURL, m_scheduler);
     if (m_parts.observer)
         m_windowManager->setObserver(m_parts.observer.get());
     if (m_parts.control)
@@ -83,8 +84,8 @@ void AppDelegate::applicationDidFinishLaunching()
     m_updaterService->start();
     restoreLastScreen();
     qCInfo(lcShell).noquote() << QStringLiteral("[OV] app-launch sidebarScreen=%1 rememberLastScreen=%2")
-                                     .arg(m_appSettings->sidebarScreen(),
-                                          m_appSettings->rememberLastScreen() ? QStringLiteral("true")
+                                     .arg(m_appSettings->sidebarScreen(), m_appSettings->rememberLastScreen()
+                                                                              ? QStringLiteral("true")
                                                                               : QStringLiteral("false"));
     m_windowManager->restoreState();
     launchSidebar();
@@ -94,7 +95,7 @@ void AppDelegate::applicationDidFinishLaunching()
         TrayActions actions;
         actions.toggleSidebar = [this] { toggleSidebar(); };
         actions.showDesktop = [this] { m_windowManager->toggleShowDesktop(); };
-        actions.openSettings = [] {};
+        actions.openSettings = [this] { openSettings(); };
         actions.openWhatsNew = [this] { openWhatsNew(); };
         actions.relaunch = [this] { relaunchApp(false); };
         actions.quit = [this] { quit(0); };
@@ -132,17 +133,19 @@ void AppDelegate::applicationDidFinishLaunching()
 void AppDelegate::announceMilestone()
 {
     if (const std::optional<int> days = m_usageTracker->checkMilestone()) {
-        const QString title = settings::LocalizationManager::shared().string(services::UsageTracker::milestoneKey(*days));
-        const QString body = QStringLiteral("%1: %2").arg(text("usage.daysUsed"),
-                                                          QString::number(m_usageTracker->daysSinceFirstLaunch()));
+        const QString title =
+            settings::LocalizationManager::shared().string(services::UsageTracker::milestoneKey(*days));
+        const QString body = QStringLiteral("%1: %2").arg(
+            text("usage.daysUsed"), QString::number(m_usageTracker->daysSinceFirstLaunch()));
         m_notificationService->showSystemNotification(title, body, QStringLiteral("milestone_%1").arg(*days));
     }
     if (m_usageTracker->shouldSuggestShare()) {
         m_usageTracker->markShareSuggested();
         // Sharing on a Linux desktop means a line to paste where the user likes.
-        m_notificationService->showBanner(text("share.suggestion"), services::NotificationService::BannerType::Milestone,
-                                          text("share.text"), text("share.button"),
-                                          [] { QGuiApplication::clipboard()->setText(text("share.message")); });
+        m_notificationService->showBanner(
+            text("share.suggestion"), services::NotificationService::BannerType::Milestone,
+            text("share.text"), text("share.button"),
+            [] { QGuiApplication::clipboard()->setText(text("share.message")); });
     }
 }
 
@@ -172,7 +175,8 @@ void AppDelegate::subscribe()
     });
     connect(settings, &settings::AppSettings::systemMonitorDisplayChanged, this,
             &AppDelegate::followSystemMonitorDisplay);
-    connect(manager, &tracking::WindowManager::showsTrustBannerChanged, this, &AppDelegate::followTrustBanner);
+    connect(manager, &tracking::WindowManager::showsTrustBannerChanged, this,
+            &AppDelegate::followTrustBanner);
     if (m_parts.observer) {
         connect(m_parts.observer.get(), &platform::DesktopObserver::desktopEvent, this,
                 [this](const platform::DesktopEvent &event) {
@@ -220,7 +224,8 @@ void AppDelegate::checkAccessibilityWithRetry(int attempts, std::chrono::millise
         m_windowManager->refresh(); // counts what the window server has, and raises the banner
         if (m_parts.store->boolValue(QStringLiteral("axWasGrantedBefore")).value_or(false)) {
             qCInfo(lcShell) << "[OV] AX not trusted after update — requesting silently";
-            qCInfo(lcShell) << "[OV] there is nothing to request from an X session; waiting for a window manager";
+            qCInfo(lcShell)
+                << "[OV] there is nothing to request from an X session; waiting for a window manager";
         } else {
             showPermissionOnboarding();
         }

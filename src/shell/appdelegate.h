@@ -14,8 +14,6 @@
 #include <chrono>
 #include <memory>
 
-
-
 namespace orvella::platform {
 class DesktopObserver;
 class PreferencesStore;
@@ -143,6 +141,7 @@ private:
     void saveCurrentScreen() {}
     void launchSidebar() {}
     void updatePanelLayout() {}
+    void openSettings() {} // the settings window
 
     AppParts m_parts;
     platform::Scheduler &m_scheduler;

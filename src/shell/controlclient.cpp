@@ -40,7 +40,8 @@ std::optional<CommandResult> call(const QString &method, const QVariantList &arg
     if (error.type() == QDBusError::ServiceUnknown)
         return std::nullopt;
     const bool notFound = error.name() == QLatin1String(control::kErrorNotFound)
-                          || error.type() == QDBusError::InvalidArgs || error.type() == QDBusError::UnknownMethod;
+                          || error.type() == QDBusError::InvalidArgs
+                          || error.type() == QDBusError::UnknownMethod;
     const QString message_ = error.message().isEmpty() ? error.name() : error.message();
     return CommandResult{notFound ? 2 : 1, message_, {}};
 }
@@ -50,7 +51,8 @@ std::optional<CommandResult> call(const QString &method, const QVariantList &arg
 bool instanceRunning()
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
-    return bus.isConnected() && bus.interface()->isServiceRegistered(QString::fromLatin1(control::kServiceName));
+    return bus.isConnected()
+           && bus.interface()->isServiceRegistered(QString::fromLatin1(control::kServiceName));
 }
 
 std::optional<CommandResult> send(const WindowCommand &c)
@@ -87,7 +89,8 @@ std::optional<CommandResult> list(bool json)
 {
     if (!instanceRunning())
         return std::nullopt;
-    std::optional<CommandResult> result = call(json ? QStringLiteral("List") : QStringLiteral("ListText"), {});
+    std::optional<CommandResult> result =
+        call(json ? QStringLiteral("List") : QStringLiteral("ListText"), {});
     if (result && result->status == 0 && json)
         result->output += '\n';
     return result;

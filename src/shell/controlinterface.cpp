@@ -8,8 +8,8 @@
 #include "shell/windowlisting.h"
 #include "tracking/windowmanager.h"
 
-#include <QDBusConnection>
 #include <QCoreApplication>
+#include <QDBusConnection>
 #include <QDBusError>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -64,15 +64,14 @@ void ControlInterface::runWindowCommand(WindowCommand command)
     const QDBusMessage call = message();
     const QDBusConnection bus = connection();
     const QPointer<ControlInterface> guard(this);
-    startWindowCommand(command, m_app.windowManager(), *control,
-                       [guard, call, bus](const CommandResult &result) {
-                           if (guard)
-                               --guard->m_inFlight;
-                           QDBusConnection(bus).send(result.status == 0
-                                                         ? call.createReply()
-                                                         : call.createErrorReply(errorName(result.status),
-                                                                                 result.message));
-                       });
+    startWindowCommand(
+        command, m_app.windowManager(), *control, [guard, call, bus](const CommandResult &result) {
+            if (guard)
+                --guard->m_inFlight;
+            QDBusConnection(bus).send(result.status == 0
+                                          ? call.createReply()
+                                          : call.createErrorReply(errorName(result.status), result.message));
+        });
 }
 
 void ControlInterface::run(const QString &verb, const QStringList &operands)
@@ -107,8 +106,8 @@ void ControlInterface::TileWindow(const QString &windowID, const QString &positi
 
 void ControlInterface::TileShelf(const QString &shelfID, const QString &alignment, double widthFraction)
 {
-    run(QStringLiteral("tile-shelf"), {shelfID, QStringLiteral("--align"), alignment, QStringLiteral("--width"),
-                                       QString::number(widthFraction)});
+    run(QStringLiteral("tile-shelf"), {shelfID, QStringLiteral("--align"), alignment,
+                                       QStringLiteral("--width"), QString::number(widthFraction)});
 }
 
 void ControlInterface::MinimizeAll()
@@ -168,19 +167,22 @@ void ControlInterface::MoveToShelf(const QString &windowID, const QString &shelf
 void ControlInterface::RemoveFromShelf(const QString &windowID)
 {
     if (!m_app.windowManager().removeWindowFromShelf(windowID))
-        sendErrorReply(QString::fromLatin1(control::kErrorNotFound),
-                       QStringLiteral("window \"%1\" is on no shelf (see orvella list --json)").arg(windowID));
+        sendErrorReply(
+            QString::fromLatin1(control::kErrorNotFound),
+            QStringLiteral("window \"%1\" is on no shelf (see orvella list --json)").arg(windowID));
 }
 
 void ControlInterface::Relaunch()
 {
     // Answered first: the caller should hear back before this process goes.
-    QMetaObject::invokeMethod(&m_app, [app = &m_app] { app->relaunchApp(false); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &m_app, [app = &m_app] { app->relaunchApp(false); }, Qt::QueuedConnection);
 }
 
 void ControlInterface::Quit()
 {
-    QMetaObject::invokeMethod(&m_app, [app = &m_app] { app->quit(0); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &m_app, [app = &m_app] { app->quit(0); }, Qt::QueuedConnection);
 }
 
 QString ControlInterface::List()
@@ -219,18 +221,20 @@ void ControlInterface::answerLists(bool read)
     const QString text = QString::fromUtf8(windowListing::toText(manager));
     for (PendingList &pending : std::exchange(m_pendingLists, {})) {
         pending.bus.send(read ? pending.call.createReply(pending.json ? QString::fromUtf8(json) : text)
-                              : pending.call.createErrorReply(QString::fromLatin1(control::kErrorFailed),
-                                                              QStringLiteral("the window list could not be read in time")));
+                              : pending.call.createErrorReply(
+                                  QString::fromLatin1(control::kErrorFailed),
+                                  QStringLiteral("the window list could not be read in time")));
     }
 }
 
 QString ControlInterface::State()
 {
     const services::NotificationService &notifications = m_app.notificationService();
-    const QJsonValue banner = notifications.hasBanner()
-                                  ? QJsonValue(QJsonObject{{QStringLiteral("message"), notifications.bannerMessage()},
-                                                           {QStringLiteral("type"), notifications.bannerType()}})
-                                  : QJsonValue(QJsonValue::Null);
+    const QJsonValue banner =
+        notifications.hasBanner()
+            ? QJsonValue(QJsonObject{{QStringLiteral("message"), notifications.bannerMessage()},
+                                     {QStringLiteral("type"), notifications.bannerType()}})
+            : QJsonValue(QJsonValue::Null);
     const QJsonObject state{
         {QStringLiteral("trusted"), m_app.windowManager().desktop()->isTrusted()},
         {QStringLiteral("sidebarVisible"), m_app.isSidebarVisible()},

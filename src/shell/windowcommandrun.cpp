@@ -37,7 +37,8 @@ WindowCommandRun::WindowCommandRun(WindowCommand command, tracking::WindowManage
 void WindowCommandRun::start()
 {
     if (m_command.verb == Verb::NewWindow && !m_control.hasApplication(m_command.target)) {
-        finish(2, QStringLiteral("no application \"%1\" (no desktop entry %1.desktop)").arg(m_command.target));
+        finish(2,
+               QStringLiteral("no application \"%1\" (no desktop entry %1.desktop)").arg(m_command.target));
         return;
     }
     afterFreshRead([this] { act(); });

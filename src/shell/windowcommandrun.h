@@ -17,8 +17,8 @@ namespace orvella::shell {
 class WindowCommandRun : public QObject
 {
 public:
-    WindowCommandRun(WindowCommand command, tracking::WindowManager &manager, platform::WindowControl &control,
-                     std::function<void(const CommandResult &)> finished);
+    WindowCommandRun(WindowCommand command, tracking::WindowManager &manager,
+                     platform::WindowControl &control, std::function<void(const CommandResult &)> finished);
 
     void start();
 

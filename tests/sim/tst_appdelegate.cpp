@@ -61,7 +61,8 @@ std::unique_ptr<shell::AppDelegate> TestAppDelegate::make(const QString &version
     parts.desktop = m_desktop;
     parts.control = m_desktop;
     parts.observer = std::make_unique<platform::sim::SimulatedObserver>();
-    parts.store = std::make_unique<platform::PreferencesStore>(m_dir.filePath(QStringLiteral("preferences.json")));
+    parts.store =
+        std::make_unique<platform::PreferencesStore>(m_dir.filePath(QStringLiteral("preferences.json")));
     parts.systemFacts = std::make_shared<platform::LinuxSystemFacts>();
     parts.telemetry.endpoint.clear();
     parts.scheduler = &m_clock;

@@ -135,7 +135,8 @@ QJsonObject TestApplicationX11::windowTitled(const QString &title)
     QByteArray out;
     if (cli({QStringLiteral("list"), QStringLiteral("--json")}, &out) != 0)
         return {};
-    for (const QJsonValue &w : QJsonDocument::fromJson(out).object().value(QStringLiteral("windows")).toArray()) {
+    for (const QJsonValue &w :
+         QJsonDocument::fromJson(out).object().value(QStringLiteral("windows")).toArray()) {
         if (w.toObject().value(QStringLiteral("title")).toString() == title)
             return w.toObject();
     }
@@ -151,8 +152,9 @@ QJsonObject TestApplicationX11::preferences() const
 void TestApplicationX11::oneInstanceAnswersOnTheBus()
 {
     TestClient client(TestClient::titled({"bus one"}), m_session.clientEnvironment());
-    QTRY_VERIFY_WITH_TIMEOUT(jsonReply(QStringLiteral("List")).value(QStringLiteral("windows")).toArray().size() == 1,
-                             testsupport::kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        jsonReply(QStringLiteral("List")).value(QStringLiteral("windows")).toArray().size() == 1,
+        testsupport::kWaitMs);
 
     // A second start shows the first one's sidebar and leaves it the only instance.
     QVERIFY(callApp(QStringLiteral("HideSidebar")).type() == QDBusMessage::ReplyMessage);
@@ -168,11 +170,13 @@ void TestApplicationX11::commandLineActsThroughTheInstance()
     TestClient client(TestClient::titled({"kept", "hidden before"}), m_session.clientEnvironment());
     QTRY_VERIFY_WITH_TIMEOUT(!windowTitled(QStringLiteral("hidden before")).isEmpty(), testsupport::kWaitMs);
     const QString kept = windowTitled(QStringLiteral("kept")).value(QStringLiteral("id")).toString();
-    const QString hidden = windowTitled(QStringLiteral("hidden before")).value(QStringLiteral("id")).toString();
+    const QString hidden =
+        windowTitled(QStringLiteral("hidden before")).value(QStringLiteral("id")).toString();
 
     // The running application keeps room for its 250-px sidebar on the left of 1280x800.
     QCOMPARE(cli({QStringLiteral("tile-window"), kept, QStringLiteral("leftHalf")}), 0);
-    const QJsonObject bounds = windowTitled(QStringLiteral("kept")).value(QStringLiteral("bounds")).toObject();
+    const QJsonObject bounds =
+        windowTitled(QStringLiteral("kept")).value(QStringLiteral("bounds")).toObject();
     QCOMPARE(bounds.value(QStringLiteral("x")).toInt(), 250);
     QCOMPARE(bounds.value(QStringLiteral("width")).toInt(), 515);
 
@@ -182,7 +186,8 @@ void TestApplicationX11::commandLineActsThroughTheInstance()
     QCOMPARE(windowTitled(QStringLiteral("kept")).value(QStringLiteral("isMinimized")).toBool(), true);
     QCOMPARE(cli({QStringLiteral("show-desktop")}), 0);
     QCOMPARE(windowTitled(QStringLiteral("kept")).value(QStringLiteral("isMinimized")).toBool(), false);
-    QCOMPARE(windowTitled(QStringLiteral("hidden before")).value(QStringLiteral("isMinimized")).toBool(), true);
+    QCOMPARE(windowTitled(QStringLiteral("hidden before")).value(QStringLiteral("isMinimized")).toBool(),
+             true);
 
     QByteArray shelf;
     QCOMPARE(cli({QStringLiteral("add-shelf"), QStringLiteral("Work")}, &shelf), 0);
@@ -205,7 +210,8 @@ void TestApplicationX11::commandLineActsThroughTheInstance()
 
 void TestApplicationX11::terminationSavesAndExitsCleanly()
 {
-    const QString id = callApp(QStringLiteral("AddShelf"), {QStringLiteral("Evening")}).arguments().value(0).toString();
+    const QString id =
+        callApp(QStringLiteral("AddShelf"), {QStringLiteral("Evening")}).arguments().value(0).toString();
     QVERIFY(id.startsWith(QLatin1String("shelf-")));
     ::kill(pid_t(m_app->processId()), SIGTERM);
     QVERIFY(m_app->waitForFinished(20000));
@@ -233,8 +239,9 @@ void TestApplicationX11::lostWindowManagerIsReportedAndSurvived()
     const auto banner = [] {
         return jsonReply(QStringLiteral("State")).value(QStringLiteral("banner")).toObject();
     };
-    QTRY_VERIFY_WITH_TIMEOUT(banner().value(QStringLiteral("message")).toString().contains(QLatin1String("EWMH")),
-                             testsupport::kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        banner().value(QStringLiteral("message")).toString().contains(QLatin1String("EWMH")),
+        testsupport::kWaitMs);
     QCOMPARE(banner().value(QStringLiteral("type")).toString(), QStringLiteral("warning"));
     QCOMPARE(callApp(QStringLiteral("List")).type(), QDBusMessage::ErrorMessage);
 
@@ -250,23 +257,26 @@ void TestApplicationX11::hostileCallsGetErrors()
         const QDBusMessage reply = callApp(method, arguments);
         return reply.type() == QDBusMessage::ErrorMessage ? reply.errorName() : QString();
     };
-    QCOMPARE(errorOf(QStringLiteral("Focus"), {42}), QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"));
+    QCOMPARE(errorOf(QStringLiteral("Focus"), {42}),
+             QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"));
     QCOMPARE(errorOf(QStringLiteral("TileShelf"), {QStringLiteral("x"), QStringLiteral("left")}),
              QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"));
     QCOMPARE(errorOf(QStringLiteral("Focus"), {QStringLiteral("nobody::wn:1")}),
              QStringLiteral("org.orvella.Orvella1.Error.NotFound"));
-    QCOMPARE(errorOf(QStringLiteral("TileWindow"), {QStringLiteral("nobody::wn:1"), QStringLiteral("sideways")}),
-             QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
-    QCOMPARE(errorOf(QStringLiteral("RemoveFromShelf"), {QString(QChar(0x202e)) + QStringLiteral("\x1b[31m")}),
-             QStringLiteral("org.orvella.Orvella1.Error.NotFound"));
+    QCOMPARE(
+        errorOf(QStringLiteral("TileWindow"), {QStringLiteral("nobody::wn:1"), QStringLiteral("sideways")}),
+        QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    QCOMPARE(
+        errorOf(QStringLiteral("RemoveFromShelf"), {QString(QChar(0x202e)) + QStringLiteral("\x1b[31m")}),
+        QStringLiteral("org.orvella.Orvella1.Error.NotFound"));
 
     // A burst: every call is answered (a refusal is an answer), and the application still
     // serves afterwards.
     QList<QDBusPendingCall> calls;
     for (int i = 0; i < 1000; ++i) {
-        QDBusMessage m = QDBusMessage::createMethodCall(kService, QStringLiteral("/org/orvella/Orvella"),
-                                                        QStringLiteral("org.orvella.Orvella1"),
-                                                        i % 2 ? QStringLiteral("List") : QStringLiteral("Minimize"));
+        QDBusMessage m = QDBusMessage::createMethodCall(
+            kService, QStringLiteral("/org/orvella/Orvella"), QStringLiteral("org.orvella.Orvella1"),
+            i % 2 ? QStringLiteral("List") : QStringLiteral("Minimize"));
         if (i % 2 == 0)
             m.setArguments({QStringLiteral("nobody::wn:%1").arg(i)});
         calls.append(QDBusConnection::sessionBus().asyncCall(m, 60000));

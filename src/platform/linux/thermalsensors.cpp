@@ -83,7 +83,8 @@ double ThermalSensors::cpuTemperature() const
     }
     const QStringList inputs = candidates();
     if (inputs.isEmpty()) {
-        qCInfo(lcMonitor) << "[OV] SMC: service not found";
+        if (!m_absenceLogged.exchange(true))
+            qCInfo(lcMonitor) << "[OV] SMC: service not found";
         return 0;
     }
     for (const QString &input : inputs) {

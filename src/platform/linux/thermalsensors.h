@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
+
 namespace orvella::platform {
 
 /**
@@ -25,6 +27,8 @@ public:
 private:
     QString m_hwmon;
     QString m_thermal;
+    /// A machine without sensors says so once, not at every poll (sampled on a worker).
+    mutable std::atomic_bool m_absenceLogged{false};
 };
 
 } // namespace orvella::platform
