@@ -1,7 +1,8 @@
 // Fetching and reading the small JSON document that announces the latest release.
 #include "platform/updatefeed.h"
 
-#include <QHostAddress>
+#include "platform/loopbackurl.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -12,16 +13,6 @@
 
 namespace orvella::platform {
 
-namespace {
-
-bool isLoopback(const QUrl &url)
-{
-    const QString host = url.host();
-    return host == QLatin1String("localhost") || QHostAddress(host).isLoopback();
-}
-
-} // namespace
-
 UpdateFeed::UpdateFeed(QObject *parent)
     : QObject(parent)
 {}
@@ -31,8 +22,8 @@ void UpdateFeed::fetch(const QUrl &url, std::chrono::milliseconds deadline)
     if (!m_network)
         m_network = new QNetworkAccessManager(this);
     // A proxy from the environment must not see (or swallow) a request meant for this machine.
-    m_network->setProxy(isLoopback(url) ? QNetworkProxy(QNetworkProxy::NoProxy)
-                                        : QNetworkProxy(QNetworkProxy::DefaultProxy));
+    m_network->setProxy(isLoopbackUrl(url) ? QNetworkProxy(QNetworkProxy::NoProxy)
+                                           : QNetworkProxy(QNetworkProxy::DefaultProxy));
 
     QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::SameOriginRedirectPolicy);
@@ -83,7 +74,7 @@ std::optional<QUrl> UpdateFeed::feedURL(const QUrl &url)
         return std::nullopt;
     if (url.scheme() == QLatin1String("https"))
         return url;
-    if (url.scheme() == QLatin1String("http") && isLoopback(url))
+    if (url.scheme() == QLatin1String("http") && isLoopbackUrl(url))
         return url;
     return std::nullopt;
 }

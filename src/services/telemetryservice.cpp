@@ -3,10 +3,10 @@
 
 #include "logging.h"
 #include "platform/linux/telemetrysender.h"
+#include "platform/loopbackurl.h"
 #include "platform/preferencesstore.h"
 
 #include <QDateTime>
-#include <QHostAddress>
 #include <QJsonDocument>
 #include <QUuid>
 
@@ -223,11 +223,8 @@ std::optional<QUrl> TelemetryService::endpointURL(const QString &text)
         return std::nullopt;
     if (url.scheme() == QLatin1String("https"))
         return url;
-    if (url.scheme() == QLatin1String("http")) {
-        const QString host = url.host();
-        if (host == QLatin1String("localhost") || QHostAddress(host).isLoopback())
-            return url;
-    }
+    if (url.scheme() == QLatin1String("http") && platform::isLoopbackUrl(url))
+        return url;
     return std::nullopt;
 }
 

@@ -381,22 +381,21 @@ void AppDelegate::updateSystemMonitorPauseState()
 
 void AppDelegate::showSidebar()
 {
-    if (m_sidebarVisible)
-        return;
-    m_sidebarVisible = true;
-    if (m_trayIcon)
-        m_trayIcon->setSidebarVisible(true);
-    updateSystemMonitorPauseState();
-    emit sidebarVisibleChanged();
+    setSidebarVisible(true);
 }
 
 void AppDelegate::hideSidebar()
 {
-    if (!m_sidebarVisible)
+    setSidebarVisible(false);
+}
+
+void AppDelegate::setSidebarVisible(bool visible)
+{
+    if (m_sidebarVisible == visible)
         return;
-    m_sidebarVisible = false;
+    m_sidebarVisible = visible;
     if (m_trayIcon)
-        m_trayIcon->setSidebarVisible(false);
+        m_trayIcon->setSidebarVisible(visible);
     updateSystemMonitorPauseState();
     emit sidebarVisibleChanged();
 }

@@ -129,6 +129,7 @@ signals:
 
 private:
     void subscribe();
+    void setSidebarVisible(bool visible);
     void pollTrust(quint64 generation);
     void startObserving();
     void showPermissionOnboarding();

@@ -1,7 +1,8 @@
 // Posts one telemetry event over HTTP and says whether the server confirmed it.
 #include "platform/linux/telemetrysender.h"
 
-#include <QHostAddress>
+#include "platform/loopbackurl.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -10,16 +11,6 @@
 #include <QNetworkRequest>
 
 namespace orvella::platform {
-
-namespace {
-
-bool isLoopback(const QUrl &url)
-{
-    const QString host = url.host();
-    return host == QLatin1String("localhost") || QHostAddress(host).isLoopback();
-}
-
-} // namespace
 
 TelemetrySender::TelemetrySender(QObject *parent)
     : QObject(parent)
@@ -36,8 +27,8 @@ void TelemetrySender::post(const QUrl &endpoint, const QByteArray &body, std::ch
     request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
     request.setTransferTimeout(int(timeout.count()));
     // A proxy from the environment must not see (or swallow) a request meant for this machine.
-    m_network->setProxy(isLoopback(endpoint) ? QNetworkProxy(QNetworkProxy::NoProxy)
-                                             : QNetworkProxy(QNetworkProxy::DefaultProxy));
+    m_network->setProxy(isLoopbackUrl(endpoint) ? QNetworkProxy(QNetworkProxy::NoProxy)
+                                                : QNetworkProxy(QNetworkProxy::DefaultProxy));
 
     QNetworkReply *reply = m_network->post(request, body);
     connect(reply, &QNetworkReply::finished, this, [this, reply] {
