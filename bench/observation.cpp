@@ -1,6 +1,7 @@
 // How quickly a new window reaches the window list, and what following 200 idle windows
 // costs in CPU time at the shown, hidden and deep-idle rhythms, with tint2 (a taskbar that
 // follows the same windows by X events alone) measured beside Orvella. Prints tables.
+#include "benchprocess.h"
 #include "benchstats.h"
 #include "platform/x11/x11desktop.h"
 #include "platform/x11/x11desktopobserver.h"
@@ -8,18 +9,13 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QEventLoop>
-#include <QFile>
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
 
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -29,33 +25,13 @@ using namespace orvella;
 
 namespace {
 
+using bench::idleFor;
+using bench::processCpuSeconds;
+using bench::spin;
+using bench::startTint2;
 using bench::Stats;
 using bench::stats;
-
-// Runs the event loop for `ms`, or until `done` holds (looked at every few milliseconds).
-template<typename Done>
-bool spin(int ms, Done done)
-{
-    QEventLoop loop;
-    QTimer check;
-    QObject::connect(&check, &QTimer::timeout, &loop, [&] {
-        if (done())
-            loop.quit();
-    });
-    check.start(2);
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    if (!done())
-        loop.exec();
-    return done();
-}
-
-// Runs the event loop for `ms` with no wake-ups of its own, so as not to add to what is measured.
-void idleFor(int ms)
-{
-    QEventLoop loop;
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec();
-}
+using bench::stopClient;
 
 bool listed(const tracking::WindowManager &manager, const QString &title)
 {
@@ -69,28 +45,6 @@ double ownCpuSeconds()
     getrusage(RUSAGE_SELF, &usage);
     const auto seconds = [](const timeval &t) { return double(t.tv_sec) + double(t.tv_usec) / 1e6; };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-// User plus system time of another process, from its /proc stat line.
-double processCpuSeconds(qint64 pid)
-{
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (pid <= 0 || !stat.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray line = stat.readAll();
-    // Fields after the parenthesised command name, which may itself hold spaces.
-    const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
-    if (fields.size() < 13)
-        return 0;
-    return double(fields[11].toLongLong() + fields[12].toLongLong()) / double(sysconf(_SC_CLK_TCK));
-}
-
-void stopClient(QProcess &client)
-{
-    client.write("quit\n");
-    client.closeWriteChannel();
-    if (!client.waitForFinished(10000))
-        client.kill();
 }
 
 // From a window's process starting, and from the window manager listing it, to the window
@@ -139,25 +93,6 @@ void nudgePointer()
         free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr)); // a round trip: applied
     }
     xcb_disconnect(c);
-}
-
-std::unique_ptr<QProcess> startTint2(QTemporaryDir &dir)
-{
-    const QString tint2 = QStandardPaths::findExecutable(QStringLiteral("tint2"));
-    if (tint2.isEmpty())
-        return nullptr;
-    // A plain panel with a taskbar: the part that follows every window.
-    QFile config(dir.filePath(QStringLiteral("tint2rc")));
-    if (!config.open(QIODevice::WriteOnly))
-        return nullptr;
-    config.write("panel_items = T\npanel_size = 100% 30\npanel_position = bottom center horizontal\n"
-                 "taskbar_mode = single_desktop\ntask_text = 1\ntask_icon = 1\n");
-    config.close();
-    auto process = std::make_unique<QProcess>();
-    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process->setStandardOutputFile(QProcess::nullDevice());
-    process->start(tint2, {QStringLiteral("-c"), config.fileName()});
-    return process->waitForStarted() ? std::move(process) : nullptr;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // How long one refresh and one `orvella list` take for 10 to 500 windows, with
 // `wmctrl -lpG` timed beside them on the same windows. Prints a table.
+#include "benchprocess.h"
 #include "benchstats.h"
 #include "platform/x11/x11desktop.h"
 #include "tracking/windowmanager.h"
@@ -17,23 +18,9 @@ using namespace orvella;
 
 namespace {
 
+using bench::startClient;
 using bench::Stats;
 using bench::stats;
-
-// Starts one test client with `count` windows and waits until all are managed.
-bool startClient(QProcess &client, int count)
-{
-    QStringList args;
-    for (int i = 0; i < count; ++i)
-        args << QStringLiteral("--title") << QStringLiteral("Bench window %1").arg(i);
-    client.start(QStringLiteral(ORVELLA_TESTCLIENT), args);
-    int ready = 0;
-    while (ready < count && client.waitForReadyRead(60000)) {
-        while (client.canReadLine())
-            ready += client.readLine().startsWith("ready") ? 1 : 0;
-    }
-    return ready == count;
-}
 
 std::vector<double> timeProcess(const QString &program, const QStringList &args, int runs)
 {
@@ -84,8 +71,11 @@ int main(int argc, char **argv)
                 "wmctrl -lpG ms");
     std::printf("---------+-----------------------+-----------------------+----------------------\n");
     for (int count : {10, 50, 200, 500}) {
+        QStringList titles;
+        for (int i = 0; i < count; ++i)
+            titles << QStringLiteral("Bench window %1").arg(i);
         QProcess client;
-        if (!startClient(client, count)) {
+        if (!startClient(client, titles)) {
             std::fprintf(stderr, "bench_refresh: the test client could not show %d windows\n", count);
             return 1;
         }
@@ -98,10 +88,7 @@ int main(int argc, char **argv)
         std::printf("%-8d | %9.2f / %-9.2f | %9.2f / %-9.2f | %9.2f / %-9.2f\n", count, refresh.median,
                     refresh.p95, list.median, list.p95, peer.median, peer.p95);
         std::fflush(stdout);
-        client.write("quit\n");
-        client.closeWriteChannel();
-        if (!client.waitForFinished(10000))
-            client.kill();
+        bench::stopClient(client);
     }
     if (wmctrl.isEmpty())
         std::printf("(wmctrl not installed: its column is empty)\n");
