@@ -35,17 +35,13 @@ class TestTrayIcon : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void init();
-    void cleanup();
     void menuCallsItsActionsAndNamesTheSidebarState();
     void iconFollowsTheSettingsAndTheSamples();
 
 private:
     std::unique_ptr<TrayIcon> makeTray(shell::TrayActions actions = {});
-    void sampleAfter(std::chrono::milliseconds by);
 
     QTemporaryDir m_dir;
-    int m_n = 0;
     std::unique_ptr<platform::PreferencesStore> m_store;
     std::unique_ptr<settings::AppSettings> m_settings;
     std::unique_ptr<platform::sim::ManualScheduler> m_clock;
@@ -67,24 +63,13 @@ void TestTrayIcon::initTestCase()
     QFile stat(root + QStringLiteral("/proc/stat"));
     QVERIFY(stat.open(QIODevice::WriteOnly | QIODevice::Truncate));
     stat.write("cpu  100 0 0 300 0 0 0 0 0 0\ncpu0 100 0 0 300 0 0 0 0 0 0\nctxt 1\n");
-}
+    stat.close();
 
-void TestTrayIcon::init()
-{
-    m_store = std::make_unique<platform::PreferencesStore>(
-        m_dir.filePath(QStringLiteral("prefs-%1.json").arg(++m_n)));
+    m_store = std::make_unique<platform::PreferencesStore>(m_dir.filePath(QStringLiteral("prefs.json")));
     m_settings = std::make_unique<settings::AppSettings>(*m_store);
     m_clock = std::make_unique<platform::sim::ManualScheduler>();
-    auto facts = std::make_shared<platform::LinuxSystemFacts>(m_dir.filePath(QStringLiteral("laptop")),
-                                                              QStringLiteral("/home/alex"));
+    auto facts = std::make_shared<platform::LinuxSystemFacts>(root, QStringLiteral("/home/alex"));
     m_monitor = std::make_unique<monitor::SystemMonitorService>(facts, QUrl(), *m_clock);
-}
-
-void TestTrayIcon::cleanup()
-{
-    m_monitor.reset();
-    m_settings.reset();
-    m_store.reset();
 }
 
 std::unique_ptr<TrayIcon> TestTrayIcon::makeTray(shell::TrayActions actions)
@@ -93,39 +78,26 @@ std::unique_ptr<TrayIcon> TestTrayIcon::makeTray(shell::TrayActions actions)
     return std::make_unique<TrayIcon>(*m_settings, *m_monitor, std::move(actions));
 }
 
-void TestTrayIcon::sampleAfter(std::chrono::milliseconds by)
-{
-    QSignalSpy sampled(m_monitor.get(), &monitor::SystemMonitorService::sampled);
-    if (m_monitor->isRunning())
-        m_clock->advance(by);
-    else
-        m_monitor->start(3);
-    QVERIFY(sampled.wait(5000));
-}
-
 void TestTrayIcon::menuCallsItsActionsAndNamesTheSidebarState()
 {
+    // Each callback reached, then the label of the entry that reached it: a swap shows.
     QStringList called;
     const auto record = [&called](const char *name) {
         return [&called, name] { called << QLatin1String(name); };
     };
     auto tray = makeTray({record("toggleSidebar"), record("showDesktop"), record("openSettings"),
                           record("openWhatsNew"), record("relaunch"), record("quit")});
-    QStringList labels;
     for (QAction *action : tray->menu()->actions()) {
-        if (action->isSeparator())
-            continue;
-        labels << action->text();
         action->trigger();
+        if (!action->isSeparator())
+            called << action->text();
     }
-    QCOMPARE(called, (QStringList{"toggleSidebar", "showDesktop", "openSettings", "openWhatsNew", "relaunch",
-                                  "quit"}));
-    QCOMPARE(labels, (QStringList{"Show Sidebar", "Show Desktop", "Settings…", "What's New",
-                                  "Relaunch Orvella", "Quit Orvella"}));
+    QCOMPARE(called, (QStringList{"toggleSidebar", "Show Sidebar", "showDesktop", "Show Desktop",
+                                  "openSettings", "Settings…", "openWhatsNew", "What's New", "relaunch",
+                                  "Relaunch Orvella", "quit", "Quit Orvella"}));
 
     QAction *first = tray->menu()->actions().constFirst();
     tray->setSidebarVisible(true);
-    QCOMPARE(first->text(), QStringLiteral("Hide Sidebar"));
     settings::LocalizationManager::shared().setLanguage(QStringLiteral("de"));
     QCOMPARE(first->text(), QStringLiteral("Seitenleiste ausblenden"));
     settings::LocalizationManager::shared().setLanguage(QStringLiteral("en"));
@@ -137,23 +109,33 @@ void TestTrayIcon::iconFollowsTheSettingsAndTheSamples()
 {
     m_settings->setSystemMonitorDisplay(QStringLiteral("sidebar"));
     m_settings->setSystemMonitorMetrics({QStringLiteral("cpu"), QStringLiteral("bat")});
+    const auto sampleAfter = [this](std::chrono::milliseconds by) {
+        QSignalSpy sampled(m_monitor.get(), &monitor::SystemMonitorService::sampled);
+        m_monitor->isRunning() ? m_clock->advance(by) : m_monitor->start(3);
+        return sampled.wait(5000);
+    };
     auto tray = makeTray();
     const QImage appPicture = pictureOf(shell::appIcon());
+    QVERIFY(sampleAfter(0ms)); // since boot: 25% busy; the laptop's battery at 80%
     QVERIFY(!tray->showsReadings());
     QCOMPARE(pictureOf(tray->icon()), appPicture);
     QCOMPARE(tray->toolTip(), QStringLiteral("Orvella"));
 
-    sampleAfter(0ms); // since boot: 25% busy; the laptop's battery at 80%
-    QCOMPARE(tray->toolTip(), QStringLiteral("Orvella"));
     m_settings->setSystemMonitorDisplay(QStringLiteral("menubar"));
     QVERIFY(tray->showsReadings());
     QVERIFY(pictureOf(tray->icon()) != appPicture);
     QCOMPARE(tray->toolTip(), QStringLiteral("CPU: 25%\nBattery: 80%"));
 
-    // Samples that draw the same picture leave the icon as it is.
-    sampleAfter(3s);
+    // A busy stretch reaches the icon; samples that draw the same picture leave it as it is.
+    QFile stat(m_dir.filePath(QStringLiteral("laptop/proc/stat")));
+    QVERIFY(stat.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    stat.write("cpu  400 0 0 300 0 0 0 0 0 0\ncpu0 400 0 0 300 0 0 0 0 0 0\nctxt 2\n");
+    stat.close();
+    QVERIFY(sampleAfter(3s));
+    QCOMPARE(tray->toolTip(), QStringLiteral("CPU: 100%\nBattery: 80%"));
+    QVERIFY(sampleAfter(3s));
     const qint64 settled = tray->icon().cacheKey();
-    sampleAfter(3s);
+    QVERIFY(sampleAfter(3s));
     QCOMPARE(tray->icon().cacheKey(), settled);
 
     QImage before = pictureOf(tray->icon());
@@ -174,7 +156,6 @@ void TestTrayIcon::iconFollowsTheSettingsAndTheSamples()
     m_settings->setSystemMonitorDisplay(QStringLiteral("off"));
     QVERIFY(!tray->showsReadings());
     QCOMPARE(pictureOf(tray->icon()), appPicture);
-    QCOMPARE(tray->toolTip(), QStringLiteral("Orvella"));
 }
 
 QTEST_MAIN(TestTrayIcon)
