@@ -1,7 +1,7 @@
 // Fetching and reading the small JSON document that announces the latest release.
 #include "platform/updatefeed.h"
 
-#include "platform/loopbackurl.h"
+#include "platform/serviceurl.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -66,17 +66,6 @@ void UpdateFeed::fetch(const QUrl &url, std::chrono::milliseconds deadline)
             finish(reply->read(kMaxBytes + 1), QString());
     });
     timer->start(deadline);
-}
-
-std::optional<QUrl> UpdateFeed::feedURL(const QUrl &url)
-{
-    if (!url.isValid() || url.host().isEmpty())
-        return std::nullopt;
-    if (url.scheme() == QLatin1String("https"))
-        return url;
-    if (url.scheme() == QLatin1String("http") && isLoopbackUrl(url))
-        return url;
-    return std::nullopt;
 }
 
 bool UpdateFeed::isVersion(const QString &text)

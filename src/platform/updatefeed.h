@@ -40,8 +40,6 @@ public:
     /// GETs `url`; gives up when the whole exchange takes longer than `deadline`.
     void fetch(const QUrl &url, std::chrono::milliseconds deadline);
 
-    /// The address to fetch from: https, or http to a loopback host; absent otherwise.
-    static std::optional<QUrl> feedURL(const QUrl &url);
     /// Whether `text` is a dotted version of one to four numbers ("1.4.0").
     static bool isVersion(const QString &text);
     /// The entry in a feed body, or why the body is not a feed.

@@ -3,8 +3,8 @@
 
 #include "logging.h"
 #include "platform/linux/telemetrysender.h"
-#include "platform/loopbackurl.h"
 #include "platform/preferencesstore.h"
+#include "platform/serviceurl.h"
 
 #include <QDateTime>
 #include <QJsonDocument>
@@ -218,14 +218,7 @@ void TelemetryService::sendFinished(bool confirmed, const QString &failure)
 
 std::optional<QUrl> TelemetryService::endpointURL(const QString &text)
 {
-    const QUrl url(text.trimmed(), QUrl::StrictMode);
-    if (!url.isValid() || url.host().isEmpty())
-        return std::nullopt;
-    if (url.scheme() == QLatin1String("https"))
-        return url;
-    if (url.scheme() == QLatin1String("http") && platform::isLoopbackUrl(url))
-        return url;
-    return std::nullopt;
+    return platform::serviceUrl(QUrl(text.trimmed(), QUrl::StrictMode));
 }
 
 QString TelemetryService::installChannel(const QString &installPath, bool isAppImage)

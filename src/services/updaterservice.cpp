@@ -3,6 +3,7 @@
 
 #include "logging.h"
 #include "platform/preferencesstore.h"
+#include "platform/serviceurl.h"
 #include "platform/urlopener.h"
 #include "settings/localizationmanager.h"
 
@@ -18,7 +19,7 @@ UpdaterService::UpdaterService(platform::PreferencesStore &store, QUrl feedURL, 
                                QObject *parent)
     : QObject(parent)
     , m_store(store)
-    , m_feed(platform::UpdateFeed::feedURL(feedURL))
+    , m_feed(platform::serviceUrl(feedURL))
     , m_currentVersion(std::move(currentVersion))
 {
     if (!feedURL.isEmpty() && !m_feed)
@@ -50,8 +51,6 @@ void UpdaterService::start()
         m_offLogged = true;
         return;
     }
-    clearPendingUrgentUpdateIfInstalled();
-    checkForUpdatesInBackground();
     m_daily.start();
 }
 

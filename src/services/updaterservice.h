@@ -37,8 +37,8 @@ public:
                    QString currentVersion = QStringLiteral(ORVELLA_VERSION), QObject *parent = nullptr);
     ~UpdaterService() override;
 
-    /// Forgets an urgent update already installed, checks in the background now and
-    /// then once a day.
+    /// Checks in the background once a day from now on; the first check is the
+    /// application's to schedule, after it has looked at an urgent update left pending.
     void start();
     /// The feed this build was configured with (ORVELLA_UPDATE_FEED_URL); empty when none.
     static QUrl configuredFeedURL() { return QUrl(QStringLiteral(ORVELLA_UPDATE_FEED_URL)); }

@@ -89,8 +89,7 @@ void AppDelegate::applicationDidFinishLaunching()
                                                                               : QStringLiteral("false"));
     m_windowManager->restoreState();
     launchSidebar();
-    if (m_appSettings->systemMonitorDisplay() != QLatin1String("off"))
-        m_systemMonitor->start(m_appSettings->systemMonitorInterval());
+    followSystemMonitorDisplay();
     if (m_parts.withTray) {
         TrayActions actions;
         actions.toggleSidebar = [this] { toggleSidebar(); };
@@ -102,7 +101,6 @@ void AppDelegate::applicationDidFinishLaunching()
         m_trayIcon = std::make_unique<TrayIcon>(*m_appSettings, *m_systemMonitor, actions);
         m_trayIcon->setSidebarVisible(m_sidebarVisible);
     }
-    updateSystemMonitorPauseState();
     connect(m_windowManager.get(), &tracking::WindowManager::relaunchRequested, this, [this] {
         qCInfo(lcShell) << "[OV] received ovRequestRelaunch; relaunching";
         relaunchApp(false);

@@ -105,6 +105,7 @@ public:
 
     void maybeRevealSidebarAfterLaunch(const QList<tracking::WindowItem> &windows);
     /// Whether another process shows a window of a usable size on the current desktop.
+    /// Reads the whole desktop: call it from a worker, not from the main thread.
     bool hasVisibleUserWindows() const;
     static bool hasVisibleUserWindows(const std::optional<QList<platform::ServerWindow>> &windows,
                                       qint32 ownPid);

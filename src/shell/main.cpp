@@ -10,6 +10,7 @@
 #include "platform/x11/x11desktop.h"
 #include "platform/x11/x11desktopobserver.h"
 #include "platform/x11/x11windowcontrol.h"
+#include "services/updaterservice.h"
 #include "settings/localizationmanager.h"
 #include "shell/appdelegate.h"
 #include "shell/commandline.h"
@@ -235,7 +236,7 @@ int runApplication(int argc, char **argv)
     parts.store = std::make_unique<platform::PreferencesStore>(platform::PreferencesStore::defaultFilePath());
     parts.systemFacts = std::make_shared<platform::LinuxSystemFacts>();
     parts.externalAddressURL = externalAddressUrl();
-    parts.updateFeedURL = QUrl(QStringLiteral(ORVELLA_UPDATE_FEED_URL));
+    parts.updateFeedURL = services::UpdaterService::configuredFeedURL();
     parts.executable = platform::relauncher::executablePath();
     parts.arguments = QCoreApplication::arguments().mid(1);
     qCInfo(lcShell).noquote() << "[OV] Orvella" << ORVELLA_VERSION << "preferences"

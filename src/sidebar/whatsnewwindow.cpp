@@ -7,6 +7,7 @@
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QPushButton>
+#include <QShortcut>
 #include <QTextBrowser>
 #include <QVBoxLayout>
 
@@ -25,12 +26,16 @@ WhatsNewWindow::WhatsNewWindow(QWidget *parent)
     // Links would start a browser from here; the notes are read where they are.
     m_browser->setOpenLinks(false);
     m_browser->setMarkdown(notes());
+    m_browser->setAccessibleName(windowTitle());
 
     auto *buttons = new QDialogButtonBox(this);
     QPushButton *close =
         buttons->addButton(texts.string(QStringLiteral("general.close")), QDialogButtonBox::RejectRole);
     close->setDefault(true);
     connect(buttons, &QDialogButtonBox::rejected, this, &QWidget::close);
+    // As in any dialog, Escape puts it away.
+    auto *escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    connect(escape, &QShortcut::activated, this, &QWidget::close);
 
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_browser);

@@ -1,7 +1,7 @@
 // Posts one telemetry event over HTTP and says whether the server confirmed it.
 #include "platform/linux/telemetrysender.h"
 
-#include "platform/loopbackurl.h"
+#include "platform/serviceurl.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
