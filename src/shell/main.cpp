@@ -26,6 +26,7 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusObjectPath>
 #include <QJsonDocument>
 #include <QTimer>
 
@@ -268,6 +269,10 @@ int runApplication(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
+    // QtDBus registers its types from its own thread on first use, so Qt's type registry would be
+    // built after the bus and torn down before it at exit, and a message still in flight then logs
+    // "invalid type" warnings on stderr. Registering one of them here builds the registry first.
+    qRegisterMetaType<QDBusObjectPath>();
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments.append(QString::fromLocal8Bit(argv[i]));
