@@ -43,6 +43,7 @@ struct AppWindow
     /// mapped (oldest first); raising a window does not change it. -1: unknown, the
     /// place in this list stands in.
     int clientIndex = -1;
+    bool fullscreen = false; ///< covers its monitor, without decorations
 };
 
 /// One entry of the window-server list.

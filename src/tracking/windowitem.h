@@ -27,6 +27,8 @@ struct WindowItem
     std::optional<qint64> windowNumber;
     QRectF bounds;
     bool isActive = false;
+    /// Full screen on its monitor: a sidebar that hides for full-screen windows goes away.
+    bool isFullScreen = false;
     /// The shelf this window was assigned to when the item was built.
     std::optional<QString> assignedShelfName;
     /// A placeholder for a shelved window whose application is not running.

@@ -172,6 +172,7 @@ ReadResult readWindows(const platform::DesktopSnapshot &snapshot, qint32 ownPid,
             item.icon = app.icon;
             item.iconName = app.iconName;
             item.isMinimized = minimized;
+            item.isFullScreen = w.fullscreen && !minimized;
             item.windowNumber = number;
             item.bounds = w.frame;
             item.isActive = active;

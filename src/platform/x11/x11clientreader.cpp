@@ -242,6 +242,7 @@ std::optional<ClientReader::ReadClient> ClientReader::collectClient(const Client
     note(k.window, "_NET_WM_STATE", states);
     f.skipTaskbar = states.value.contains(a.netWmStateSkipTaskbar);
     f.hidden = states.value.contains(a.netWmStateHidden);
+    f.fullscreen = states.value.contains(a.netWmStateFullscreen);
     f.above = states.value.contains(a.netWmStateAbove);
     f.below = states.value.contains(a.netWmStateBelow);
     const auto icccmState = decodeCardinal(wmState.raw(), a.wmState);

@@ -37,6 +37,7 @@ struct ClientFacts
     WindowType type = WindowType::Unset;
     bool skipTaskbar = false;
     bool hidden = false; ///< `_NET_WM_STATE_HIDDEN`
+    bool fullscreen = false;
     bool above = false;
     bool below = false;
     bool iconic = false; ///< ICCCM WM_STATE is IconicState

@@ -106,7 +106,8 @@ ServerWindow serverWindow(const ClientFacts &c, std::optional<std::uint32_t> cur
 
 AppWindow appWindow(const ClientFacts &c, int clientIndex)
 {
-    return {c.title.value_or(QString()), QRectF(c.frame), isMinimized(c), qint64(c.window), clientIndex};
+    return {c.title.value_or(QString()), QRectF(c.frame), isMinimized(c), qint64(c.window), clientIndex,
+            c.fullscreen};
 }
 
 // Topmost first; windows the stacking list does not know keep their client-list order.
