@@ -128,6 +128,8 @@ public:
     ORVELLA_SETTING(double, systemMonitorInterval, SystemMonitorInterval);
     ORVELLA_SETTING(QStringList, systemMonitorMetrics, SystemMonitorMetrics);
     ORVELLA_SETTING(QString, appLanguage, AppLanguage);
+    /// Shows or hides the sidebar from anywhere ("Ctrl+Alt+O"); empty: none.
+    ORVELLA_SETTING(QString, globalShortcut, GlobalShortcut);
 
     Q_PROPERTY(bool isApplyingScheme READ isApplyingScheme NOTIFY isApplyingSchemeChanged)
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY launchAtLoginChanged)

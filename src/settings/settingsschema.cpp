@@ -138,6 +138,7 @@ std::vector<SettingSpec> buildSchema()
     s.push_back(plain(S::systemMonitorMetrics, "systemMonitorMetrics", QStringLiteral("systemMonitorMetrics"),
                       K::TextList, QStringList{"cpu", "mem", "disk", "net", "bat", "temp"}));
     s.push_back(plain(S::appLanguage, "appLanguage", QStringLiteral("appLanguage"), K::Text, {}));
+    s.push_back(text(S::globalShortcut, "globalShortcut", "globalShortcut", "Ctrl+Alt+O"));
     return s;
 }
 

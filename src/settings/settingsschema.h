@@ -80,6 +80,7 @@ enum class Setting {
     systemMonitorInterval,
     systemMonitorMetrics,
     appLanguage,
+    globalShortcut,
     Count
 };
 

@@ -17,6 +17,7 @@
 #include "services/usagetracker.h"
 #include "settings/appsettings.h"
 #include "settings/localizationmanager.h"
+#include "shell/panelcontroller.h"
 #include "shell/permissionwindow.h"
 #include "shell/trayicon.h"
 #include "sidebar/whatsnewwindow.h"
@@ -66,6 +67,13 @@ AppDelegate::AppDelegate(AppParts parts, QObject *parent)
         m_windowManager->setObserver(m_parts.observer.get());
     if (m_parts.control)
         actions::ActionRunner::attach(*m_windowManager, m_parts.control);
+    if (m_parts.withPanel) {
+        m_panel = std::make_unique<PanelController>(*m_windowManager, *m_appSettings, store,
+                                                    std::move(m_parts.panelHost), m_scheduler);
+        connect(m_panel.get(), &PanelController::visibilityChanged, this, &AppDelegate::setSidebarVisible);
+        connect(m_panel.get(), &PanelController::isAutoSplitActiveChanged, this,
+                &AppDelegate::isAutoSplitActiveChanged);
+    }
 }
 
 AppDelegate::~AppDelegate()
@@ -82,13 +90,15 @@ void AppDelegate::applicationDidFinishLaunching()
     qCInfo(lcShell) << "[OV] applicationDidFinishLaunching called";
     m_appSettings->applyAppearanceMode();
     m_updaterService->start();
-    restoreLastScreen();
+    if (m_panel)
+        m_panel->restoreLastScreen();
     qCInfo(lcShell).noquote() << QStringLiteral("[OV] app-launch sidebarScreen=%1 rememberLastScreen=%2")
                                      .arg(m_appSettings->sidebarScreen(), m_appSettings->rememberLastScreen()
                                                                               ? QStringLiteral("true")
                                                                               : QStringLiteral("false"));
     m_windowManager->restoreState();
-    launchSidebar();
+    if (m_panel)
+        m_panel->launchSidebar();
     followSystemMonitorDisplay();
     if (m_parts.withTray) {
         TrayActions actions;
@@ -164,7 +174,6 @@ void AppDelegate::subscribe()
             &tracking::WindowManager::buildCategories);
     connect(settings, &settings::AppSettings::showClosedShelfAppsChanged, manager,
             &tracking::WindowManager::buildCategories);
-    connect(manager, &tracking::WindowManager::categoriesChanged, this, [this] { updatePanelLayout(); });
     connect(manager, &tracking::WindowManager::windowsChanged, this,
             [this] { maybeRevealSidebarAfterLaunch(m_windowManager->windows()); });
     connect(settings, &settings::AppSettings::systemMonitorIntervalChanged, this, [this] {
@@ -379,12 +388,23 @@ void AppDelegate::updateSystemMonitorPauseState()
 
 void AppDelegate::showSidebar()
 {
-    setSidebarVisible(true);
+    if (m_panel)
+        m_panel->showSidebar();
+    else
+        setSidebarVisible(true);
 }
 
 void AppDelegate::hideSidebar()
 {
-    setSidebarVisible(false);
+    if (m_panel)
+        m_panel->hideSidebar(true);
+    else
+        setSidebarVisible(false);
+}
+
+bool AppDelegate::isAutoSplitActive() const
+{
+    return m_panel && m_panel->isAutoSplitActive();
 }
 
 void AppDelegate::setSidebarVisible(bool visible)
@@ -392,6 +412,9 @@ void AppDelegate::setSidebarVisible(bool visible)
     if (m_sidebarVisible == visible)
         return;
     m_sidebarVisible = visible;
+    // A hidden sidebar needs the window list less often.
+    const tracking::TrackingState &state = m_windowManager->state();
+    m_windowManager->setRefreshInterval(visible ? state.fastRefreshInterval : state.hiddenRefreshInterval);
     if (m_trayIcon)
         m_trayIcon->setSidebarVisible(visible);
     updateSystemMonitorPauseState();
@@ -410,7 +433,8 @@ void AppDelegate::applicationWillTerminate()
     if (m_terminated)
         return;
     m_terminated = true;
-    saveCurrentScreen();
+    if (m_panel)
+        m_panel->saveCurrentScreen();
     m_windowManager->persistState();
     m_parts.store->flush();
     qCInfo(lcShell) << "[OV] state saved; leaving";

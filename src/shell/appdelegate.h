@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/desktop.h"
+#include "platform/panelhost.h"
 #include "services/telemetryservice.h"
 
 #include <QObject>
@@ -39,6 +40,7 @@ class UsageTracker;
 
 namespace orvella::shell {
 
+class PanelController;
 class TrayIcon;
 
 /// What the application runs on: the real session in main(), a simulated one in tests.
@@ -59,6 +61,10 @@ struct AppParts
     QStringList arguments;
     /// Show the tray icon (tests run without one).
     bool withTray = true;
+    /// Build the sidebar panel (tests of the start-up alone run without one).
+    bool withPanel = true;
+    /// Docks the panel; may be absent: the panel is then a plain window.
+    std::unique_ptr<platform::PanelHost> panelHost;
 };
 
 class AppDelegate : public QObject
@@ -111,12 +117,14 @@ public:
                                       qint32 ownPid);
     void updateSystemMonitorPauseState();
 
-    // The sidebar's seams: the panel fills them; until then they keep its visible state.
     bool isSidebarVisible() const { return m_sidebarVisible; }
     void showSidebar();
+    /// The user's hide; windows moved out of the sidebar's way go back.
     void hideSidebar();
     void toggleSidebar();
-    bool isAutoSplitActive() const { return m_isAutoSplitActive; }
+    bool isAutoSplitActive() const;
+    /// Absent when the application runs without a panel.
+    PanelController *panel() const { return m_panel.get(); }
     bool isInitialSidebarRevealPending() const { return m_pendingInitialSidebarReveal; }
     /// Whether the detail panel of the system monitor is on screen (it comes with the panel).
     bool isSystemDetailPanelVisible() const { return false; }
@@ -138,11 +146,6 @@ private:
     void followSystemMonitorDisplay();
     void presentWhatsNewIfPending();
     void announceMilestone();
-    // Seams the panel, split layout and reveal-and-hide components fill.
-    void restoreLastScreen() {}
-    void saveCurrentScreen() {}
-    void launchSidebar() {}
-    void updatePanelLayout() {}
     void openSettings() {} // the settings window
 
     AppParts m_parts;
@@ -155,12 +158,12 @@ private:
     std::unique_ptr<services::NotificationService> m_notificationService;
     std::unique_ptr<monitor::SystemMonitorService> m_systemMonitor;
     std::unique_ptr<TrayIcon> m_trayIcon;
+    std::unique_ptr<PanelController> m_panel;
     QPointer<QWidget> m_permissionWindow;
     QPointer<QWidget> m_whatsNewWindow;
     quint64 m_pollGeneration = 0; ///< 0: not polling; a new value cancels the running poll
     quint64 m_pollCount = 0;
     bool m_observing = false;
-    bool m_isAutoSplitActive = false;
     bool m_sidebarVisible = false;
     bool m_pendingInitialSidebarReveal = true;
     bool m_pendingWhatsNewPresentation = false;

@@ -9,6 +9,7 @@
 #include "platform/preferencesstore.h"
 #include "platform/x11/x11desktop.h"
 #include "platform/x11/x11desktopobserver.h"
+#include "platform/x11/x11panelhost.h"
 #include "platform/x11/x11windowcontrol.h"
 #include "services/updaterservice.h"
 #include "settings/localizationmanager.h"
@@ -28,6 +29,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusObjectPath>
 #include <QJsonDocument>
+#include <QQuickWindow>
 #include <QTimer>
 
 #include <cstdio>
@@ -204,6 +206,10 @@ int runApplication(int argc, char **argv)
     if (!desktop)
         return fail(error + QStringLiteral(" (Orvella needs an X11 session)"));
 
+    // The sidebar is small and mostly still: the software scene graph draws it at a third of
+    // the memory OpenGL takes, and needs no GPU. QT_QUICK_BACKEND still chooses otherwise.
+    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     QApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Orvella"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ORVELLA_VERSION));
@@ -234,6 +240,9 @@ int runApplication(int argc, char **argv)
     parts.control = platform::x11::X11WindowControl::open(QString(), &error);
     if (!parts.control)
         qCWarning(lcShell).noquote() << "[OV] windows cannot be acted on:" << error;
+    parts.panelHost = platform::x11::X11PanelHost::open(QString(), &error);
+    if (!parts.panelHost)
+        qCWarning(lcShell).noquote() << "[OV] the sidebar is not docked:" << error;
     parts.store = std::make_unique<platform::PreferencesStore>(platform::PreferencesStore::defaultFilePath());
     parts.systemFacts = std::make_shared<platform::LinuxSystemFacts>();
     parts.externalAddressURL = externalAddressUrl();

@@ -68,6 +68,7 @@ std::unique_ptr<shell::AppDelegate> TestAppDelegate::make(const QString &version
     parts.scheduler = &m_clock;
     parts.version = version;
     parts.withTray = false;
+    parts.withPanel = false;
     return std::make_unique<shell::AppDelegate>(std::move(parts));
 }
 

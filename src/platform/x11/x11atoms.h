@@ -51,6 +51,10 @@ struct Atoms
     std::uint32_t netWmStateMaximizedVert = 0;
     std::uint32_t netWmStateMaximizedHorz = 0;
     std::uint32_t netWmStateFullscreen = 0;
+    std::uint32_t netWmStateSticky = 0;
+    std::uint32_t netWmStateSkipPager = 0;
+    std::uint32_t netWmStrut = 0;
+    std::uint32_t netWmStrutPartial = 0;
     std::uint32_t gtkApplicationId = 0;
     std::uint32_t kdeNetWmDesktopFile = 0;
     std::uint32_t netMoveresizeWindow = 0;

@@ -28,4 +28,25 @@ std::optional<std::uint32_t> pidFromClientIds(const xcb_res_query_client_ids_rep
     return std::nullopt;
 }
 
+QList<xcb_keycode_t> keycodesFor(xcb_connection_t *connection, std::uint32_t keysym)
+{
+    const xcb_setup_t *setup = xcb_get_setup(connection);
+    const int count = setup->max_keycode - setup->min_keycode + 1;
+    ReplyCollector replies(connection);
+    const auto map =
+        replies.take(xcb_get_keyboard_mapping_reply,
+                     xcb_get_keyboard_mapping(connection, setup->min_keycode, std::uint8_t(count)));
+    QList<xcb_keycode_t> out;
+    if (!map || map->keysyms_per_keycode == 0)
+        return out;
+    const xcb_keysym_t *syms = xcb_get_keyboard_mapping_keysyms(map.get());
+    const int length = xcb_get_keyboard_mapping_keysyms_length(map.get());
+    // Only the unshifted column: typing the key must give this keysym without Shift.
+    for (int i = 0; i < length; i += map->keysyms_per_keycode) {
+        if (syms[i] == keysym)
+            out.append(xcb_keycode_t(setup->min_keycode + i / map->keysyms_per_keycode));
+    }
+    return out;
+}
+
 } // namespace orvella::platform::x11

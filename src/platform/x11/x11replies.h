@@ -3,6 +3,8 @@
 
 #include "platform/x11/x11properties.h"
 
+#include <QList>
+
 #include <xcb/res.h>
 #include <xcb/xcb.h>
 
@@ -86,6 +88,8 @@ inline constexpr std::uint32_t kMaxPid = 0x7fffffff;
 /// Whether the server answers X-Resource QueryClientIds (version 1.2), the pid of a
 /// window's client for windows without `_NET_WM_PID`.
 bool supportsClientIds(xcb_connection_t *connection);
+/// The keycodes that type `keysym` without Shift; one round trip.
+QList<xcb_keycode_t> keycodesFor(xcb_connection_t *connection, std::uint32_t keysym);
 /// The local client pid in a QueryClientIds reply; absent when the server names none.
 std::optional<std::uint32_t> pidFromClientIds(const xcb_res_query_client_ids_reply_t *reply);
 

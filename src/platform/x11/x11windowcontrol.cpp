@@ -62,7 +62,6 @@ struct X11WindowControl::Private
     std::optional<FrameExtents> extents(std::uint32_t window);
     std::optional<std::uint32_t> activeWindow();
     bool supports(std::uint32_t atom);
-    QList<xcb_keycode_t> keycodes(std::uint32_t keysym);
     bool exists(std::uint32_t window);
     /// Whether the window is maximised (either way) or full screen; absent when it is gone.
     std::optional<bool> maximized(std::uint32_t window);
@@ -231,27 +230,6 @@ bool X11WindowControl::Private::supports(std::uint32_t atom)
     const PropertyReply reply = replies.property(
         xcb_get_property(connection, 0, root, atoms.netSupported, XCB_ATOM_ATOM, 0, kMaxSupportedAtoms));
     return decodeCardinals(reply.raw(), XCB_ATOM_ATOM, kMaxSupportedAtoms).value.contains(atom);
-}
-
-QList<xcb_keycode_t> X11WindowControl::Private::keycodes(std::uint32_t keysym)
-{
-    const xcb_setup_t *setup = xcb_get_setup(connection);
-    const int count = setup->max_keycode - setup->min_keycode + 1;
-    ReplyCollector replies(connection);
-    const auto map =
-        replies.take(xcb_get_keyboard_mapping_reply,
-                     xcb_get_keyboard_mapping(connection, setup->min_keycode, std::uint8_t(count)));
-    QList<xcb_keycode_t> out;
-    if (!map || map->keysyms_per_keycode == 0)
-        return out;
-    const xcb_keysym_t *syms = xcb_get_keyboard_mapping_keysyms(map.get());
-    const int length = xcb_get_keyboard_mapping_keysyms_length(map.get());
-    // Only the unshifted column: typing the key must give this keysym without Shift.
-    for (int i = 0; i < length; i += map->keysyms_per_keycode) {
-        if (syms[i] == keysym)
-            out.append(xcb_keycode_t(setup->min_keycode + i / map->keysyms_per_keycode));
-    }
-    return out;
 }
 
 X11WindowControl::X11WindowControl()
@@ -431,9 +409,9 @@ bool X11WindowControl::sendShortcut(qint64 window, const KeyShortcut &shortcut)
         return false;
     }
 
-    const QList<xcb_keycode_t> control = d->keycodes(kKeysymControlL);
-    const QList<xcb_keycode_t> shift = d->keycodes(kKeysymShiftL);
-    const QList<xcb_keycode_t> key = shortcut.keysym ? d->keycodes(shortcut.keysym) : QList<xcb_keycode_t>();
+    const QList<xcb_keycode_t> control = keycodesFor(d->connection, kKeysymControlL);
+    const QList<xcb_keycode_t> shift = keycodesFor(d->connection, kKeysymShiftL);
+    const QList<xcb_keycode_t> key = shortcut.keysym ? keycodesFor(d->connection, shortcut.keysym) : QList<xcb_keycode_t>();
     QList<xcb_keycode_t> held;
     // Presses go only into the target; releases always go out, so that no key is left held.
     const auto press = [this, w, &held](xcb_keycode_t code, bool down) {

@@ -1,0 +1,391 @@
+// Where the sidebar panel sits, when it shows, what it keeps clear, and how wide it grows.
+#include "shell/panelcontroller.h"
+
+#include "actions/screenpixels.h"
+#include "logging.h"
+#include "platform/preferencesstore.h"
+#include "platform/scheduler.h"
+#include "settings/appsettings.h"
+#include "shell/screenidentity.h"
+#include "shell/sidebarpanel.h"
+#include "shell/splitlayout.h"
+#include "sidebar/sidebarrowsmodel.h"
+#include "tracking/windowmanager.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <chrono>
+
+namespace orvella::shell {
+
+namespace {
+
+const QString kLastScreenKey = QStringLiteral("ov.lastSidebarScreen");
+// Long enough that brushing past the edge does not hide the panel.
+constexpr std::chrono::milliseconds kAutoHideDelay{800};
+// The auto split's edge zone, in points from the screen's edge.
+constexpr int kEdgeZone = 3;
+
+bool isRight(const settings::AppSettings &settings)
+{
+    return settings.position() == QLatin1String("right");
+}
+
+} // namespace
+
+PanelController::PanelController(tracking::WindowManager &manager, settings::AppSettings &settings,
+                                 platform::PreferencesStore &store, std::unique_ptr<platform::PanelHost> host,
+                                 platform::Scheduler &scheduler, QObject *parent)
+    : QObject(parent)
+    , m_manager(manager)
+    , m_settings(settings)
+    , m_store(store)
+    , m_host(std::move(host))
+    , m_scheduler(scheduler)
+    , m_rows(std::make_unique<sidebar::SidebarRowsModel>())
+{
+    m_autoSplitPoll.setInterval(200);
+    connect(&m_autoSplitPoll, &QTimer::timeout, this, [this] { updateAutoSplitActivation(false); });
+}
+
+PanelController::~PanelController() = default;
+
+// --- placement ---------------------------------------------------------------------------
+
+QScreen *PanelController::targetScreen() const
+{
+    if (m_manualTargetScreen)
+        return m_manualTargetScreen;
+    if (m_settings.sidebarScreen() == QLatin1String("mouse")) {
+        if (QScreen *screen = QGuiApplication::screenAt(QCursor::pos()))
+            return screen;
+    }
+    return QGuiApplication::primaryScreen();
+}
+
+void PanelController::restoreLastScreen()
+{
+    if (!m_settings.rememberLastScreen())
+        return;
+    const std::optional<ScreenIdentity> saved =
+        ScreenIdentity::fromJson(m_store.dictionaryValue(kLastScreenKey).value_or(QJsonObject()));
+    if (!saved)
+        return;
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    QList<ScreenIdentity> candidates;
+    for (const QScreen *screen : screens)
+        candidates.append(ScreenIdentity::of(*screen));
+    const int match = saved->bestMatch(candidates);
+    qCInfo(lcShell).noquote() << "[OV] restoreLastScreen" << saved->connector
+                              << (match >= 0 ? "→ " + screens[match]->name() : QStringLiteral("→ not connected"));
+    if (match >= 0)
+        m_manualTargetScreen = screens[match];
+}
+
+void PanelController::saveCurrentScreen()
+{
+    if (!m_settings.rememberLastScreen() || !m_panel || !m_panel->screen())
+        return;
+    m_store.setDictionary(kLastScreenKey, ScreenIdentity::of(*m_panel->screen()).toJson());
+}
+
+void PanelController::cycleSidebarToNextScreen()
+{
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    if (screens.size() < 2)
+        return;
+    const qsizetype current = screens.indexOf(m_panel && m_panel->screen() ? m_panel->screen() : targetScreen());
+    m_manualTargetScreen = screens[(current + 1) % screens.size()];
+    qCInfo(lcShell).noquote() << "[OV] sidebar moved to monitor" << m_manualTargetScreen->name();
+    updatePanelLayout();
+    saveCurrentScreen();
+}
+
+void PanelController::launchSidebar()
+{
+    if (m_panel)
+        return;
+    m_rows->setCategories(m_manager.visibleCategories());
+    m_panel = std::make_unique<SidebarPanel>(m_host.get(), *m_rows, m_manager, m_settings);
+    connect(m_panel.get(), &SidebarPanel::pointerLeft, this, &PanelController::pointerLeftPanel);
+    connect(m_panel.get(), &SidebarPanel::pointerEntered, this, [this] { m_autoHidePending.reset(); });
+    follow();
+    updatePanelLayout();
+}
+
+void PanelController::updatePanelLayout()
+{
+    QScreen *screen = targetScreen();
+    if (!m_panel || !screen)
+        return;
+    // The reserved edge shrinks the available area, so the panel's own edge comes from the
+    // monitor's frame and only its height from the available area.
+    const QRect frame = screen->geometry();
+    const QRect available = screen->availableGeometry();
+    const int columns = splitColumnCount(available.height());
+    const double width = m_settings.sidebarWidth() * columns;
+    const double x = isRight(m_settings) ? frame.x() + frame.width() - width : frame.x();
+    const QRectF target =
+        splitLayout::snapped(QRectF(x, available.y(), width, available.height()), screen->devicePixelRatio());
+    if (screen != m_panel->screen() || splitLayout::differs(target, m_panel->frame())) {
+        m_panel->place(screen, target);
+        m_panel->setColumns(columns);
+    }
+    tracking::TrackingState &state = m_manager.state();
+    state.sidebarScreen = screen;
+    state.sidebarWidth = width;
+    state.sidebarPosition = m_settings.position();
+    m_panel->setReserved(shouldAvoidSidebar());
+    if (m_host && !isVisible() && m_settings.autoHide()) {
+        const QRectF device = actions::deviceScreen(*screen).frame;
+        const double edgeX = isRight(m_settings) ? device.right() : device.left();
+        m_host->watchEdge(QRect(int(edgeX), int(device.top()), 1, int(device.height())));
+    }
+}
+
+// --- reveal and hide ---------------------------------------------------------------------
+
+bool PanelController::isVisible() const
+{
+    return m_panel && m_panel->isShown();
+}
+
+bool PanelController::shouldAvoidSidebar() const
+{
+    return m_settings.avoidSidebar() && isVisible();
+}
+
+void PanelController::showSidebar()
+{
+    m_manuallyHidden = false;
+    setShown(true);
+}
+
+void PanelController::hideSidebar(bool restoreAvoidSidebarWindows)
+{
+    m_manuallyHidden = true;
+    setShown(false);
+    Q_UNUSED(restoreAvoidSidebarWindows)
+}
+
+void PanelController::setShown(bool shown)
+{
+    if (!m_panel)
+        launchSidebar();
+    m_autoHidePending.reset();
+    if (shown == isVisible())
+        return;
+    if (shown) {
+        if (m_host)
+            m_host->watchEdge({});
+        m_panel->show();
+        updatePanelLayout();
+    } else {
+        m_panel->hide();
+        setAutoSplitActive(false);
+        updatePanelLayout();
+    }
+    refreshAutoSplitTracking();
+    emit visibilityChanged(shown);
+}
+
+void PanelController::pointerLeftPanel()
+{
+    if (!m_settings.autoHide() || !isVisible())
+        return;
+    m_autoHidePending = std::make_unique<QObject>();
+    m_scheduler.schedule(kAutoHideDelay, m_autoHidePending.get(), [this] {
+        // The pointer may have come back to the panel without an enter event (a popup closed).
+        if (m_panel && m_panel->frame().contains(QCursor::pos()))
+            return;
+        qCInfo(lcShell) << "[OV] auto-hide: the pointer left the sidebar";
+        setShown(false);
+    });
+}
+
+void PanelController::followAutoHide()
+{
+    if (!m_settings.autoHide()) {
+        m_autoHidePending.reset();
+        if (m_host)
+            m_host->watchEdge({});
+        if (!isVisible() && !m_manuallyHidden && !m_fullscreenHidden)
+            setShown(true);
+        return;
+    }
+    updatePanelLayout();
+}
+
+void PanelController::checkFullscreenState()
+{
+    QScreen *screen = m_panel ? m_panel->screen() : nullptr;
+    bool covered = false;
+    if (m_settings.autoHideFullscreen() && screen) {
+        const QRectF monitor = actions::deviceScreen(*screen).frame;
+        for (const tracking::WindowItem &w : m_manager.windows()) {
+            if (w.isActive && w.isFullScreen && monitor.contains(w.bounds.center()))
+                covered = true;
+        }
+    }
+    if (covered && isVisible()) {
+        qCInfo(lcShell) << "[OV] a full-screen window covers the sidebar's monitor; hiding";
+        m_fullscreenHidden = true;
+        setShown(false);
+    } else if (!covered && m_fullscreenHidden) {
+        m_fullscreenHidden = false;
+        if (!m_manuallyHidden) {
+            qCInfo(lcShell) << "[OV] the full-screen window left; showing the sidebar again";
+            setShown(true);
+        }
+    }
+}
+
+void PanelController::follow()
+{
+    tracking::WindowManager *manager = &m_manager;
+    settings::AppSettings *settings = &m_settings;
+    connect(manager, &tracking::WindowManager::categoriesChanged, this, [this] {
+        m_rows->setCategories(m_manager.visibleCategories());
+        updateAutoSplitActivation(false);
+        updatePanelLayout();
+    });
+    connect(manager, &tracking::WindowManager::windowsChanged, this, &PanelController::checkFullscreenState);
+    connect(manager, &tracking::WindowManager::activeWindowIDChanged, this, &PanelController::checkFullscreenState);
+    connect(settings, &settings::AppSettings::autoHideChanged, this, &PanelController::followAutoHide);
+    connect(settings, &settings::AppSettings::autoHideFullscreenChanged, this,
+            &PanelController::checkFullscreenState);
+    for (auto signal : {&settings::AppSettings::sidebarWidthChanged, &settings::AppSettings::positionChanged,
+                        &settings::AppSettings::sidebarScreenChanged, &settings::AppSettings::avoidSidebarChanged,
+                        &settings::AppSettings::fontSizeChanged, &settings::AppSettings::headerFontSizeChanged,
+                        &settings::AppSettings::rowSpacingChanged, &settings::AppSettings::showSubtitleChanged,
+                        &settings::AppSettings::shelfDisplayModeChanged})
+        connect(settings, signal, this, &PanelController::updatePanelLayout);
+    connect(settings, &settings::AppSettings::sidebarListLayoutModeChanged, this, [this] {
+        refreshAutoSplitTracking();
+        updatePanelLayout();
+    });
+    if (m_host) {
+        connect(m_host.get(), &platform::PanelHost::edgeTouched, this, [this] {
+            if (!isVisible() && m_settings.autoHide() && !m_fullscreenHidden) {
+                qCInfo(lcShell) << "[OV] auto-hide: the pointer reached the edge";
+                m_manuallyHidden = false;
+                setShown(true);
+            }
+        });
+        connect(m_host.get(), &platform::PanelHost::hotkeyPressed, this,
+                [this] { isVisible() ? hideSidebar() : showSidebar(); });
+        const auto grab = [this] { m_host->setHotkey(m_settings.globalShortcut()); };
+        connect(settings, &settings::AppSettings::globalShortcutChanged, this, grab);
+        grab();
+    }
+    m_lastKnownScreenCount = int(QGuiApplication::screens().size());
+    connect(qApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
+        watchScreen(screen);
+        onScreensChanged("new-monitor");
+    });
+    connect(qApp, &QGuiApplication::screenRemoved, this, [this] {
+        // Qt still lists the leaving screen while it announces it.
+        QMetaObject::invokeMethod(this, [this] { onScreensChanged("monitor-lost"); }, Qt::QueuedConnection);
+    });
+    connect(qApp, &QGuiApplication::primaryScreenChanged, this, &PanelController::updatePanelLayout);
+    for (QScreen *screen : QGuiApplication::screens())
+        watchScreen(screen);
+}
+
+void PanelController::watchScreen(QScreen *screen)
+{
+    connect(screen, &QScreen::availableGeometryChanged, this, [this] { onScreensChanged("visibleFrame-changed"); });
+}
+
+void PanelController::onScreensChanged(const char *what)
+{
+    const int count = int(QGuiApplication::screens().size());
+    // A reserved edge changes the available area too: that is the panel's own doing, not news.
+    if (qstrcmp(what, "visibleFrame-changed") != 0 || count != m_lastKnownScreenCount)
+        qCInfo(lcShell).noquote() << QStringLiteral("didChangeScreenParameters %1 count=%2").arg(QLatin1String(what)).arg(count);
+    m_lastKnownScreenCount = count;
+    updatePanelLayout();
+}
+
+// --- split layout ------------------------------------------------------------------------
+
+bool PanelController::isSplitLayoutActive() const
+{
+    const QString mode = m_settings.sidebarListLayoutMode();
+    if (mode == QLatin1String("splitView"))
+        return true;
+    return mode == QLatin1String("autoSplit") && m_autoSplitActive;
+}
+
+int PanelController::splitColumnCount(double height) const
+{
+    return splitLayout::columnCount(m_manager.visibleCategories(), height, isSplitLayoutActive(),
+                                    splitLayout::Metrics::from(m_settings));
+}
+
+void PanelController::refreshAutoSplitTracking()
+{
+    const bool tracking = m_settings.sidebarListLayoutMode() == QLatin1String("autoSplit") && isVisible();
+    if (tracking && !m_autoSplitPoll.isActive())
+        m_autoSplitPoll.start();
+    if (!tracking) {
+        m_autoSplitPoll.stop();
+        m_autoSplitPending.reset();
+        setAutoSplitActive(false);
+    }
+}
+
+bool PanelController::isMouseInsideOrvellaArea(const QPoint &point) const
+{
+    return isVisible() && m_panel->frame().contains(point);
+}
+
+void PanelController::updateAutoSplitActivation(bool forceEdgeActivation)
+{
+    if (m_settings.sidebarListLayoutMode() != QLatin1String("autoSplit") || !isVisible())
+        return;
+    QScreen *screen = m_manualTargetScreen ? m_manualTargetScreen.data() : targetScreen();
+    if (!screen)
+        return;
+    const QPoint pointer = QCursor::pos();
+    const QRect frame = screen->geometry();
+    const int edgeX = isRight(m_settings) ? frame.x() + frame.width() - 1 - kEdgeZone : frame.x();
+    const bool atEdge = pointer.x() >= edgeX && pointer.x() <= edgeX + kEdgeZone && pointer.y() >= frame.top()
+                        && pointer.y() <= frame.bottom();
+    if (forceEdgeActivation) {
+        if (atEdge)
+            setAutoSplitActive(true);
+        return;
+    }
+    if (atEdge || isMouseInsideOrvellaArea(pointer)) {
+        scheduleAutoSplitActivation();
+        return;
+    }
+    m_autoSplitPending.reset();
+    setAutoSplitActive(false);
+}
+
+void PanelController::scheduleAutoSplitActivation()
+{
+    if (m_autoSplitPending || m_autoSplitActive)
+        return;
+    m_autoSplitPending = std::make_unique<QObject>();
+    const auto delay = std::chrono::milliseconds(qint64(m_settings.autoSplitActivationDelay() * 1000));
+    m_scheduler.schedule(delay, m_autoSplitPending.get(), [this] {
+        m_autoSplitPending.release()->deleteLater();
+        setAutoSplitActive(true);
+    });
+}
+
+void PanelController::setAutoSplitActive(bool active)
+{
+    if (m_autoSplitActive == active)
+        return;
+    m_autoSplitActive = active;
+    emit isAutoSplitActiveChanged();
+    updatePanelLayout();
+}
+
+} // namespace orvella::shell

@@ -1,0 +1,59 @@
+// The sidebar's list as one flat model: each visible section's header followed by its windows.
+#pragma once
+
+#include "tracking/windowcategory.h"
+
+#include <QAbstractListModel>
+
+namespace orvella::sidebar {
+
+/**
+ * One row per section header and per window of an expanded section, in display order. When
+ * a new grouping keeps the same rows in the same order, only the changed roles of the
+ * changed rows are announced, so a title change repaints one row and an unchanged refresh
+ * nothing; any other change resets the model.
+ */
+class SidebarRowsModel : public QAbstractListModel
+{
+    Q_OBJECT
+public:
+    enum Role {
+        KindRole = Qt::UserRole + 1, ///< "section" or "window"
+        ItemIdRole,                  ///< the section's or the window's id
+        TitleRole,
+        SectionIdRole,
+        IsShelfRole,
+        IsCollapsedRole,
+        WindowCountRole,
+        IsActiveRole,
+        IsMinimizedRole,
+    };
+    Q_ENUM(Role)
+
+    using QAbstractListModel::QAbstractListModel;
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    void setCategories(const QList<tracking::WindowCategory> &visible);
+
+private:
+    struct Row
+    {
+        bool isSection = false;
+        QString id;
+        QString title;
+        QString sectionId;
+        bool isShelf = false;
+        bool isCollapsed = false;
+        int windowCount = 0;
+        bool isActive = false;
+        bool isMinimized = false;
+    };
+    static QList<int> changedRoles(const Row &a, const Row &b);
+
+    QList<Row> m_rows;
+};
+
+} // namespace orvella::sidebar
