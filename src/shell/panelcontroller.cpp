@@ -79,7 +79,8 @@ void PanelController::restoreLastScreen()
         candidates.append(ScreenIdentity::of(*screen));
     const int match = saved->bestMatch(candidates);
     qCInfo(lcShell).noquote() << "[OV] restoreLastScreen" << saved->connector
-                              << (match >= 0 ? "→ " + screens[match]->name() : QStringLiteral("→ not connected"));
+                              << (match >= 0 ? "→ " + screens[match]->name()
+                                             : QStringLiteral("→ not connected"));
     if (match >= 0)
         m_manualTargetScreen = screens[match];
 }
@@ -96,7 +97,8 @@ void PanelController::cycleSidebarToNextScreen()
     const QList<QScreen *> screens = QGuiApplication::screens();
     if (screens.size() < 2)
         return;
-    const qsizetype current = screens.indexOf(m_panel && m_panel->screen() ? m_panel->screen() : targetScreen());
+    const qsizetype current =
+        screens.indexOf(m_panel && m_panel->screen() ? m_panel->screen() : targetScreen());
     m_manualTargetScreen = screens[(current + 1) % screens.size()];
     qCInfo(lcShell).noquote() << "[OV] sidebar moved to monitor" << m_manualTargetScreen->name();
     updatePanelLayout();
@@ -252,15 +254,17 @@ void PanelController::follow()
         updatePanelLayout();
     });
     connect(manager, &tracking::WindowManager::windowsChanged, this, &PanelController::checkFullscreenState);
-    connect(manager, &tracking::WindowManager::activeWindowIDChanged, this, &PanelController::checkFullscreenState);
+    connect(manager, &tracking::WindowManager::activeWindowIDChanged, this,
+            &PanelController::checkFullscreenState);
     connect(settings, &settings::AppSettings::autoHideChanged, this, &PanelController::followAutoHide);
     connect(settings, &settings::AppSettings::autoHideFullscreenChanged, this,
             &PanelController::checkFullscreenState);
-    for (auto signal : {&settings::AppSettings::sidebarWidthChanged, &settings::AppSettings::positionChanged,
-                        &settings::AppSettings::sidebarScreenChanged, &settings::AppSettings::avoidSidebarChanged,
-                        &settings::AppSettings::fontSizeChanged, &settings::AppSettings::headerFontSizeChanged,
-                        &settings::AppSettings::rowSpacingChanged, &settings::AppSettings::showSubtitleChanged,
-                        &settings::AppSettings::shelfDisplayModeChanged})
+    for (auto signal :
+         {&settings::AppSettings::sidebarWidthChanged, &settings::AppSettings::positionChanged,
+          &settings::AppSettings::sidebarScreenChanged, &settings::AppSettings::avoidSidebarChanged,
+          &settings::AppSettings::fontSizeChanged, &settings::AppSettings::headerFontSizeChanged,
+          &settings::AppSettings::rowSpacingChanged, &settings::AppSettings::showSubtitleChanged,
+          &settings::AppSettings::shelfDisplayModeChanged})
         connect(settings, signal, this, &PanelController::updatePanelLayout);
     connect(settings, &settings::AppSettings::sidebarListLayoutModeChanged, this, [this] {
         refreshAutoSplitTracking();
@@ -287,7 +291,8 @@ void PanelController::follow()
     });
     connect(qApp, &QGuiApplication::screenRemoved, this, [this] {
         // Qt still lists the leaving screen while it announces it.
-        QMetaObject::invokeMethod(this, [this] { onScreensChanged("monitor-lost"); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { onScreensChanged("monitor-lost"); }, Qt::QueuedConnection);
     });
     connect(qApp, &QGuiApplication::primaryScreenChanged, this, &PanelController::updatePanelLayout);
     for (QScreen *screen : QGuiApplication::screens())
@@ -296,7 +301,8 @@ void PanelController::follow()
 
 void PanelController::watchScreen(QScreen *screen)
 {
-    connect(screen, &QScreen::availableGeometryChanged, this, [this] { onScreensChanged("visibleFrame-changed"); });
+    connect(screen, &QScreen::availableGeometryChanged, this,
+            [this] { onScreensChanged("visibleFrame-changed"); });
 }
 
 void PanelController::onScreensChanged(const char *what)
@@ -304,7 +310,8 @@ void PanelController::onScreensChanged(const char *what)
     const int count = int(QGuiApplication::screens().size());
     // A reserved edge changes the available area too: that is the panel's own doing, not news.
     if (qstrcmp(what, "visibleFrame-changed") != 0 || count != m_lastKnownScreenCount)
-        qCInfo(lcShell).noquote() << QStringLiteral("didChangeScreenParameters %1 count=%2").arg(QLatin1String(what)).arg(count);
+        qCInfo(lcShell).noquote()
+            << QStringLiteral("didChangeScreenParameters %1 count=%2").arg(QLatin1String(what)).arg(count);
     m_lastKnownScreenCount = count;
     updatePanelLayout();
 }

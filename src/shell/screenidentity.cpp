@@ -15,19 +15,17 @@ ScreenIdentity ScreenIdentity::of(const QScreen &screen)
 
 QJsonObject ScreenIdentity::toJson() const
 {
-    return {{QStringLiteral("connector"), connector},
-            {QStringLiteral("edid"), edid},
-            {QStringLiteral("x"), geometry.x()},
-            {QStringLiteral("y"), geometry.y()},
-            {QStringLiteral("width"), geometry.width()},
-            {QStringLiteral("height"), geometry.height()}};
+    return {{QStringLiteral("connector"), connector},    {QStringLiteral("edid"), edid},
+            {QStringLiteral("x"), geometry.x()},         {QStringLiteral("y"), geometry.y()},
+            {QStringLiteral("width"), geometry.width()}, {QStringLiteral("height"), geometry.height()}};
 }
 
 std::optional<ScreenIdentity> ScreenIdentity::fromJson(const QJsonObject &json)
 {
     const QString connector = json.value(QStringLiteral("connector")).toString();
     const QRect geometry(json.value(QStringLiteral("x")).toInt(), json.value(QStringLiteral("y")).toInt(),
-                         json.value(QStringLiteral("width")).toInt(), json.value(QStringLiteral("height")).toInt());
+                         json.value(QStringLiteral("width")).toInt(),
+                         json.value(QStringLiteral("height")).toInt());
     if (connector.isEmpty() && geometry.isEmpty())
         return std::nullopt;
     return ScreenIdentity{connector, json.value(QStringLiteral("edid")).toString(), geometry};
@@ -46,14 +44,18 @@ int ScreenIdentity::bestMatch(const QList<ScreenIdentity> &candidates) const
         if (const int i = find([this](const ScreenIdentity &c) { return c.edid == edid; }); i >= 0)
             return i;
     }
-    // A connector now driving a different monitor is not the one the user chose.
-    const int byConnector = find([this](const ScreenIdentity &c) {
-        return !connector.isEmpty() && c.connector == connector
-               && (edid.isEmpty() || c.edid.isEmpty() || c.edid == edid);
+    // A connector or a place now taken by a monitor with another EDID is not the one chosen.
+    const auto compatible = [this](const ScreenIdentity &c) {
+        return edid.isEmpty() || c.edid.isEmpty() || c.edid == edid;
+    };
+    const int byConnector = find([&](const ScreenIdentity &c) {
+        return !connector.isEmpty() && c.connector == connector && compatible(c);
     });
     if (byConnector >= 0)
         return byConnector;
-    return find([this](const ScreenIdentity &c) { return !geometry.isEmpty() && c.geometry == geometry; });
+    return find([&](const ScreenIdentity &c) {
+        return !geometry.isEmpty() && c.geometry == geometry && compatible(c);
+    });
 }
 
 } // namespace orvella::shell

@@ -15,15 +15,16 @@
 
 namespace orvella::shell {
 
-SidebarPanel::SidebarPanel(platform::PanelHost *host, QAbstractItemModel &rows, tracking::WindowManager &manager,
-                           settings::AppSettings &settings, QObject *parent)
+SidebarPanel::SidebarPanel(platform::PanelHost *host, QAbstractItemModel &rows,
+                           tracking::WindowManager &manager, settings::AppSettings &settings, QObject *parent)
     : QObject(parent)
     , m_host(host)
     , m_settings(settings)
     , m_view(std::make_unique<QQuickView>())
 {
     m_view->setTitle(QStringLiteral("Orvella"));
-    m_view->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
+    m_view->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
+                     | Qt::WindowDoesNotAcceptFocus);
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
     m_view->setInitialProperties({{QStringLiteral("rows"), QVariant::fromValue(&rows)},
                                   {QStringLiteral("windowManager"), QVariant::fromValue(&manager)},

@@ -55,8 +55,8 @@ QRectF snapped(const QRectF &frame, double scale)
 
 bool differs(const QRectF &a, const QRectF &b)
 {
-    return std::abs(a.x() - b.x()) > 0.5 || std::abs(a.y() - b.y()) > 0.5 || std::abs(a.width() - b.width()) > 0.5
-           || std::abs(a.height() - b.height()) > 0.5;
+    return std::abs(a.x() - b.x()) > 0.5 || std::abs(a.y() - b.y()) > 0.5
+           || std::abs(a.width() - b.width()) > 0.5 || std::abs(a.height() - b.height()) > 0.5;
 }
 
 } // namespace orvella::shell::splitLayout

@@ -61,8 +61,8 @@ void SidebarRowsModel::setCategories(const QList<tracking::WindowCategory> &visi
 {
     QList<Row> rows;
     for (const tracking::WindowCategory &category : visible) {
-        rows.append({true, category.id, category.displayName, category.id, category.isShelf(), category.isCollapsed,
-                     int(category.windows.size()), false, false});
+        rows.append({true, category.id, category.displayName, category.id, category.isShelf(),
+                     category.isCollapsed, int(category.windows.size()), false, false});
         if (category.isCollapsed)
             continue;
         for (const tracking::WindowItem &w : category.windows) {
@@ -70,10 +70,11 @@ void SidebarRowsModel::setCategories(const QList<tracking::WindowCategory> &visi
                          category.isShelf(), false, 0, w.isActive, w.isMinimized});
         }
     }
-    const bool sameShape = rows.size() == m_rows.size()
-                           && std::equal(rows.cbegin(), rows.cend(), m_rows.cbegin(), [](const Row &a, const Row &b) {
-                                  return a.isSection == b.isSection && a.id == b.id && a.sectionId == b.sectionId;
-                              });
+    const bool sameShape =
+        rows.size() == m_rows.size()
+        && std::equal(rows.cbegin(), rows.cend(), m_rows.cbegin(), [](const Row &a, const Row &b) {
+               return a.isSection == b.isSection && a.id == b.id && a.sectionId == b.sectionId;
+           });
     if (!sameShape) {
         beginResetModel();
         m_rows = std::move(rows);

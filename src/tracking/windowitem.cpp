@@ -11,8 +11,8 @@ bool windowsUIEqual(const QList<WindowItem> &a, const QList<WindowItem> &b)
         const WindowItem &x = a[i];
         const WindowItem &y = b[i];
         if (x.id != y.id || x.appName != y.appName || x.windowTitle != y.windowTitle
-            || x.isMinimized != y.isMinimized
-            || x.isFullScreen != y.isFullScreen || x.isActive != y.isActive || x.isClosed != y.isClosed)
+            || x.isMinimized != y.isMinimized || x.isFullScreen != y.isFullScreen || x.isActive != y.isActive
+            || x.isClosed != y.isClosed)
             return false;
     }
     return true;

@@ -106,7 +106,11 @@ ServerWindow serverWindow(const ClientFacts &c, std::optional<std::uint32_t> cur
 
 AppWindow appWindow(const ClientFacts &c, int clientIndex)
 {
-    return {c.title.value_or(QString()), QRectF(c.frame), isMinimized(c), qint64(c.window), clientIndex,
+    return {c.title.value_or(QString()),
+            QRectF(c.frame),
+            isMinimized(c),
+            qint64(c.window),
+            clientIndex,
             c.fullscreen};
 }
 

@@ -74,8 +74,12 @@ struct X11PanelHost::Private
     bool reportedTaken = false;
 
     bool alive() const { return connection && !xcb_connection_has_error(connection); }
-    void sync() const { std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr)); }
-    void setAtoms(xcb_window_t window, std::uint32_t property, std::initializer_list<std::uint32_t> values) const
+    void sync() const
+    {
+        std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    }
+    void setAtoms(xcb_window_t window, std::uint32_t property,
+                  std::initializer_list<std::uint32_t> values) const
     {
         const std::vector<std::uint32_t> list(values);
         xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, property, XCB_ATOM_ATOM, 32,
@@ -133,7 +137,8 @@ void X11PanelHost::makeDock(QWindow &window)
     const auto w = xcb_window_t(window.winId());
     const Atoms &a = d->atoms;
     d->setAtoms(w, a.netWmWindowType, {a.netWmWindowTypeDock});
-    d->setAtoms(w, a.netWmState, {a.netWmStateSticky, a.netWmStateSkipTaskbar, a.netWmStateSkipPager, a.netWmStateAbove});
+    d->setAtoms(w, a.netWmState,
+                {a.netWmStateSticky, a.netWmStateSkipTaskbar, a.netWmStateSkipPager, a.netWmStateAbove});
     xcb_change_property(d->connection, XCB_PROP_MODE_REPLACE, w, a.netWmDesktop, XCB_ATOM_CARDINAL, 32, 1,
                         &kAllDesktops);
     // The window manager reads the type when the window is mapped, and the toolkit maps it on
@@ -172,10 +177,10 @@ void X11PanelHost::reserveEdge(QWindow &window, Edge edge, const QRect &monitor,
         strut[6] = top;
         strut[7] = bottom;
     }
-    xcb_change_property(d->connection, XCB_PROP_MODE_REPLACE, w, d->atoms.netWmStrutPartial, XCB_ATOM_CARDINAL,
-                        32, std::uint32_t(strut.size()), strut.data());
-    xcb_change_property(d->connection, XCB_PROP_MODE_REPLACE, w, d->atoms.netWmStrut, XCB_ATOM_CARDINAL, 32, 4,
-                        strut.data());
+    xcb_change_property(d->connection, XCB_PROP_MODE_REPLACE, w, d->atoms.netWmStrutPartial,
+                        XCB_ATOM_CARDINAL, 32, std::uint32_t(strut.size()), strut.data());
+    xcb_change_property(d->connection, XCB_PROP_MODE_REPLACE, w, d->atoms.netWmStrut, XCB_ATOM_CARDINAL, 32,
+                        4, strut.data());
     xcb_flush(d->connection);
     drain();
 }
@@ -195,8 +200,8 @@ void X11PanelHost::watchEdge(const QRect &strip)
         d->edgeWindow = xcb_generate_id(d->connection);
         const std::uint32_t values[] = {1, XCB_EVENT_MASK_ENTER_WINDOW};
         xcb_create_window(d->connection, 0, d->edgeWindow, d->root, std::int16_t(strip.x()),
-                          std::int16_t(strip.y()), std::uint16_t(strip.width()), std::uint16_t(strip.height()), 0,
-                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+                          std::int16_t(strip.y()), std::uint16_t(strip.width()),
+                          std::uint16_t(strip.height()), 0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
                           XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
     } else {
         const std::uint32_t geometry[] = {std::uint32_t(strip.x()), std::uint32_t(strip.y()),
@@ -221,9 +226,11 @@ bool X11PanelHost::setHotkey(const QString &keys)
     if (keys.trimmed().isEmpty())
         return true;
     const std::optional<KeyChoice> choice = keyChoice(keys);
-    const QList<xcb_keycode_t> codes = choice ? keycodesFor(d->connection, choice->keysym) : QList<xcb_keycode_t>();
+    const QList<xcb_keycode_t> codes =
+        choice ? keycodesFor(d->connection, choice->keysym) : QList<xcb_keycode_t>();
     if (codes.isEmpty()) {
-        qCWarning(lcPlatform).noquote() << "[OV] hot key" << keys << "names no key of this keyboard; none is set";
+        qCWarning(lcPlatform).noquote()
+            << "[OV] hot key" << keys << "names no key of this keyboard; none is set";
         return false;
     }
     d->hotkey = keys;
@@ -256,7 +263,8 @@ void X11PanelHost::drain()
         const std::uint8_t type = event->response_type & 0x7f;
         if (type == 0) {
             const auto *error = reinterpret_cast<const xcb_generic_error_t *>(event);
-            if (error->major_code == kGrabKeyRequest && error->error_code == XCB_ACCESS && !d->reportedTaken) {
+            if (error->major_code == kGrabKeyRequest && error->error_code == XCB_ACCESS
+                && !d->reportedTaken) {
                 d->reportedTaken = true;
                 const QString keys = d->hotkey;
                 qCWarning(lcPlatform).noquote() << "[OV] hot key" << keys << "is taken by another program";

@@ -411,7 +411,8 @@ bool X11WindowControl::sendShortcut(qint64 window, const KeyShortcut &shortcut)
 
     const QList<xcb_keycode_t> control = keycodesFor(d->connection, kKeysymControlL);
     const QList<xcb_keycode_t> shift = keycodesFor(d->connection, kKeysymShiftL);
-    const QList<xcb_keycode_t> key = shortcut.keysym ? keycodesFor(d->connection, shortcut.keysym) : QList<xcb_keycode_t>();
+    const QList<xcb_keycode_t> key =
+        shortcut.keysym ? keycodesFor(d->connection, shortcut.keysym) : QList<xcb_keycode_t>();
     QList<xcb_keycode_t> held;
     // Presses go only into the target; releases always go out, so that no key is left held.
     const auto press = [this, w, &held](xcb_keycode_t code, bool down) {
