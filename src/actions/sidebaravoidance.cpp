@@ -79,7 +79,8 @@ void readSettledFrames(platform::WindowControl &control, platform::Scheduler &sc
                 continue;
             }
             const QPointF offset = now->topLeft() - moved[i].target.topLeft();
-            const bool landed = std::abs(offset.x()) <= kLandedTolerance && std::abs(offset.y()) <= kLandedTolerance;
+            const bool landed =
+                std::abs(offset.x()) <= kLandedTolerance && std::abs(offset.y()) <= kLandedTolerance;
             settled[i] = landed && last[i] == now;
             last[i] = now;
             moved[i].after = *now;
@@ -127,7 +128,8 @@ void SidebarAvoidance::nudgeWindowsFromSidebar(const QList<tracking::WindowItem>
     runInBackground(
         m_context, this,
         [desktop, control, scheduler, windows, sidebar, moved] {
-            const std::optional<platform::ScreenInfo> screen = screenAt(control->screens(), sidebar.screenOrigin);
+            const std::optional<platform::ScreenInfo> screen =
+                screenAt(control->screens(), sidebar.screenOrigin);
             if (!screen) {
                 qCWarning(lcActions) << "[OV] nudgeWindowsFromSidebar: the sidebar's screen is not known";
                 return;
@@ -174,12 +176,14 @@ void SidebarAvoidance::nudgeWindowsFromSidebar(const QList<tracking::WindowItem>
                     state.nudgedWindowFrames.insert(m.id, m.before);
                 state.lastObservedSidebarFrames.insert(m.id, m.after);
             }
-            state.nudgedWindowFrames.removeIf([&](const auto &entry) { return !listed.contains(entry.key()); });
+            state.nudgedWindowFrames.removeIf(
+                [&](const auto &entry) { return !listed.contains(entry.key()); });
             state.lastObservedSidebarFrames.removeIf(
                 [&](const auto &entry) { return !listed.contains(entry.key()); });
             // A window under the sidebar on another desktop asks for a pass every few
             // seconds that moves nothing: not worth a line in the journal each time.
-            const QString line = QStringLiteral("[OV] nudgeWindowsFromSidebar — moved %1 window(s)").arg(moved->size());
+            const QString line =
+                QStringLiteral("[OV] nudgeWindowsFromSidebar — moved %1 window(s)").arg(moved->size());
             if (moved->isEmpty())
                 qCDebug(lcActions).noquote() << line;
             else
@@ -215,15 +219,17 @@ void SidebarAvoidance::restoreNudgedWindows(Completion completion)
             const platform::DesktopSnapshot snapshot = desktop->readSnapshot();
             for (const Remembered &r : remembered) {
                 const std::optional<platform::AppWindow> element = findAXWindow(r.window, snapshot);
-                if (!element || !element->windowNumber || !framesMatch(element->frame, r.after, kStayedTolerance))
+                if (!element || !element->windowNumber
+                    || !framesMatch(element->frame, r.after, kStayedTolerance))
                     continue;
                 moveTo(*control, *element->windowNumber, element->frame, r.before);
                 ++*restored;
             }
         },
         [this, completion, restored, total = remembered.size()] {
-            qCInfo(lcActions).noquote() << QStringLiteral("[OV] restoreNudgedWindows — restored %1 of %2 window(s)")
-                                               .arg(QString::number(*restored), QString::number(total));
+            qCInfo(lcActions).noquote()
+                << QStringLiteral("[OV] restoreNudgedWindows — restored %1 of %2 window(s)")
+                       .arg(QString::number(*restored), QString::number(total));
             refreshAfter(completion);
         });
 }

@@ -43,8 +43,8 @@ bool isUnderSidebar(const QRectF &frame, const platform::ScreenInfo &screen, con
 {
     if (sidebar.width <= 0 || frame.isEmpty() || !screen.frame.contains(frame.center()))
         return false;
-    const QRectF slack = screen.frame.adjusted(kFullScreenSlack, kFullScreenSlack, -kFullScreenSlack,
-                                               -kFullScreenSlack);
+    const QRectF slack =
+        screen.frame.adjusted(kFullScreenSlack, kFullScreenSlack, -kFullScreenSlack, -kFullScreenSlack);
     if (frame.contains(slack))
         return false;
     return frame.intersects(sidebarStrip(screen, sidebar));

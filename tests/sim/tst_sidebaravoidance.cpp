@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr qint32 kApp = 100;
-// The offscreen platform's screen, and a second one to its right that Qt does not know.
+// The offscreen platform's screen (the sidebar's), and one to its right that Qt does not know.
 const QRectF kScreen(0, 0, 800, 800);
 const QRectF kRightScreen(800, 0, 800, 800);
 
@@ -37,7 +37,6 @@ class TestSidebarAvoidance : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
     void nudge_data();
@@ -46,22 +45,18 @@ private slots:
     void refreshNudgesAtMostEveryFiveSeconds();
 
 private:
+    void place(double width, const char *position, bool avoid);
     void refresh();
-    bool run(const std::function<bool(Completion)> &action);
-    QString idOf(qint64 number) const;
+    bool run(const std::function<bool(WindowManager &, Completion)> &verb);
 
     std::shared_ptr<SimulatedDesktop> m_desktop;
     std::unique_ptr<platform::sim::ManualScheduler> m_clock;
     std::unique_ptr<WindowManager> m_wm;
 };
 
-void TestSidebarAvoidance::initTestCase()
-{
-    QCOMPARE(actions::deviceScreen(*QGuiApplication::primaryScreen()).frame, kScreen);
-}
-
 void TestSidebarAvoidance::init()
 {
+    QCOMPARE(actions::deviceScreen(*QGuiApplication::primaryScreen()).frame, kScreen);
     m_desktop = std::make_shared<SimulatedDesktop>();
     m_desktop->addApp({kApp, QStringLiteral("Editor"), QStringLiteral("org.gnome.TextEditor"), true, {}});
     m_desktop->setScreens({{kScreen, kScreen, true}, {kRightScreen, kRightScreen, false}});
@@ -75,32 +70,25 @@ void TestSidebarAvoidance::cleanup()
     m_wm.reset();
 }
 
+void TestSidebarAvoidance::place(double width, const char *position, bool avoid)
+{
+    m_wm->setSidebarPlacement(QGuiApplication::primaryScreen(), width, QLatin1String(position), avoid);
+}
+
 void TestSidebarAvoidance::refresh()
 {
     m_wm->refresh(true);
     QTRY_VERIFY(!m_wm->state().isRefreshing);
 }
 
-bool TestSidebarAvoidance::run(const std::function<bool(Completion)> &action)
+bool TestSidebarAvoidance::run(const std::function<bool(WindowManager &, Completion)> &verb)
 {
     bool done = false;
-    if (!action([&done] { done = true; }))
+    if (!verb(*m_wm, [&done] { done = true; }))
         return false;
-    QDeadlineTimer deadline(10000);
-    while (!done && !deadline.hasExpired()) {
+    for (QDeadlineTimer deadline(10000); !done && !deadline.hasExpired(); m_clock->advance(50ms))
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        m_clock->advance(50ms);
-    }
     return done;
-}
-
-QString TestSidebarAvoidance::idOf(qint64 number) const
-{
-    for (const WindowItem &w : m_wm->windows()) {
-        if (w.windowNumber == number)
-            return w.id;
-    }
-    return {};
 }
 
 void TestSidebarAvoidance::nudge_data()
@@ -110,24 +98,23 @@ void TestSidebarAvoidance::nudge_data()
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QRectF>("frame");
     QTest::addColumn<QRectF>("expected");
+    const auto row = [](const char *name, const char *position, double width, const char *kind, QRectF frame,
+                        QRectF expected) {
+        QTest::newRow(name) << QString::fromLatin1(position) << width << QString::fromLatin1(kind) << frame
+                            << expected;
+    };
     const QRectF a(100, 100, 400, 300);
-    QTest::newRow("left: to the strip's edge") << "left" << 250.0 << "" << a << QRectF(250, 100, 400, 300);
-    QTest::newRow("left: too wide, narrowed to the space left")
-        << "left" << 250.0 << "" << QRectF(0, 50, 700, 300) << QRectF(250, 50, 550, 300);
-    QTest::newRow("left: narrowed no further than the minimum")
-        << "left" << 700.0 << "" << QRectF(50, 100, 400, 300) << QRectF(700, 100, 200, 300);
-    QTest::newRow("right: to the strip's edge")
-        << "right" << 250.0 << "" << QRectF(500, 100, 200, 300) << QRectF(350, 100, 200, 300);
-    QTest::newRow("right: too wide, narrowed to the space left")
-        << "right" << 250.0 << "" << QRectF(100, 100, 600, 300) << QRectF(0, 100, 550, 300);
-    QTest::newRow("touching the strip is clear") << "left" << 250.0 << "" << QRectF(250, 0, 300, 300)
-                                                 << QRectF(250, 0, 300, 300);
-    QTest::newRow("minimised: untouched") << "left" << 250.0 << "minimized" << a << a;
-    QTest::newRow("full screen: untouched") << "left" << 250.0 << "fullScreen" << kScreen << kScreen;
-    QTest::newRow("on another desktop: untouched") << "left" << 250.0 << "otherDesktop" << a << a;
     const QRectF acrossScreens(700, 100, 400, 300); // mostly on the right-hand screen
-    QTest::newRow("on another screen: untouched")
-        << "right" << 250.0 << "" << acrossScreens << acrossScreens;
+    row("left: to the strip's edge", "left", 250, "", a, {250, 100, 400, 300});
+    row("left: too wide, narrowed", "left", 250, "", {0, 50, 700, 300}, {250, 50, 550, 300});
+    row("left: never below the minimum", "left", 700, "", {50, 100, 400, 300}, {700, 100, 200, 300});
+    row("right: to the strip's edge", "right", 250, "", {500, 100, 200, 300}, {350, 100, 200, 300});
+    row("right: too wide, narrowed", "right", 250, "", {100, 100, 600, 300}, {0, 100, 550, 300});
+    row("touching the strip", "left", 250, "", {250, 0, 300, 300}, {250, 0, 300, 300});
+    row("minimised", "left", 250, "minimized", a, a);
+    row("full screen", "left", 250, "fullScreen", kScreen, kScreen);
+    row("on another desktop", "left", 250, "otherDesktop", a, a);
+    row("on another screen", "right", 250, "", acrossScreens, acrossScreens);
 }
 
 void TestSidebarAvoidance::nudge()
@@ -138,19 +125,18 @@ void TestSidebarAvoidance::nudge()
     QFETCH(QRectF, frame);
     QFETCH(QRectF, expected);
     SimulatedDesktop::Window w = window(1, frame);
-    w.maximized = kind == QLatin1String("fullScreen");
+    w.maximized = kind == QLatin1String("fullScreen"); // and so ignores moves
     w.onScreen = kind != QLatin1String("otherDesktop");
     m_desktop->addWindow(kApp, w);
     if (kind == QLatin1String("minimized"))
         m_desktop->setMinimized(1, true);
-    m_wm->setSidebarPlacement(QGuiApplication::primaryScreen(), width, position, false);
+    place(width, qPrintable(position), false);
     refresh();
-    QCOMPARE(m_wm->state().lastPeriodicNudgeAt, QDateTime::fromMSecsSinceEpoch(0, Qt::UTC));
 
-    QVERIFY(run([this](Completion done) { return m_wm->nudgeWindowsFromSidebar(std::move(done)); }));
+    QVERIFY(run(&WindowManager::nudgeWindowsFromSidebar));
     QCOMPARE(*m_desktop->frameOf(1), expected);
     const bool moved = expected != frame;
-    QCOMPARE(m_wm->state().nudgedWindowFrames.value(idOf(1)), moved ? frame : QRectF());
+    QCOMPARE(m_wm->state().nudgedWindowFrames.value(m_wm->windows().first().id), moved ? frame : QRectF());
 }
 
 void TestSidebarAvoidance::restoreGivesBackOnlyWindowsLeftWhereTheNudgePutThem()
@@ -158,39 +144,32 @@ void TestSidebarAvoidance::restoreGivesBackOnlyWindowsLeftWhereTheNudgePutThem()
     m_desktop->addWindow(kApp, window(1, {100, 100, 400, 300})); // nudged twice
     m_desktop->addWindow(kApp, window(2, {50, 450, 300, 200}));  // moved by the user since
     m_desktop->addWindow(kApp, window(3, {0, 0, 300, 200}));     // closed since
-    m_wm->setSidebarPlacement(QGuiApplication::primaryScreen(), 250, QStringLiteral("left"), false);
+    place(250, "left", false);
     refresh();
-    const auto nudge = [this](Completion done) { return m_wm->nudgeWindowsFromSidebar(std::move(done)); };
-    QVERIFY(run(nudge));
-    QCOMPARE(m_wm->state().nudgedWindowFrames.size(), 3);
+    QVERIFY(run(&WindowManager::nudgeWindowsFromSidebar));
     m_desktop->setPosition(1, {20, 120});
-    QVERIFY(run(nudge));
+    QVERIFY(run(&WindowManager::nudgeWindowsFromSidebar));
     QCOMPARE(*m_desktop->frameOf(1), QRectF(250, 120, 400, 300));
     m_desktop->setPosition(2, {400, 450});
     m_desktop->removeWindow(3);
     refresh();
 
     m_desktop->clearControlLog();
-    QVERIFY(run([this](Completion done) { return m_wm->restoreNudgedWindows(std::move(done)); }));
+    QVERIFY(run(&WindowManager::restoreNudgedWindows));
     QCOMPARE(*m_desktop->frameOf(1), QRectF(100, 100, 400, 300));
-    QCOMPARE(*m_desktop->frameOf(2), QRectF(400, 450, 300, 200));
     QCOMPARE(m_desktop->controlLog(), QStringList{"setPosition 1 100,100"});
     QVERIFY(m_wm->state().nudgedWindowFrames.isEmpty());
-    QVERIFY(m_wm->state().lastObservedSidebarFrames.isEmpty());
 }
 
 void TestSidebarAvoidance::refreshNudgesAtMostEveryFiveSeconds()
 {
     m_desktop->addWindow(kApp, window(1, {100, 100, 400, 300}));
     refresh(); // no sidebar screen yet: nothing to avoid
-    QCOMPARE(*m_desktop->frameOf(1), QRectF(100, 100, 400, 300));
-
-    m_wm->setSidebarPlacement(QGuiApplication::primaryScreen(), 250, QStringLiteral("left"), true);
+    place(250, "left", true);
     const QDateTime start = m_clock->now();
     refresh();
     QCOMPARE(m_wm->state().lastPeriodicNudgeAt, start);
     QTRY_COMPARE(*m_desktop->frameOf(1), QRectF(250, 100, 400, 300));
-    QTRY_VERIFY(m_wm->state().nudgedWindowFrames.contains(idOf(1)));
 
     m_desktop->setPosition(1, {60, 100});
     m_clock->advance(400ms); // the refresh that follows the nudge
@@ -204,7 +183,7 @@ void TestSidebarAvoidance::refreshNudgesAtMostEveryFiveSeconds()
     QTRY_COMPARE(*m_desktop->frameOf(1), QRectF(250, 100, 400, 300));
 
     // Avoidance ending gives the window back where the user first had it.
-    m_wm->setSidebarPlacement(QGuiApplication::primaryScreen(), 250, QStringLiteral("left"), false);
+    place(250, "left", false);
     QTRY_COMPARE(*m_desktop->frameOf(1), QRectF(100, 100, 400, 300));
 }
 
