@@ -2,7 +2,9 @@
 #include "actions/actionrunner.h"
 
 #include "actions/newwindowopener.h"
+#include "actions/screenpixels.h"
 #include "actions/showdesktop.h"
+#include "actions/sidebaravoidance.h"
 #include "actions/tilegeometry.h"
 #include "actions/windowactions.h"
 #include "logging.h"
@@ -25,7 +27,9 @@ ActionContext contextFor(tracking::WindowManager &manager, std::shared_ptr<platf
 ActionRunner::ActionRunner(tracking::WindowManager &manager, std::shared_ptr<platform::WindowControl> control)
     : m_windowActions(new WindowActions(contextFor(manager, control, &m_lane), this))
     , m_showDesktop(new ShowDesktop(contextFor(manager, control, &m_lane), this))
-    , m_newWindowOpener(new NewWindowOpener(contextFor(manager, std::move(control), &m_lane), this))
+    , m_newWindowOpener(new NewWindowOpener(contextFor(manager, control, &m_lane), this))
+    , m_sidebarAvoidance(new SidebarAvoidance(contextFor(manager, std::move(control), &m_lane), this))
+    , m_manager(manager)
 {
     m_lane.setObjectName(QStringLiteral("com.orvella.actions"));
     m_lane.setMaxThreadCount(1);
@@ -94,8 +98,18 @@ bool ActionRunner::perform(const tracking::WindowActionRequest &request, Complet
         if (done)
             done();
         return true;
+    case Verb::NudgeFromSidebar:
+        m_sidebarAvoidance->nudgeWindowsFromSidebar(request.windows, deviceSidebar(m_manager.state()),
+                                                    std::move(done));
+        return true;
+    case Verb::RestoreNudged: m_sidebarAvoidance->restoreNudgedWindows(std::move(done)); return true;
     }
     return false;
+}
+
+bool ActionRunner::overlapsSidebar(const QList<tracking::WindowItem> &windows) const
+{
+    return m_sidebarAvoidance->overlapsSidebar(windows);
 }
 
 } // namespace orvella::actions

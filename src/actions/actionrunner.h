@@ -13,6 +13,7 @@ namespace orvella::actions {
 
 class NewWindowOpener;
 class ShowDesktop;
+class SidebarAvoidance;
 class WindowActions;
 
 /**
@@ -35,6 +36,7 @@ public:
                                 std::shared_ptr<platform::WindowControl> control);
 
     bool perform(const tracking::WindowActionRequest &request, Completion done) override;
+    bool overlapsSidebar(const QList<tracking::WindowItem> &windows) const override;
     NewWindowOpener &newWindowOpener() const { return *m_newWindowOpener; }
 
 private:
@@ -42,6 +44,8 @@ private:
     WindowActions *m_windowActions;
     ShowDesktop *m_showDesktop;
     NewWindowOpener *m_newWindowOpener;
+    SidebarAvoidance *m_sidebarAvoidance;
+    tracking::WindowManager &m_manager;
 };
 
 } // namespace orvella::actions

@@ -1,6 +1,8 @@
 // Where tiled windows go: tile positions, the usable area beside the sidebar, the column.
 #include "actions/tilegeometry.h"
 
+#include "actions/sidebarstrip.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -134,15 +136,8 @@ std::optional<QRectF> usableArea(const QList<platform::ScreenInfo> &screens, con
     if (!target)
         return std::nullopt;
     // Screen frames are top-left-origin already on X11: no flip against the primary screen.
-    QRectF area = target->visibleFrame;
     const bool sameScreen = !sidebar.screenOrigin || *sidebar.screenOrigin == target->frame.topLeft();
-    if (sidebar.width > 0 && sameScreen) {
-        if (sidebar.position == QLatin1String("left"))
-            area.setLeft(area.left() + sidebar.width);
-        else
-            area.setWidth(area.width() - sidebar.width);
-    }
-    return area;
+    return sameScreen ? areaBesideSidebar(*target, sidebar) : target->visibleFrame;
 }
 
 ColumnPlan planColumn(const QRectF &area, TileAlignment alignment, double widthFraction, int windowCount)

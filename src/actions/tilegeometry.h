@@ -71,7 +71,9 @@ std::optional<platform::ScreenInfo> targetScreen(const QList<platform::ScreenInf
                                                  const SidebarPlacement &sidebar = {},
                                                  const QList<QRectF> &windowFrames = {});
 
-/// The target monitor's visible frame without the sidebar, when the sidebar is on it.
+/// The target monitor's visible frame without the sidebar's strip, when the sidebar is on
+/// it. A panel that reserves its edge has already taken the strip off the visible frame,
+/// so the sidebar is counted once either way.
 std::optional<QRectF> usableArea(const QList<platform::ScreenInfo> &screens, const SidebarPlacement &sidebar,
                                  const QList<QRectF> &windowFrames = {});
 

@@ -40,6 +40,7 @@ struct TrackingState
     /// Signatures minimized by show desktop, to be restored.
     QSet<QString> showDesktopSavedSignatures;
     QPointer<QScreen> sidebarScreen;
+    /// In Qt's logical pixels of `sidebarScreen`.
     double sidebarWidth = 250;
     QString sidebarPosition = QStringLiteral("left");
     bool avoidSidebarEnabled = true;
@@ -95,7 +96,11 @@ struct TrackingState
     bool dragJustHappened = false;
     QHash<QString, int> axMinimizedDisagreementCount;
     bool showAllWindowsInAppSection = true;
+    /// Per window id, the frame a window had before it was first moved out from under
+    /// the sidebar: where it goes back when avoidance ends.
     QHash<QString, QRectF> nudgedWindowFrames;
+    /// Per window id, where the last nudge left the window; one found elsewhere later was
+    /// moved by the user, and stays where the user put it.
     QHash<QString, QRectF> lastObservedSidebarFrames;
     QHash<QString, QRectF> sidebarZoomRestoreFrames;
     QHash<QString, QRectF> nativeZoomRestoredFrames;

@@ -28,7 +28,11 @@ struct WindowActionRequest
         MinimizeAll,
         NewWindow,
         NewWindowForItem,
-        Relaunch
+        Relaunch,
+        /// Moves the listed windows that lie under the sidebar just clear of it.
+        NudgeFromSidebar,
+        /// Gives the windows the nudges moved back to where the user had them.
+        RestoreNudged
     };
     Verb verb = Verb::Focus;
     /// The listed window, for Focus, Minimize, Close, TileWindow and NewWindowForItem.
@@ -38,6 +42,8 @@ struct WindowActionRequest
     /// The raw tile position ("leftHalf") or alignment ("left").
     QString option;
     double widthFraction = 0.5;
+    /// The listed windows, for NudgeFromSidebar.
+    QList<WindowItem> windows;
 };
 
 /**
@@ -52,6 +58,9 @@ public:
     /// Starts `request`; false (and `done` never runs) when its option is not one
     /// the port knows.
     virtual bool perform(const WindowActionRequest &request, Completion done) = 0;
+    /// Whether any of `windows` lies under the sidebar where the model says it is, judged
+    /// from their listed frames alone: no round trip, so every refresh may ask.
+    virtual bool overlapsSidebar(const QList<WindowItem> &windows) const = 0;
 };
 
 } // namespace orvella::tracking

@@ -65,7 +65,7 @@ void WindowManager::followSettings()
     const auto copy = [this, settings] {
         m_state.sidebarWidth = settings->sidebarWidth();
         m_state.sidebarPosition = settings->position();
-        m_state.avoidSidebarEnabled = settings->avoidSidebar();
+        setAvoidSidebarEnabled(settings->avoidSidebar());
     };
     copy();
     m_state.showAllWindowsInAppSection = settings->showAllWindowsInAppSection();
@@ -217,6 +217,7 @@ void WindowManager::apply(quint64 generation, ReadResult result)
     m_state.isRefreshing = false;
 
     const QDateTime now = m_scheduler.now();
+    nudgeFromSidebarIfDue(now);
     if (m_desktop->isTrusted() && result.items.isEmpty() && result.likelyCount >= 1
         && (!m_state.lastRelaunchRequestAt
             || m_state.lastRelaunchRequestAt->secsTo(now) > kRelaunchMinIntervalSecs)) {

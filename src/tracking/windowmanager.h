@@ -119,6 +119,18 @@ public:
     /// Waits (processing events) until no refresh is running; for the command line.
     bool waitForRefresh(int timeoutMs);
 
+    /**
+     * Where the sidebar panel stands and whether other windows must keep clear of it. The
+     * shell calls it whenever the panel is placed, resized or moved to another screen,
+     * and when whether windows avoid it changes (the `avoidSidebar` setting, auto-hide).
+     * `width` is in Qt's logical pixels of `screen`; `position` is "left" or "right".
+     * While `avoid` is on, refreshes move windows that lie under the sidebar clear of it
+     * (at most every `periodicNudgeMinInterval`); turning it off gives back the windows
+     * moved (restoreNudgedWindows()). The settings, when given, are followed as well:
+     * whichever spoke last holds.
+     */
+    void setSidebarPlacement(QScreen *screen, double width, const QString &position, bool avoid);
+
     // The verbs the sidebar, the control interface and the command line call, by id
     // (windowverbs.cpp). Ghost ids name their window. A verb returns false and does
     // nothing for an id it does not know.
@@ -166,6 +178,12 @@ public:
     /// A new window of the application a listed window belongs to.
     Q_INVOKABLE bool openNewWindowForItem(const QString &windowID, orvella::tracking::Completion done = {});
     Q_INVOKABLE bool relaunchClosedApp(const QString &bundleID);
+    /// Moves the windows lying under the sidebar just clear of it now; false while the
+    /// sidebar's screen is not known.
+    Q_INVOKABLE bool nudgeWindowsFromSidebar(orvella::tracking::Completion done = {});
+    /// Puts the windows the nudges moved back where the user had them, unless the user
+    /// moved them since, and forgets them. The shell calls it when the panel hides.
+    Q_INVOKABLE bool restoreNudgedWindows(orvella::tracking::Completion done = {});
 
 signals:
     void windowsChanged();
@@ -197,6 +215,11 @@ private:
     void noteUserMinimized(const QList<WindowItem> &windows, bool minimized);
     QList<WindowItem> sectionWindows(const QString &categoryID) const;
     bool request(WindowActionRequest request, Completion done);
+    /// Turning avoidance off gives back the windows it moved.
+    void setAvoidSidebarEnabled(bool enabled);
+    /// After a refresh: nudges when avoidance is on, the last periodic nudge is long
+    /// enough ago and a listed window lies under the sidebar.
+    void nudgeFromSidebarIfDue(const QDateTime &now);
 
     std::shared_ptr<platform::Desktop> m_desktop;
     QPointer<settings::AppSettings> m_settings;

@@ -109,6 +109,11 @@ void TestTileGeometry::usableArea_data()
     const QList<QRectF> onTheLeft{QRectF(-1000, 100, 400, 300), QRectF(-300, 0, 400, 300)};
     row("sidebar left", one, 250, "left", {}, {}, QRectF(250, 25, 750, 775));
     row("sidebar right", one, 250, "right", {}, {}, QRectF(0, 25, 750, 775));
+    // Regression: with the panel's edge reserved, the work area lost the sidebar twice.
+    row("reserved left edge: counted once", {{kScreen, QRectF(250, 25, 750, 775), true}}, 250, "left", {}, {},
+        QRectF(250, 25, 750, 775));
+    row("reserved right edge: counted once", {{kScreen, QRectF(0, 25, 750, 775), true}}, 250, "right", {}, {},
+        QRectF(0, 25, 750, 775));
     row("any other position is the right edge", one, 250, "bottom", {}, {}, QRectF(0, 25, 750, 775));
     row("sidebar on the main screen", two, 250, "left", QPointF(0, 0), onTheLeft, QRectF(250, 25, 750, 775));
     row("sidebar on another screen: tiled there", two, 250, "left", QPointF(-1200, 0), {},
