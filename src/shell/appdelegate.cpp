@@ -397,7 +397,7 @@ void AppDelegate::showSidebar()
 void AppDelegate::hideSidebar()
 {
     if (m_panel)
-        m_panel->hideSidebar(true);
+        m_panel->hideSidebar();
     else
         setSidebarVisible(false);
 }

@@ -135,10 +135,8 @@ void PanelController::updatePanelLayout()
         m_panel->place(screen, target);
         m_panel->setColumns(columns);
     }
-    tracking::TrackingState &state = m_manager.state();
-    state.sidebarScreen = screen;
-    state.sidebarWidth = width;
-    state.sidebarPosition = m_settings.position();
+    // Windows are kept clear of a shown panel only; ending that gives nudged windows back.
+    m_manager.setSidebarPlacement(screen, width, m_settings.position(), shouldAvoidSidebar());
     m_panel->setReserved(shouldAvoidSidebar());
     if (m_host && !isVisible() && m_settings.autoHide()) {
         const QRectF device = actions::deviceScreen(*screen).frame;
@@ -165,11 +163,10 @@ void PanelController::showSidebar()
     setShown(true);
 }
 
-void PanelController::hideSidebar(bool restoreAvoidSidebarWindows)
+void PanelController::hideSidebar()
 {
     m_manuallyHidden = true;
     setShown(false);
-    Q_UNUSED(restoreAvoidSidebarWindows)
 }
 
 void PanelController::setShown(bool shown)

@@ -58,8 +58,8 @@ public:
 
     // Reveal and hide.
     void showSidebar();
-    /// The user's hide; `restoreAvoidSidebarWindows` gives nudged windows their place back.
-    void hideSidebar(bool restoreAvoidSidebarWindows = true);
+    /// The user's hide. Any hide gives windows moved out of the panel's way their place back.
+    void hideSidebar();
     bool isVisible() const;
     bool shouldAvoidSidebar() const;
     bool isFullscreenHidden() const { return m_fullscreenHidden; }

@@ -3,10 +3,10 @@
 // pointer, and widens into columns. Expected geometry is written out for the 1280x800 screen.
 #include "desktoplookup.h"
 #include "platform/preferencesstore.h"
+#include "platform/scheduler.h"
 #include "platform/x11/x11desktop.h"
 #include "platform/x11/x11panelhost.h"
 #include "platform/x11/x11replies.h"
-#include "platform/scheduler.h"
 #include "settings/appsettings.h"
 #include "shell/panelcontroller.h"
 #include "shell/sidebarpanel.h"
@@ -36,7 +36,10 @@ private slots:
 
 private:
     QRect rootFrame(QWindow &window);
-    QList<quint32> workarea() { return m_x.cardinals(m_x.root(), "_NET_WORKAREA", XCB_ATOM_CARDINAL).mid(0, 4); }
+    QList<quint32> workarea()
+    {
+        return m_x.cardinals(m_x.root(), "_NET_WORKAREA", XCB_ATOM_CARDINAL).mid(0, 4);
+    }
     void press(std::uint32_t keysym, bool down);
     void movePointer(int x, int y);
     bool refreshUntil(const std::function<bool()> &done) { return testsupport::refreshUntil(*m_wm, done); }
@@ -87,7 +90,8 @@ QRect TestPanelX11::rootFrame(QWindow &window)
 {
     xcb_connection_t *c = m_x.connection();
     const auto w = xcb_window_t(window.winId());
-    const platform::x11::Reply<xcb_get_geometry_reply_t> g(xcb_get_geometry_reply(c, xcb_get_geometry(c, w), nullptr));
+    const platform::x11::Reply<xcb_get_geometry_reply_t> g(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, w), nullptr));
     const platform::x11::Reply<xcb_translate_coordinates_reply_t> t(
         xcb_translate_coordinates_reply(c, xcb_translate_coordinates(c, w, m_x.root(), 0, 0), nullptr));
     return g && t ? QRect(t->dst_x, t->dst_y, g->width, g->height) : QRect();
@@ -97,8 +101,8 @@ void TestPanelX11::press(std::uint32_t keysym, bool down)
 {
     const QList<xcb_keycode_t> codes = platform::x11::keycodesFor(m_x.connection(), keysym);
     QVERIFY(!codes.isEmpty());
-    xcb_test_fake_input(m_x.connection(), down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, codes.first(), XCB_CURRENT_TIME,
-                        XCB_NONE, 0, 0, 0);
+    xcb_test_fake_input(m_x.connection(), down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, codes.first(),
+                        XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
     m_x.sync();
 }
 
@@ -119,8 +123,9 @@ void TestPanelX11::dockReservesItsEdgeWhileShown()
 
     // A window maximised now ends beside the panel, not under it.
     TestClient client(TestClient::titled({QStringLiteral("wide")}));
-    m_x.sendToRoot(client.xids.first(), "_NET_WM_STATE",
-                   {1, m_x.atom("_NET_WM_STATE_MAXIMIZED_VERT"), m_x.atom("_NET_WM_STATE_MAXIMIZED_HORZ"), 2});
+    m_x.sendToRoot(
+        client.xids.first(), "_NET_WM_STATE",
+        {1, m_x.atom("_NET_WM_STATE_MAXIMIZED_VERT"), m_x.atom("_NET_WM_STATE_MAXIMIZED_HORZ"), 2});
     QVERIFY(refreshUntil([this] {
         const auto w = testsupport::itemTitled(*m_wm, QStringLiteral("wide"));
         return w && w->bounds == QRectF(250, 0, 1030, 800);
@@ -186,12 +191,14 @@ void TestPanelX11::splitViewWidensToTheColumnsNeeded()
         for (int i = 0; i < 10; ++i)
             titles << QStringLiteral("app%1 window %2").arg(app).arg(i);
         clients.push_back(std::make_unique<TestClient>(
-            QStringList{QStringLiteral("--class"), QStringLiteral("split%1").arg(app)} + TestClient::titled(titles)));
+            QStringList{QStringLiteral("--class"), QStringLiteral("split%1").arg(app)}
+            + TestClient::titled(titles)));
     }
     QVERIFY(refreshUntil([this] { return m_wm->visibleCategories().size() == 6; }));
     QCOMPARE(rootFrame(m_panel->panel()->view()).width(), 250);
     m_settings->setSidebarListLayoutMode(QStringLiteral("splitView"));
-    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(m_panel->panel()->view()), QRect(0, 0, 750, 800), testsupport::kWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(m_panel->panel()->view()), QRect(0, 0, 750, 800),
+                              testsupport::kWaitMs);
     QCOMPARE(m_wm->state().sidebarWidth, 750.0);
 }
 

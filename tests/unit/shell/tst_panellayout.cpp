@@ -70,7 +70,8 @@ void TestPanelLayout::columns_data()
     const QList<tracking::WindowCategory> six(6, section("app", 10)); // 374 each
     QTest::newRow("single column whatever the height") << six << 800.0 << false << 1;
     QTest::newRow("two per column under 792") << six << 800.0 << true << 3;
-    QTest::newRow("small screens still take 220") << QList{section("a", 4), section("b", 1)} << 200.0 << true << 2;
+    QTest::newRow("small screens still take 220")
+        << QList{section("a", 4), section("b", 1)} << 200.0 << true << 2;
     QTest::newRow("a tall section gets a column of its own")
         << QList{section("a", 1), section("b", 40), section("c", 1)} << 800.0 << true << 3;
     QTest::newRow("nothing shown") << QList<tracking::WindowCategory>{} << 800.0 << true << 1;
@@ -109,14 +110,17 @@ void TestPanelLayout::snapping()
 
 void TestPanelLayout::screenMatching_data()
 {
-    const ScreenIdentity left{QStringLiteral("DP-1"), QStringLiteral("DEL/U2720Q/ABC"), QRect(0, 0, 2560, 1440)};
-    const ScreenIdentity right{QStringLiteral("HDMI-1"), QStringLiteral("LG/27UL/XYZ"), QRect(2560, 0, 1920, 1080)};
+    const ScreenIdentity left{QStringLiteral("DP-1"), QStringLiteral("DEL/U2720Q/ABC"),
+                              QRect(0, 0, 2560, 1440)};
+    const ScreenIdentity right{QStringLiteral("HDMI-1"), QStringLiteral("LG/27UL/XYZ"),
+                               QRect(2560, 0, 1920, 1080)};
     const ScreenIdentity virtualOne{QStringLiteral("screen"), QString(), QRect(0, 0, 1280, 800)};
     QTest::addColumn<ScreenIdentity>("saved");
     QTest::addColumn<QList<ScreenIdentity>>("now");
     QTest::addColumn<int>("match");
     QTest::newRow("same monitor after the order changed") << right << QList{right, left} << 0;
-    QTest::newRow("monitor on another cable") << left << QList{right, ScreenIdentity{"DP-2", left.edid, {}}} << 1;
+    QTest::newRow("monitor on another cable")
+        << left << QList{right, ScreenIdentity{"DP-2", left.edid, {}}} << 1;
     QTest::newRow("connector now drives another monitor")
         << left << QList{right, ScreenIdentity{"DP-1", "ACME/X/1", left.geometry}} << -1;
     QTest::newRow("no EDID: connector") << virtualOne << QList{right, ScreenIdentity{"screen", {}, {}}} << 1;
