@@ -59,6 +59,8 @@ QScreen *PanelController::targetScreen() const
     if (m_manualTargetScreen)
         return m_manualTargetScreen;
     if (m_settings.sidebarScreen() == QLatin1String("mouse")) {
+        if (m_pointerScreen)
+            return m_pointerScreen;
         if (QScreen *screen = QGuiApplication::screenAt(QCursor::pos()))
             return screen;
     }
@@ -177,6 +179,9 @@ void PanelController::setShown(bool shown)
     if (shown == isVisible())
         return;
     if (shown) {
+        // The pointer's monitor is chosen when the panel appears; it does not follow the
+        // pointer around while shown.
+        m_pointerScreen = QGuiApplication::screenAt(QCursor::pos());
         if (m_host)
             m_host->watchEdge({});
         m_panel->show();

@@ -46,8 +46,8 @@ public:
     ~PanelController() override;
 
     // Placement.
-    /// The monitor chosen with "next monitor" while it exists, else the pointer's monitor for
-    /// `sidebarScreen` "mouse", else the primary one.
+    /// The monitor chosen with "next monitor" while it exists, else for `sidebarScreen` "mouse"
+    /// the pointer's monitor when the panel appeared, else the primary one.
     QScreen *targetScreen() const;
     void restoreLastScreen();
     void saveCurrentScreen();
@@ -99,6 +99,7 @@ private:
     std::unique_ptr<sidebar::SidebarRowsModel> m_rows;
     std::unique_ptr<SidebarPanel> m_panel;
     QPointer<QScreen> m_manualTargetScreen;
+    QPointer<QScreen> m_pointerScreen; ///< under the pointer when the panel last appeared
     int m_lastKnownScreenCount = 0;
     bool m_fullscreenHidden = false;
     bool m_manuallyHidden = false;

@@ -14,7 +14,11 @@
 #include "tracking/windowmanager.h"
 #include "xtestconnection.h"
 
+#include <QCursor>
+#include <QGuiApplication>
+#include <QProcess>
 #include <QQuickView>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -33,6 +37,7 @@ private slots:
     void dockReservesItsEdgeWhileShown();
     void hotKeyFullScreenAndPointerHideAndReveal();
     void splitViewWidensToTheColumnsNeeded();
+    void followsMonitors();
 
 private:
     QRect rootFrame(QWindow &window);
@@ -200,6 +205,45 @@ void TestPanelX11::splitViewWidensToTheColumnsNeeded()
     QTRY_COMPARE_WITH_TIMEOUT(rootFrame(m_panel->panel()->view()), QRect(0, 0, 750, 800),
                               testsupport::kWaitMs);
     QCOMPARE(m_wm->state().sidebarWidth, 750.0);
+}
+
+// Two logical monitors side by side on the one Xvfb screen, as xrandr --setmonitor makes them.
+void TestPanelX11::followsMonitors()
+{
+    const auto xrandr = [](const QStringList &args) {
+        return QProcess::execute(QStringLiteral("xrandr"), args) == 0;
+    };
+    if (QStandardPaths::findExecutable(QStringLiteral("xrandr")).isEmpty())
+        QSKIP("xrandr is not installed");
+    // Monitor A takes the output, so the whole-screen monitor goes.
+    QVERIFY(xrandr({"--setmonitor", "A", "640/170x800/220+0+0", "screen"}));
+    QVERIFY(xrandr({"--setmonitor", "B", "640/170x800/220+640+0", "none"}));
+    QTRY_COMPARE_WITH_TIMEOUT(QGuiApplication::screens().size(), 2, testsupport::kWaitMs);
+    QWindow &view = m_panel->panel()->view();
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(view), QRect(0, 0, 250, 800), testsupport::kWaitMs);
+
+    m_panel->cycleSidebarToNextScreen();
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(view), QRect(640, 0, 250, 800), testsupport::kWaitMs);
+    m_panel->cycleSidebarToNextScreen();
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(view), QRect(0, 0, 250, 800), testsupport::kWaitMs);
+    m_panel->cycleSidebarToNextScreen();
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(view), QRect(640, 0, 250, 800), testsupport::kWaitMs);
+    // The monitor the panel is on goes away: it moves to one that remains.
+    QVERIFY(xrandr({"--delmonitor", "B"}));
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(view), QRect(0, 0, 250, 800), testsupport::kWaitMs);
+
+    // "mouse": the monitor under the pointer when the panel appears, and there it stays.
+    QVERIFY(xrandr({"--setmonitor", "B", "640/170x800/220+640+0", "none"}));
+    QTRY_COMPARE_WITH_TIMEOUT(QGuiApplication::screens().size(), 2, testsupport::kWaitMs);
+    m_settings->setSidebarScreen(QStringLiteral("mouse"));
+    m_panel->hideSidebar();
+    movePointer(1000, 400);
+    QTRY_VERIFY_WITH_TIMEOUT(QGuiApplication::screenAt(QCursor::pos()), testsupport::kWaitMs);
+    m_panel->showSidebar();
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(view), QRect(640, 0, 250, 800), testsupport::kWaitMs);
+    movePointer(300, 400);
+    m_settings->setSidebarWidth(260);
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(view), QRect(640, 0, 260, 800), testsupport::kWaitMs);
 }
 
 QTEST_MAIN(TestPanelX11)
