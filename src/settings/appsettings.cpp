@@ -125,7 +125,7 @@ void AppSettings::assign(Setting id, const QVariant &value)
 
 void AppSettings::setLaunchAtLogin(bool enabled)
 {
-    if (!m_autostart->setEnabled(enabled, platform::AutostartEntry::currentExecutable()))
+    if (!m_autostart->setEnabled(enabled, platform::AutostartEntry::loginCommand()))
         qCInfo(lcSettings) << "[OV] launch at login could not be changed to" << enabled;
     if (m_launchAtLogin == enabled)
         return;

@@ -1,6 +1,8 @@
 // Parses Orvella's command line into one request.
 #include "shell/commandline.h"
 
+#include "shell/commandverbs.h"
+
 namespace orvella::shell {
 
 namespace {
@@ -43,27 +45,65 @@ bool parseSysmonOptions(const QStringList &arguments, CommandLineRequest &reques
     return true;
 }
 
+// One command in --help: its synopsis, and its summary beside it when there is room, else
+// below it, wrapped to 80 columns.
+QString usageEntry(const QString &synopsis, const QString &summary)
+{
+    constexpr qsizetype kIndent = 16;
+    constexpr qsizetype kWidth = 80;
+    QString out = QStringLiteral("  ") + synopsis;
+    if (out.size() >= kIndent)
+        out += u'\n' + QString(kIndent, u' ');
+    else
+        out = out.leftJustified(kIndent);
+    qsizetype column = kIndent;
+    bool first = true;
+    for (const QString &word : summary.split(u' ', Qt::SkipEmptyParts)) {
+        if (!first && column + 1 + word.size() > kWidth) {
+            out += u'\n' + QString(kIndent, u' ');
+            column = kIndent;
+            first = true;
+        }
+        if (!first)
+            out += u' ', ++column;
+        out += word;
+        column += word.size();
+        first = false;
+    }
+    return out + u'\n';
+}
+
 } // namespace
 
 CommandLineRequest parseCommandLine(const QStringList &arguments)
 {
     using Action = CommandLineRequest::Action;
+    using Kind = CommandVerb::Kind;
     CommandLineRequest request;
     QStringList rest = arguments;
     if (!rest.isEmpty() && !rest.constFirst().startsWith(u'-')) {
         const QString command = rest.takeFirst();
-        if (command == QLatin1String("list")) {
-            request.action = Action::List;
-        } else if (command == QLatin1String("watch")) {
-            request.action = Action::Watch;
-        } else if (command == QLatin1String("sysmon")) {
+        const std::optional<CommandVerb> verb = commandVerbs::find(command);
+        const bool wantsHelp = rest.contains(QLatin1String("--help")) || rest.contains(QLatin1String("-h"));
+        if (!verb) {
+            request.action = Action::Invalid;
+            request.error = QStringLiteral("unknown command \"%1\"").arg(command);
+            return request;
+        }
+        switch (verb->kind) {
+        case Kind::Run:
+        case Kind::Help: request.action = Action::Help; break;
+        case Kind::List: request.action = Action::List; break;
+        case Kind::Watch: request.action = Action::Watch; break;
+        case Kind::Sysmon:
             request.action = Action::Sysmon;
             parseSysmonOptions(rest, request);
             return request;
-        } else if (command == QLatin1String("help")) {
-            request.action = Action::Help;
-        } else if (isWindowCommand(command) && !rest.contains(QLatin1String("--help"))
-                   && !rest.contains(QLatin1String("-h"))) {
+        case Kind::Window: {
+            if (wantsHelp) {
+                request.action = Action::Help;
+                return request;
+            }
             auto parsed = parseWindowCommand(command, rest);
             if (auto *error = std::get_if<QString>(&parsed)) {
                 request.action = Action::Invalid;
@@ -73,13 +113,7 @@ CommandLineRequest parseCommandLine(const QStringList &arguments)
                 request.window = std::get<WindowCommand>(parsed);
             }
             return request;
-        } else if (isWindowCommand(command)) {
-            request.action = Action::Help;
-            return request;
-        } else {
-            request.action = Action::Invalid;
-            request.error = QStringLiteral("unknown command \"%1\"").arg(command);
-            return request;
+        }
         }
     }
     for (const QString &arg : rest) {
@@ -101,49 +135,28 @@ CommandLineRequest parseCommandLine(const QStringList &arguments)
 
 QString usageText()
 {
-    return QStringLiteral("Usage: orvella [COMMAND] [OPTIONS]\n"
-                          "\n"
-                          "Orvella keeps a sidebar at the screen edge that lists every open window,\n"
-                          "grouped into shelves and per-application sections.\n"
-                          "\n"
-                          "Commands:\n"
-                          "  (none)        start Orvella in the current X session (or, when it runs\n"
-                          "                already, show its sidebar)\n"
-                          "  list          print the windows, grouped into shelves and sections, and exit\n"
-                          "  watch         print a line each time the windows, the active window or the\n"
-                          "                sections change, until interrupted\n"
-                          "  sysmon        print the system monitor's readings (CPU, memory, disk,\n"
-                          "                network, battery, temperature) and exit:\n"
-                          "                sysmon [--json] [--interval SECONDS (3)] [--count N (1)]\n"
-                          "  focus ID      raise and focus a window (ID as list --json prints it)\n"
-                          "  close ID      ask a window's application to close it\n"
-                          "  minimize ID   minimise a window\n"
-                          "  tile-window ID POSITION\n"
-                          "                snap a window to leftHalf, rightHalf, topHalf, bottomHalf,\n"
-                          "                topLeft, topRight, bottomLeft, bottomRight, maximize or center\n"
-                          "  tile-shelf SHELF_ID [--align left|center|right] [--width FRACTION]\n"
-                          "                stack a shelf's windows in one column, FRACTION of the screen\n"
-                          "                wide from 0.1 to 1.0 (default left, 0.5)\n"
-                          "  minimize-all  minimise every window\n"
-                          "  new-window BUNDLE_ID\n"
-                          "                open a new window of an application (its desktop-file id)\n"
-                          "\n"
-                          "With Orvella running, the commands above act through it (its shelves, its\n"
-                          "sidebar's room). These need it running:\n"
-                          "  show-desktop  minimise every window, or bring back exactly those it hid\n"
-                          "  show-sidebar, hide-sidebar, toggle-sidebar\n"
-                          "  add-shelf NAME\n"
-                          "                make a shelf and print its id\n"
-                          "  move-to-shelf ID SHELF_ID\n"
-                          "  remove-from-shelf ID\n"
-                          "  quit          save and end Orvella\n"
-                          "\n"
-                          "Options:\n"
-                          "  --json        with list and watch: JSON documents instead of text\n"
-                          "  -h, --help    show this help and exit\n"
-                          "  -v, --version show the version and exit\n"
-                          "\n"
-                          "Preferences: $XDG_CONFIG_HOME/orvella/preferences.json\n");
+    QString text = QStringLiteral("Usage: orvella [COMMAND] [OPTIONS]\n"
+                                  "\n"
+                                  "Orvella keeps a sidebar at the screen edge that lists every open window,\n"
+                                  "grouped into shelves and per-application sections.\n"
+                                  "\n"
+                                  "Commands:\n");
+    for (const CommandVerb &verb : commandVerbs::all()) {
+        if (!verb.needsRunningInstance())
+            text +=
+                usageEntry(verb.name.isEmpty() ? QStringLiteral("(none)") : verb.synopsis(), verb.summary);
+    }
+    text += QStringLiteral("\n"
+                           "With Orvella running, the commands above act through it (its shelves, its\n"
+                           "sidebar's room). These need it running:\n");
+    for (const CommandVerb &verb : commandVerbs::all()) {
+        if (verb.needsRunningInstance())
+            text += usageEntry(verb.synopsis(), verb.summary);
+    }
+    text += QStringLiteral("\nOptions:\n");
+    for (const CommandOption &option : commandVerbs::globalOptions())
+        text += usageEntry(option.shortName + QStringLiteral(", ") + option.name, option.summary);
+    return text + QStringLiteral("\nPreferences: $XDG_CONFIG_HOME/orvella/preferences.json\n");
 }
 
 } // namespace orvella::shell

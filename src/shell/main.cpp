@@ -17,6 +17,7 @@
 #include "shell/commandline.h"
 #include "shell/controlclient.h"
 #include "shell/controlinterface.h"
+#include "shell/desktopmetadata.h"
 #include "shell/sysmonreport.h"
 #include "shell/terminaltext.h"
 #include "shell/watchcommand.h"
@@ -214,6 +215,8 @@ int runApplication(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("Orvella"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ORVELLA_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);
+    // Ties the windows and notifications to the installed desktop entry and its icon.
+    QGuiApplication::setDesktopFileName(QString::fromLatin1(shell::desktopMetadata::kApplicationID));
 
     QDBusConnection bus = QDBusConnection::sessionBus();
     const QString serviceName = QString::fromLatin1(shell::control::kServiceName);

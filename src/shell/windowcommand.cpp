@@ -2,11 +2,11 @@
 #include "shell/windowcommand.h"
 
 #include "actions/tilegeometry.h"
+#include "shell/commandverbs.h"
 #include "shell/windowcommandrun.h"
 #include "tracking/windowmanager.h"
 
 #include <QCoreApplication>
-#include <QHash>
 
 #include <optional>
 
@@ -16,52 +16,13 @@ namespace {
 
 using Verb = WindowCommand::Verb;
 
-const QHash<QString, Verb> &verbs()
-{
-    static const QHash<QString, Verb> table{
-        {QStringLiteral("focus"), Verb::Focus},
-        {QStringLiteral("close"), Verb::Close},
-        {QStringLiteral("minimize"), Verb::Minimize},
-        {QStringLiteral("tile-window"), Verb::TileWindow},
-        {QStringLiteral("tile-shelf"), Verb::TileShelf},
-        {QStringLiteral("minimize-all"), Verb::MinimizeAll},
-        {QStringLiteral("new-window"), Verb::NewWindow},
-        {QStringLiteral("show-desktop"), Verb::ShowDesktop},
-        {QStringLiteral("show-sidebar"), Verb::ShowSidebar},
-        {QStringLiteral("hide-sidebar"), Verb::HideSidebar},
-        {QStringLiteral("toggle-sidebar"), Verb::ToggleSidebar},
-        {QStringLiteral("add-shelf"), Verb::AddShelf},
-        {QStringLiteral("move-to-shelf"), Verb::MoveToShelf},
-        {QStringLiteral("remove-from-shelf"), Verb::RemoveFromShelf},
-        {QStringLiteral("quit"), Verb::Quit},
-    };
-    return table;
-}
-
 // The operands a verb takes, in words for the user; empty when it takes none.
 QStringList operandNames(Verb verb)
 {
-    const QString window = QStringLiteral("a window id");
-    switch (verb) {
-    case Verb::Focus:
-    case Verb::Close:
-    case Verb::Minimize:
-    case Verb::RemoveFromShelf: return {window};
-    case Verb::TileWindow: return {window, QStringLiteral("a position")};
-    case Verb::TileShelf: return {QStringLiteral("a shelf id")};
-    case Verb::NewWindow: return {QStringLiteral("an application id")};
-    case Verb::AddShelf: return {QStringLiteral("a shelf name")};
-    case Verb::MoveToShelf: return {window, QStringLiteral("a shelf id")};
-    default: return {};
-    }
-}
-
-QString positionNames()
-{
     QStringList names;
-    for (actions::TilePosition p : actions::kAllTilePositions)
-        names.append(actions::tilePosition::rawValue(p));
-    return names.join(QStringLiteral(", "));
+    for (const CommandOperand &operand : commandVerbs::forWindowVerb(verb).operands)
+        names.append(operand.noun);
+    return names;
 }
 
 std::variant<WindowCommand, QString> parseTileShelfOptions(WindowCommand command, const QStringList &options)
@@ -94,11 +55,6 @@ std::variant<WindowCommand, QString> parseTileShelfOptions(WindowCommand command
 
 } // namespace
 
-bool isWindowCommand(const QString &command)
-{
-    return verbs().contains(command);
-}
-
 bool needsRunningInstance(Verb verb)
 {
     return verb >= Verb::ShowDesktop;
@@ -107,7 +63,10 @@ bool needsRunningInstance(Verb verb)
 std::variant<WindowCommand, QString> parseWindowCommand(const QString &name, const QStringList &operands)
 {
     WindowCommand command;
-    command.verb = verbs().value(name);
+    const auto verb = commandVerbs::find(name);
+    if (!verb || verb->kind != CommandVerb::Kind::Window)
+        return QStringLiteral("unknown command \"%1\"").arg(name);
+    command.verb = verb->windowVerb;
     const QStringList names = operandNames(command.verb);
     const qsizetype needed = names.size();
     const QStringList positional = operands.mid(0, needed);
@@ -126,7 +85,8 @@ std::variant<WindowCommand, QString> parseWindowCommand(const QString &name, con
         command.target = positional.first();
     if (command.verb == Verb::TileWindow) {
         if (!actions::tilePosition::fromRawValue(positional[1]))
-            return QStringLiteral("unknown position \"%1\" (one of %2)").arg(positional[1], positionNames());
+            return QStringLiteral("unknown position \"%1\" (one of %2)")
+                .arg(positional[1], commandVerbs::choices(OperandKind::Position).join(QStringLiteral(", ")));
         command.position = positional[1];
     }
     if (command.verb == Verb::MoveToShelf)

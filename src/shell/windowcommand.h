@@ -46,8 +46,6 @@ struct WindowCommand
     double widthFraction = 0.5;
 };
 
-/// Whether `command` names one of the window commands.
-bool isWindowCommand(const QString &command);
 /// The verbs only the running application can carry out: its sidebar, its shelves (the
 /// one-shot commands only read the preferences) and its memory of what show desktop hid.
 bool needsRunningInstance(WindowCommand::Verb verb);

@@ -25,6 +25,36 @@ QString quotedExecArgument(const QString &path)
     return u'"' + out + u'"';
 }
 
+constexpr char kDesktopFileName[] = "org.orvella.Orvella.desktop";
+constexpr qint64 kMaxEntryBytes = 64 * 1024;
+
+// A key of a desktop entry's main group; absent when the file or the key is not there.
+// Entries are small: anything that is not a small regular file is not read.
+std::optional<QString> mainGroupValue(const QString &path, const QString &key)
+{
+    const QFileInfo info(path);
+    if (!info.isFile() || info.size() > kMaxEntryBytes)
+        return std::nullopt;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return std::nullopt;
+    bool inMainGroup = false;
+    while (!file.atEnd()) {
+        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+        if (line.startsWith(u'['))
+            inMainGroup = line == QLatin1String("[Desktop Entry]");
+        else if (inMainGroup && line.section(u'=', 0, 0).trimmed() == key)
+            return line.section(u'=', 1).trimmed();
+    }
+    return std::nullopt;
+}
+
+bool entryEnabled(const QString &path)
+{
+    return QFileInfo(path).isFile()
+           && mainGroupValue(path, QStringLiteral("Hidden")) != QLatin1String("true");
+}
+
 } // namespace
 
 AutostartEntry::AutostartEntry(QString filePath)
@@ -36,27 +66,26 @@ QString AutostartEntry::defaultFilePath()
     QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
     if (base.isEmpty() || !QDir::isAbsolutePath(base))
         base = QDir::homePath() + QStringLiteral("/.config");
-    return base + QStringLiteral("/autostart/com.orvella.Orvella.desktop");
+    return base + QStringLiteral("/autostart/") + QLatin1String(kDesktopFileName);
+}
+
+QString AutostartEntry::legacyFilePath() const
+{
+    return QFileInfo(m_filePath).absolutePath() + QStringLiteral("/com.orvella.Orvella.desktop");
 }
 
 bool AutostartEntry::isEnabled() const
 {
-    QFile file(m_filePath);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
-        return false;
-    bool inMainGroup = false;
-    while (!file.atEnd()) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        if (line.startsWith(u'['))
-            inMainGroup = line == QLatin1String("[Desktop Entry]");
-        else if (inMainGroup && line.section(u'=', 0, 0).trimmed() == QLatin1String("Hidden"))
-            return line.section(u'=', 1).trimmed() != QLatin1String("true");
-    }
-    return true;
+    if (QFileInfo::exists(m_filePath))
+        return entryEnabled(m_filePath);
+    return entryEnabled(legacyFilePath());
 }
 
-bool AutostartEntry::setEnabled(bool enabled, const QString &executable)
+bool AutostartEntry::setEnabled(bool enabled, const QString &command)
 {
+    const QString legacy = legacyFilePath();
+    if (legacy != m_filePath && QFile::exists(legacy) && !QFile::remove(legacy))
+        qCWarning(lcPlatform).noquote() << "[OV] autostart: cannot remove the earlier entry" << legacy;
     if (!enabled) {
         if (!QFile::exists(m_filePath) || QFile::remove(m_filePath))
             return true;
@@ -75,10 +104,11 @@ bool AutostartEntry::setEnabled(bool enabled, const QString &executable)
                                          "Name=Orvella\n"
                                          "Comment=Window organiser sidebar\n"
                                          "Exec=%1\n"
-                                         "Icon=com.orvella.Orvella\n"
+                                         "Icon=org.orvella.Orvella\n"
                                          "Terminal=false\n"
+                                         "StartupNotify=false\n"
                                          "X-GNOME-Autostart-enabled=true\n")
-                              .arg(quotedExecArgument(executable));
+                              .arg(command);
     file.write(entry.toUtf8());
     if (!file.commit()) {
         qCWarning(lcPlatform).noquote()
@@ -86,6 +116,38 @@ bool AutostartEntry::setEnabled(bool enabled, const QString &executable)
         return false;
     }
     return true;
+}
+
+std::optional<QString> AutostartEntry::installedDesktopEntry()
+{
+    QString home = qEnvironmentVariable("XDG_DATA_HOME");
+    if (home.isEmpty() || !QDir::isAbsolutePath(home))
+        home = QDir::homePath() + QStringLiteral("/.local/share");
+    QString dirs = qEnvironmentVariable("XDG_DATA_DIRS");
+    if (dirs.isEmpty())
+        dirs = QStringLiteral("/usr/local/share:/usr/share");
+    for (const QString &dir : QStringList{home} + dirs.split(u':', Qt::SkipEmptyParts)) {
+        if (!QDir::isAbsolutePath(dir))
+            continue;
+        const QString path = dir + QStringLiteral("/applications/") + QLatin1String(kDesktopFileName);
+        if (QFileInfo(path).isFile())
+            return path;
+    }
+    return std::nullopt;
+}
+
+QString AutostartEntry::loginCommand()
+{
+    if (!qEnvironmentVariableIsEmpty("APPIMAGE"))
+        return quotedExecArgument(currentExecutable());
+    if (const auto installed = installedDesktopEntry()) {
+        const auto exec = mainGroupValue(*installed, QStringLiteral("Exec"));
+        if (exec && !exec->isEmpty())
+            return *exec;
+        qCWarning(lcPlatform).noquote()
+            << "[OV] autostart:" << *installed << "has no Exec line; the login starts this program instead";
+    }
+    return quotedExecArgument(currentExecutable());
 }
 
 QString AutostartEntry::currentExecutable()

@@ -5,6 +5,7 @@
 #include "settings/colorcodec.h"
 #include "settings/localizationmanager.h"
 
+#include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QJsonArray>
@@ -47,6 +48,9 @@ void TestAppSettings::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     qputenv("XDG_CONFIG_HOME", m_dir.path().toUtf8());
+    // An Orvella installed on this machine must not decide what the entries start.
+    qputenv("XDG_DATA_HOME", m_dir.filePath(QStringLiteral("data-home")).toUtf8());
+    qputenv("XDG_DATA_DIRS", m_dir.filePath(QStringLiteral("data-dirs")).toUtf8());
     qunsetenv("LANGUAGE");
     qunsetenv("LC_ALL");
     qunsetenv("LC_MESSAGES");
@@ -56,7 +60,7 @@ void TestAppSettings::initTestCase()
 void TestAppSettings::init()
 {
     m_path = m_dir.filePath(QStringLiteral("prefs-%1.json").arg(++m_n));
-    QFile::remove(m_dir.filePath(QStringLiteral("autostart/com.orvella.Orvella.desktop")));
+    QFile::remove(m_dir.filePath(QStringLiteral("autostart/org.orvella.Orvella.desktop")));
 }
 
 std::unique_ptr<PreferencesStore> TestAppSettings::storeWith(const QJsonObject &values)
@@ -255,7 +259,7 @@ void TestAppSettings::appearanceModeForcesAndReleasesThePalette()
 
 void TestAppSettings::launchAtLoginIsAnAutostartEntry()
 {
-    const QString entry = m_dir.filePath(QStringLiteral("autostart/com.orvella.Orvella.desktop"));
+    const QString entry = m_dir.filePath(QStringLiteral("autostart/org.orvella.Orvella.desktop"));
     auto store = storeWith({});
     {
         AppSettings s(*store);
@@ -278,6 +282,28 @@ void TestAppSettings::launchAtLoginIsAnAutostartEntry()
     AppSettings s(*store);
     s.setLaunchAtLogin(false);
     QVERIFY(!QFile::exists(entry));
+
+    // Installed, a login starts what the menu's entry starts; an earlier build's entry, under
+    // the old name, counts until the next change and then goes, so no login starts Orvella twice.
+    const QString legacy = m_dir.filePath(QStringLiteral("autostart/com.orvella.Orvella.desktop"));
+    QFile old(legacy);
+    QVERIFY(old.open(QIODevice::WriteOnly));
+    old.write("[Desktop Entry]\nExec=/old/orvella\n");
+    old.close();
+    QVERIFY(AppSettings(*store).launchAtLogin());
+    QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("data-dirs/applications"))));
+    QFile installed(m_dir.filePath(QStringLiteral("data-dirs/applications/org.orvella.Orvella.desktop")));
+    QVERIFY(installed.open(QIODevice::WriteOnly));
+    installed.write(
+        "[Desktop Entry]\nName=Orvella\nExec=/opt/orvella/bin/orvella\n[Desktop Action x]\nExec=no\n");
+    installed.close();
+    AppSettings again(*store);
+    again.setLaunchAtLogin(true);
+    QVERIFY(!QFile::exists(legacy));
+    QFile written(entry);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    QVERIFY(written.readAll().contains("\nExec=/opt/orvella/bin/orvella\n"));
+    installed.remove();
 }
 
 void TestAppSettings::resetRestoresDefaultsButNotTheLoginItem()

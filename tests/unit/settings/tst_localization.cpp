@@ -83,7 +83,8 @@ void TestLocalization::englishTableHoldsEveryKeyInOrder()
     QCOMPARE(QSet<QString>(keys.begin(), keys.end()).size(), keys.size()); // no key twice
     // The rest are the Linux build's own keys: stand-ins for texts that send the user to
     // another platform's settings, a name for applications that have none, and the tray
-    // menu's and the session window's texts, and the update check's outcomes.
+    // menu's and the session window's texts, the update check's outcomes, and the desktop
+    // entry's texts.
     const QStringList linuxKeys{"banner.x11Required",
                                 "banner.x11Required.subtitle",
                                 "banner.x11Required.title",
@@ -105,7 +106,10 @@ void TestLocalization::englishTableHoldsEveryKeyInOrder()
                                 "general.close",
                                 "permission.x11.waylandOnly",
                                 "update.upToDate",
-                                "update.checkFailed"};
+                                "update.checkFailed",
+                                "desktop.genericName",
+                                "desktop.comment",
+                                "desktop.keywords"};
     QCOMPARE(keys.mid(360), linuxKeys);
     QCOMPARE(LocalizationManager::allTranslations(AppLanguage::en).size(), keys.size());
 }

@@ -1,5 +1,6 @@
 // The command line: what each argument list asks for.
 #include "shell/commandline.h"
+#include "shell/commandverbs.h"
 
 #include <QTest>
 
@@ -47,6 +48,7 @@ class TestCommandLine : public QObject
 private slots:
     void parse_data();
     void parse();
+    void everyTabledFormParses();
 };
 
 void TestCommandLine::parse_data()
@@ -121,6 +123,38 @@ void TestCommandLine::parse()
         QCOMPARE(summary(request), expected);
     // Refused lists say why; accepted ones carry no error.
     QCOMPARE(request.error.isEmpty(), request.action != Action::Invalid);
+}
+
+// The help, the completions and the manual page are written from the verb table: each verb
+// with its operands and every option it lists must be what the parser takes.
+void TestCommandLine::everyTabledFormParses()
+{
+    const auto sample = [](OperandKind kind) {
+        const QStringList choices = commandVerbs::choices(kind);
+        if (!choices.isEmpty())
+            return choices.last();
+        return kind == OperandKind::Number ? QStringLiteral("1") : QStringLiteral("x::wn:1");
+    };
+    for (const CommandVerb &verb : commandVerbs::all()) {
+        QStringList arguments{verb.name};
+        arguments.removeAll(QString());
+        for (const CommandOperand &operand : verb.operands)
+            arguments << sample(operand.kind);
+        for (const CommandOption &option : verb.options) {
+            arguments << option.name;
+            if (!option.placeholder.isEmpty())
+                arguments << sample(option.kind);
+        }
+        const CommandLineRequest request = parseCommandLine(arguments);
+        const char *kinds[] = {"run", "help", "list", "watch", "sysmon", "window"};
+        const Action expected[] = {Action::Run,   Action::Help,   Action::List,
+                                   Action::Watch, Action::Sysmon, Action::Window};
+        QVERIFY2(request.action == expected[int(verb.kind)],
+                 qPrintable(arguments.join(u' ') + QStringLiteral(" is not ")
+                            + QLatin1String(kinds[int(verb.kind)]) + QStringLiteral(": ") + request.error));
+        if (verb.kind == CommandVerb::Kind::Window)
+            QCOMPARE(commandVerbs::forWindowVerb(request.window.verb).name, verb.name);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestCommandLine)
