@@ -106,7 +106,12 @@ ServerWindow serverWindow(const ClientFacts &c, std::optional<std::uint32_t> cur
 
 AppWindow appWindow(const ClientFacts &c, int clientIndex)
 {
-    return {c.title.value_or(QString()), QRectF(c.frame), isMinimized(c), qint64(c.window), clientIndex};
+    return {c.title.value_or(QString()),
+            QRectF(c.frame),
+            isMinimized(c),
+            qint64(c.window),
+            clientIndex,
+            c.startupID};
 }
 
 // Topmost first; windows the stacking list does not know keep their client-list order.
@@ -297,6 +302,11 @@ DesktopSnapshot X11Desktop::readSnapshot()
 qint32 X11Desktop::ownPid() const
 {
     return d->ownPid;
+}
+
+LaunchWatch X11Desktop::watchForLaunch()
+{
+    return d->reader->watchLaunch();
 }
 
 } // namespace orvella::platform::x11
