@@ -67,11 +67,22 @@ QSet<qint64> windowsOf(const platform::DesktopSnapshot &snapshot, const QString 
     return out;
 }
 
-// The topmost window of the application that is not in `known`; one of the process that
-// was started wins, as another process of the application may open a window meanwhile.
+// The window a launch brought: one carrying its startup id, whichever process maps it (a
+// launcher script that forks, a single-instance server); else the topmost window of the
+// application that is not in `known`, one of the process that was started first, as
+// another process of the application may open a window meanwhile.
 std::optional<qint64> newWindow(const platform::DesktopSnapshot &snapshot, const QString &bundleID,
-                                qint32 pid, const QSet<qint64> &known)
+                                const platform::LaunchedProcess &started, const QSet<qint64> &known)
 {
+    if (started.startupID) {
+        for (const auto &windows : snapshot.windowsByPid) {
+            for (const platform::AppWindow &w : windows.value_or(QList<platform::AppWindow>())) {
+                if (w.startupID == started.startupID && w.windowNumber && !known.contains(*w.windowNumber))
+                    return w.windowNumber;
+            }
+        }
+    }
+    const qint32 pid = started.pid;
     std::optional<qint64> found;
     for (const platform::RunningApp &app : snapshot.apps) {
         const bool started = pid && app.pid == pid;
@@ -169,7 +180,8 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
         std::optional<QString> action;
         platform::LaunchOutcome launch = platform::LaunchOutcome::Launched;
         QString error;
-        qint32 startedPid = 0;
+        platform::LaunchedProcess started;
+        platform::LaunchWatch watch;
     };
     auto outcome = std::make_shared<Outcome>();
     runInBackground(
@@ -195,9 +207,12 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
                             QString::number(outcome->before.windowCount), how);
             qCInfo(lcActions).noquote()
                 << QStringLiteral("[OV] openNewWindow for %1 — will send %2").arg(bundleID, how);
+            // Watched from before the launch, so that no window of it appears unread.
+            if (outcome->action || !outcome->before.topmost)
+                outcome->watch = desktop->watchForLaunch();
             if (outcome->action) {
                 outcome->launch =
-                    control->launch(bundleID, *outcome->action, &outcome->error, &outcome->startedPid);
+                    control->launch(bundleID, *outcome->action, &outcome->error, &outcome->started);
             } else if (outcome->before.topmost) {
                 // A running application is only activated: launching it again would start
                 // a second instance of anything that is not single-instance.
@@ -207,7 +222,7 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
                 if (outcome->launch == platform::LaunchOutcome::Failed)
                     outcome->error = QStringLiteral("the window manager did not activate its window");
             } else {
-                outcome->launch = control->launch(bundleID, QString(), &outcome->error, &outcome->startedPid);
+                outcome->launch = control->launch(bundleID, QString(), &outcome->error, &outcome->started);
             }
         },
         [this, bundleID, outcome, completion] {
@@ -222,23 +237,25 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
                 qCWarning(lcActions).noquote() << "openNewWindow FAILED: NSWorkspace error=" + outcome->error;
             } else if (outcome->action || coldStart) {
                 const QPointer<NewWindowOpener> self(this);
-                const qint32 pid = outcome->startedPid;
+                const qint32 pid = outcome->started.pid;
                 const auto done = [self, bundleID, completion] {
                     if (self)
                         self->m_starting.remove(bundleID);
                     if (completion)
                         completion();
                 };
-                awaitNewWindow(bundleID, pid, outcome->windowsBefore, kNewWindowAttempts,
-                               [self, bundleID, pid, coldStart, done] {
-                                   // Started cold, it is asked for the new window once its first
-                                   // one is up, as a running application is; until then a second
-                                   // request asks for nothing.
-                                   if (self && coldStart)
-                                       self->afterLaunch(bundleID, pid, 1, done);
-                                   else
-                                       done();
-                               });
+                auto launch = std::make_shared<PendingLaunch>(
+                    PendingLaunch{bundleID, outcome->started, outcome->windowsBefore, outcome->watch});
+                outcome->watch.reset();
+                awaitNewWindow(std::move(launch), kNewWindowAttempts, [self, bundleID, pid, coldStart, done] {
+                    // Started cold, it is asked for the new window once its first
+                    // one is up, as a running application is; until then a second
+                    // request asks for nothing.
+                    if (self && coldStart)
+                        self->afterLaunch(bundleID, pid, 1, done);
+                    else
+                        done();
+                });
                 return;
             } else {
                 const int countBefore = outcome->before.windowCount;
@@ -253,8 +270,8 @@ void NewWindowOpener::openNewWindow(const QString &bundleID, Completion completi
         });
 }
 
-void NewWindowOpener::awaitNewWindow(const QString &bundleID, qint32 pid, QSet<qint64> known,
-                                     int attemptsLeft, Completion completion)
+void NewWindowOpener::awaitNewWindow(std::shared_ptr<const PendingLaunch> launch, int attemptsLeft,
+                                     Completion completion)
 {
     const auto desktop = m_context.desktop;
     const auto control = m_context.control;
@@ -262,26 +279,27 @@ void NewWindowOpener::awaitNewWindow(const QString &bundleID, qint32 pid, QSet<q
     auto found = std::make_shared<bool>(false);
     runInBackground(
         m_context, this,
-        [desktop, control, bundleID, pid, known, screen, found] {
-            const std::optional<qint64> window = newWindow(desktop->readSnapshot(), bundleID, pid, known);
+        [desktop, control, launch, screen, found] {
+            const std::optional<qint64> window =
+                newWindow(desktop->readSnapshot(), launch->bundleID, launch->started, launch->known);
             *found = window.has_value();
             if (window && screen)
                 moveOntoScreen(*control, *window, *screen);
         },
-        [this, bundleID, pid, known, attemptsLeft, completion, found] {
+        [this, launch, attemptsLeft, completion, found] {
             if (*found || attemptsLeft <= 1) {
                 if (!*found)
                     qCWarning(lcActions).noquote()
                         << QStringLiteral("[OV] openNewWindow: no new window of %1 within %2 s")
-                               .arg(bundleID, QString::number(kNewWindowAttempts * kNewWindowPollMs / 1000));
+                               .arg(launch->bundleID,
+                                    QString::number(kNewWindowAttempts * kNewWindowPollMs / 1000));
                 if (completion)
                     completion();
                 return;
             }
-            settleThen(m_context, this, kNewWindowPollMs,
-                       [this, bundleID, pid, known, attemptsLeft, completion] {
-                           awaitNewWindow(bundleID, pid, known, attemptsLeft - 1, completion);
-                       });
+            settleThen(m_context, this, kNewWindowPollMs, [this, launch, attemptsLeft, completion] {
+                awaitNewWindow(launch, attemptsLeft - 1, completion);
+            });
         });
 }
 

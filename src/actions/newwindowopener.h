@@ -2,6 +2,7 @@
 #pragma once
 
 #include "actions/actioncontext.h"
+#include "platform/desktop.h"
 #include "platform/windowcontrol.h"
 #include "tracking/windowitem.h"
 
@@ -9,6 +10,7 @@
 
 #include <QSet>
 
+#include <memory>
 #include <optional>
 
 namespace orvella::actions {
@@ -20,7 +22,9 @@ namespace orvella::actions {
  * is typed into it, which an application that ignores it answers with no window. An
  * application that is not running is started, and its first window, once it maps, is
  * the new one: no shortcut goes to a window that is still coming, and a second request
- * while it starts asks for nothing. Every failure is logged and ends the operation quietly.
+ * while it starts asks for nothing. A launched window is known by the startup id the
+ * launch handed over, also when another process maps it, else by its application or
+ * process; it is awaited for 20 s. Every failure is logged and ends the operation quietly.
  */
 class NewWindowOpener : public QObject
 {
@@ -41,10 +45,19 @@ private:
     void afterLaunch(const QString &bundleID, qint32 pid, int countBefore, Completion completion);
     void sendNewWindowShortcut(const QString &bundleID, Completion then);
     void moveNewestWindow(const QString &bundleID, qint32 pid, int countBefore, Completion completion);
-    /// Waits, polling, for a window of `bundleID` (or of the process `pid`) that is not
-    /// among `known`, then moves it; gives up after `attemptsLeft` more looks.
-    void awaitNewWindow(const QString &bundleID, qint32 pid, QSet<qint64> known, int attemptsLeft,
-                        Completion completion);
+    /// A launch waiting for its window; the watch is held until the wait ends.
+    struct PendingLaunch
+    {
+        QString bundleID;
+        platform::LaunchedProcess started;
+        /// The application's windows before the launch.
+        QSet<qint64> known;
+        platform::LaunchWatch watch;
+    };
+    /// Waits, polling, for the window of `launch` (by its startup id, else a window of
+    /// the application or of the process started that is not among the known ones), then
+    /// moves it; gives up after `attemptsLeft` more looks.
+    void awaitNewWindow(std::shared_ptr<const PendingLaunch> launch, int attemptsLeft, Completion completion);
 
     ActionContext m_context;
     std::optional<platform::ScreenInfo> m_sidebarScreen;

@@ -7,6 +7,7 @@
 #include <QRectF>
 #include <QString>
 
+#include <memory>
 #include <optional>
 
 namespace orvella::platform {
@@ -44,6 +45,10 @@ struct AppWindow
     /// place in this list stands in.
     int clientIndex = -1;
     bool fullscreen = false; ///< covers its monitor, without decorations
+    /// The startup-notification id of the launch that opened it (`_NET_STARTUP_ID`, on
+    /// the window or its group leader); read only for windows that appear while a
+    /// launch is watched (Desktop::watchForLaunch()), absent otherwise.
+    std::optional<QString> startupID = std::nullopt;
 };
 
 /// One entry of the window-server list.
@@ -73,6 +78,9 @@ struct DesktopSnapshot
     std::optional<QString> focusedTitle;
 };
 
+/// Held while a launch waits for its first window; letting go of the last one ends the watch.
+using LaunchWatch = std::shared_ptr<void>;
+
 /**
  * The windowing system as the core sees it. Implementations: the X11 desktop and
  * the simulated desktop used by tests. readSnapshot() runs on a refresh worker and
@@ -90,6 +98,10 @@ public:
     virtual DesktopSnapshot readSnapshot() = 0;
     /// Orvella's own process id; its windows are never listed.
     virtual qint32 ownPid() const = 0;
+    /// Starts watching for the windows of a launch: while any watch is held, windows
+    /// that appear are read for their AppWindow::startupID. Taken before the launch,
+    /// so that no window of it can appear unwatched.
+    virtual LaunchWatch watchForLaunch() = 0;
 };
 
 } // namespace orvella::platform

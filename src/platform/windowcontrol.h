@@ -33,6 +33,17 @@ struct KeyShortcut
 /// How asking for an application by its desktop-file id went.
 enum class LaunchOutcome { Launched, NotFound, Failed };
 
+/// What a launch started, for finding the window it brings.
+struct LaunchedProcess
+{
+    /// The process that was started; 0 when none is known, as with D-Bus activation.
+    qint32 pid = 0;
+    /// The startup-notification id the application was handed (its windows carry it as
+    /// `_NET_STARTUP_ID`, whichever process maps them); absent when its entry does not
+    /// take one.
+    std::optional<QString> startupID;
+};
+
 /**
  * Moves, raises, minimises, focuses and closes other applications' windows, sends
  * them keys and launches applications. Windows are named by window number (the
@@ -55,12 +66,15 @@ public:
     virtual bool setSize(qint64 window, const QSizeF &size) = 0;
     /// Moves the outer frame's top-left corner.
     virtual bool setPosition(qint64 window, const QPointF &topLeft) = 0;
+    /// Minimises, or un-minimises and activates, the window; un-minimising switches to
+    /// its desktop first, as activate() does.
     virtual bool setMinimized(qint64 window, bool minimized) = 0;
     /// Takes the window out of the maximised and full-screen states, in which window
     /// managers ignore moves, and waits (bounded) until it has left them. True when it
     /// is in neither state afterwards, at once when it was in neither.
     virtual bool unmaximize(qint64 window) = 0;
-    /// Puts the window above its siblings without giving it the focus.
+    /// Puts the window above its siblings without giving it the focus where the window
+    /// manager can; one that cannot restack activates it instead, on its desktop.
     virtual bool raise(qint64 window) = 0;
     /// Makes the window the active one (de-iconifying it), first switching to its
     /// desktop when it is on another one; false when the window manager refuses.
@@ -79,10 +93,10 @@ public:
     virtual std::optional<QString> newWindowAction(const QString &bundleID) = 0;
     /// Starts (or, for a running single-instance application, activates) the
     /// application of a desktop entry, or runs one of the entry's actions when `action`
-    /// is not empty. `error` says why on Failed; `pid`, when given, receives the process
-    /// that was started (0 when none is known, as with D-Bus activation).
+    /// is not empty. `error` says why on Failed; `started`, when given, receives what
+    /// was started.
     virtual LaunchOutcome launch(const QString &bundleID, const QString &action, QString *error,
-                                 qint32 *pid) = 0;
+                                 LaunchedProcess *started) = 0;
 };
 
 } // namespace orvella::platform

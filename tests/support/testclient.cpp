@@ -27,12 +27,15 @@ constexpr size_t kSliceBytes = 128 * 1024;
 
 const char kUsage[] =
     "usage: orvella-testclient [--class NAME] [--pid N] [--gtk-app-id ID] [--stay]\n"
-    "         [--delay-ms N] [--desktop N] [--report-keys]\n"
+    "         [--delay-ms N] [--desktop N] [--report-keys] [--fork] [--startup-on-leader]\n"
     "         [--title T [--size WxH] [--min-size WxH] [--iconic] [--no-title] [--no-input]\n"
     "          [--icon SIDE]...]...\n"
     "stdin: title INDEX TEXT | iconify INDEX | destroy INDEX | churn COUNT | quit\n"
     "stdout: \"ready 0xID TITLE\" per window once managed, \"closed 0xID\" when asked to close one;\n"
-    "Ctrl+N in a window opens another like the first; --report-keys prints \"key 0xID\" per key press\n";
+    "Ctrl+N in a window opens another like the first; --report-keys prints \"key 0xID\" per key press\n"
+    "--fork: a child process with its own pid maps the windows, the started one exits at once\n"
+    "$DESKTOP_STARTUP_ID becomes each window's _NET_STARTUP_ID, or with --startup-on-leader\n"
+    "that of a group leader the windows name\n";
 
 struct WindowSpec
 {
@@ -54,7 +57,7 @@ struct Options
 {
     std::vector<WindowSpec> windows;
     std::string windowClass = "orvella-testclient";
-    uint32_t pid = uint32_t(::getpid());
+    std::optional<uint32_t> pid; ///< `_NET_WM_PID`; absent: the process's own
     std::string gtkAppId;
     /// Keep running when stdin closes (a background demo); windows and signals end it.
     bool stay = false;
@@ -63,12 +66,16 @@ struct Options
     /// The desktop (0-based) the windows ask for; absent: the window manager decides.
     std::optional<uint32_t> desktop;
     bool reportKeys = false;
+    /// Like a launcher script or a single-instance client: another process maps the windows.
+    bool fork = false;
+    /// The startup id goes on the group leader (as GTK puts it) rather than on each window.
+    bool startupOnLeader = false;
 };
 
 struct Atoms
 {
     xcb_atom_t netWmName, utf8String, netWmPid, netClientList, netWmIcon, gtkApplicationId, wmProtocols,
-        wmDeleteWindow, wmChangeState, wmState, netWmDesktop;
+        wmDeleteWindow, wmChangeState, wmState, netWmDesktop, netStartupId;
 };
 
 struct Window
@@ -86,6 +93,8 @@ struct Client
     std::vector<Window> windows; // creation order; the index is what commands name
     std::vector<xcb_keycode_t> keycodesN;
     int shortcutWindows = 0;
+    std::string startupID;        ///< from DESKTOP_STARTUP_ID; empty when launched without one
+    xcb_window_t groupLeader = 0; ///< with --startup-on-leader
 };
 
 [[noreturn]] void die(const char *message)
@@ -121,6 +130,10 @@ bool parse(int argc, char **argv, Options *o)
             o->stay = true;
         else if (arg == "--report-keys")
             o->reportKeys = true;
+        else if (arg == "--fork")
+            o->fork = true;
+        else if (arg == "--startup-on-leader")
+            o->startupOnLeader = true;
         else if (arg == "--delay-ms" && value)
             o->delayMs = unsigned(std::strtoul(value, nullptr, 10));
         else if (arg == "--desktop" && value)
@@ -142,7 +155,7 @@ bool parse(int argc, char **argv, Options *o)
         else
             return false;
         i += arg != "--iconic" && arg != "--no-title" && arg != "--no-input" && arg != "--stay"
-                     && arg != "--report-keys"
+                     && arg != "--report-keys" && arg != "--fork" && arg != "--startup-on-leader"
                  ? 1
                  : 0;
     }
@@ -164,7 +177,7 @@ Atoms internAtoms(xcb_connection_t *c)
         {"_NET_WM_ICON", &Atoms::netWmIcon},        {"_GTK_APPLICATION_ID", &Atoms::gtkApplicationId},
         {"WM_PROTOCOLS", &Atoms::wmProtocols},      {"WM_DELETE_WINDOW", &Atoms::wmDeleteWindow},
         {"WM_CHANGE_STATE", &Atoms::wmChangeState}, {"WM_STATE", &Atoms::wmState},
-        {"_NET_WM_DESKTOP", &Atoms::netWmDesktop},
+        {"_NET_WM_DESKTOP", &Atoms::netWmDesktop},  {"_NET_STARTUP_ID", &Atoms::netStartupId},
     };
     xcb_intern_atom_cookie_t cookies[std::size(names)];
     for (size_t i = 0; i < std::size(names); ++i)
@@ -255,13 +268,24 @@ xcb_window_t createWindow(Client &cl, const WindowSpec &spec)
         setTitle(cl, w, spec.title);
     const std::string wmClass = cl.options.windowClass;
     setText(c, w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, wmClass + '\0' + wmClass + '\0');
-    setProperty(c, w, cl.atoms.netWmPid, XCB_ATOM_CARDINAL, 32, &cl.options.pid, 4);
+    const uint32_t pid = cl.options.pid.value_or(uint32_t(::getpid()));
+    setProperty(c, w, cl.atoms.netWmPid, XCB_ATOM_CARDINAL, 32, &pid, 4);
+    if (!cl.startupID.empty() && !cl.groupLeader)
+        setText(c, w, cl.atoms.netStartupId, cl.atoms.utf8String, cl.startupID);
     if (!cl.options.gtkAppId.empty())
         setText(c, w, cl.atoms.gtkApplicationId, cl.atoms.utf8String, cl.options.gtkAppId);
     setProperty(c, w, cl.atoms.wmProtocols, XCB_ATOM_ATOM, 32, &cl.atoms.wmDeleteWindow, 4);
-    // WM_HINTS: flags (InputHint, StateHint when iconic), input, initial_state, then unused.
-    const uint32_t hints[9] = {spec.iconic ? 3u : 1u, spec.takesInput ? 1u : 0u,
-                               spec.iconic ? kIconicState : 1u};
+    // WM_HINTS: flags (InputHint, StateHint when iconic, WindowGroupHint with a leader),
+    // input, initial_state, four unused, window_group.
+    const uint32_t hints[9] = {(spec.iconic ? 3u : 1u) | (cl.groupLeader ? 64u : 0u),
+                               spec.takesInput ? 1u : 0u,
+                               spec.iconic ? kIconicState : 1u,
+                               0,
+                               0,
+                               0,
+                               0,
+                               0,
+                               cl.groupLeader};
     setProperty(c, w, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 32, hints, sizeof hints);
     // WM_NORMAL_HINTS: flags (PSize, PMinSize when asked), x, y, width, height, minimum size...
     const uint32_t sizeHints[18] = {
@@ -466,8 +490,17 @@ int main(int argc, char **argv)
         std::fputs(kUsage, stderr);
         return 2;
     }
+    if (cl.options.fork) {
+        const pid_t child = ::fork();
+        if (child < 0)
+            die("cannot fork");
+        if (child > 0)
+            return 0;
+    }
     if (cl.options.delayMs > 0)
         std::this_thread::sleep_for(std::chrono::milliseconds(cl.options.delayMs));
+    if (const char *id = std::getenv("DESKTOP_STARTUP_ID"))
+        cl.startupID = id;
     // A private Xvfb has one screen.
     cl.c = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(cl.c))
@@ -476,6 +509,13 @@ int main(int argc, char **argv)
     cl.atoms = internAtoms(cl.c);
     cl.keycodesN = keycodesForN(cl.c);
 
+    if (!cl.startupID.empty() && cl.options.startupOnLeader) {
+        // An unmapped window that only leads the group, as toolkits make one.
+        cl.groupLeader = xcb_generate_id(cl.c);
+        xcb_create_window(cl.c, XCB_COPY_FROM_PARENT, cl.groupLeader, cl.screen->root, -1, -1, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+        setText(cl.c, cl.groupLeader, cl.atoms.netStartupId, cl.atoms.utf8String, cl.startupID);
+    }
     const uint32_t propertyChanges = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(cl.c, cl.screen->root, XCB_CW_EVENT_MASK, &propertyChanges);
     std::vector<xcb_window_t> initial;

@@ -2,9 +2,10 @@
 // (also with a window that will not shrink, and with maximised and full-screen windows), a
 // window is tiled on its own monitor when no sidebar decides, show desktop brings back what
 // it minimised, a raised shelf and a closed window reach the client, focus follows a window
-// to its desktop, and a new window asked of a desktop entry's application appears and is
-// moved to the sidebar's screen: from a slow cold start, from the entry's own new-window
-// action, or from keys that reach no other application. Which windows an action picks is
+// to its desktop, as restore-and-raise does, and a new window asked of a desktop entry's
+// application appears and is moved to the sidebar's screen: from a slow cold start, from
+// a process forked by the one started (found by its startup id), from the entry's own
+// new-window action, or from keys that reach no other application. Which windows an action picks is
 // the simulated desktop's test.
 #include "actions/actionrunner.h"
 #include "actions/newwindowopener.h"
@@ -39,6 +40,10 @@ constexpr int kTimeoutMs = 15000;
 constexpr double kTolerance = 4.0;
 const QString kNewWindowApp = QStringLiteral("orvella-newwin");
 const QString kActionApp = QStringLiteral("orvella-newwin-action");
+// Started, it forks; the child maps a window whose class names no desktop entry.
+const QString kForkingApp = QStringLiteral("orvella-forking");
+const QString kForkingLeaderApp = QStringLiteral("orvella-forking-leader");
+const QString kForkedClass = QStringLiteral("orvella-forked-child");
 // The slow application maps its first window this long after it starts.
 constexpr int kSlowStartMs = 2000;
 
@@ -136,7 +141,10 @@ private slots:
     void raisedShelfEndsWithItsFirstWindowInFront();
     void closeAsksTheClient();
     void focusSwitchesToTheWindowsDesktop();
+    void restoreAndRaiseSwitchesToTheShelfsDesktop();
     void slowColdStartIsAskedOnceForItsNewWindow();
+    void forkedWindowIsFoundByItsStartupID_data();
+    void forkedWindowIsFoundByItsStartupID();
     void newWindowActionIsUsedInsteadOfKeys();
     void keysReachOnlyTheTargetOnAnotherDesktop();
     void noKeysWhenTheTargetNeverGetsTheFocus();
@@ -186,6 +194,12 @@ void TestActionsX11::initTestCase()
                                           "Exec=%1 --class %2 --stay --title Private\n\n"
                                           "[Desktop Action new-window]\nName=New Window\n"
                                           "Exec=%1 --class %2 --stay --title Spawned\n"));
+    for (const auto &[id, option] : {std::pair(kForkingApp, QString()),
+                                     std::pair(kForkingLeaderApp, QStringLiteral(" --startup-on-leader"))}) {
+        writeEntry(id, QStringLiteral("[Desktop Entry]\nType=Application\nName=%2\nStartupNotify=true\n"
+                                      "Exec=%1 --fork --class ")
+                           + kForkedClass + QStringLiteral(" --stay --title Forked") + option + u'\n');
+    }
     qputenv("XDG_DATA_DIRS", (m_dir.path() + QStringLiteral(":/usr/share")).toUtf8());
     qputenv("XDG_DATA_HOME", m_dir.filePath(QStringLiteral("home")).toUtf8());
 
@@ -210,7 +224,7 @@ void TestActionsX11::cleanup()
     }
     // Applications started from the desktop entries are detached: end them by their pid.
     for (const platform::RunningApp &app : m_desktop->readSnapshot().apps) {
-        if (app.bundleID == kNewWindowApp || app.bundleID == kActionApp)
+        if (app.bundleID == kNewWindowApp || app.bundleID == kActionApp || app.name == kForkedClass)
             ::kill(app.pid, SIGTERM);
     }
     QTRY_VERIFY_WITH_TIMEOUT(m_desktop->readSnapshot().apps.isEmpty(), kTimeoutMs);
@@ -512,6 +526,25 @@ void TestActionsX11::focusSwitchesToTheWindowsDesktop()
     QCOMPARE(m_desktop->readSnapshot().focusedTitle, std::optional(QStringLiteral("away")));
 }
 
+// Minimised windows of a shelf on the second desktop. The window manager refuses to
+// un-minimise a window of another desktop, so each one is brought there, not only the one
+// that is activated last for its application.
+void TestActionsX11::restoreAndRaiseSwitchesToTheShelfsDesktop()
+{
+    const QStringList titles{"far 1", "far 2", "far 3"};
+    startClient({{titles[0], {QStringLiteral("--iconic"), QStringLiteral("--desktop"), "1"}},
+                 {titles[1], {QStringLiteral("--iconic")}},
+                 {titles[2], {QStringLiteral("--iconic")}}});
+    const QString shelf = shelfOf(titles);
+    QCOMPARE(currentDesktop(), std::optional<quint32>(0));
+    QVERIFY(waitFor(
+        [&](Completion done) { QVERIFY(m_wm->restoreAndRaiseCategoryWindows(shelf, std::move(done))); }));
+    QCOMPARE(currentDesktop(), std::optional<quint32>(1));
+    for (const QString &title : titles)
+        QVERIFY2(!minimized(title), qPrintable(title));
+    QCOMPARE(m_desktop->readSnapshot().focusedTitle, std::optional(titles[0]));
+}
+
 void TestActionsX11::slowColdStartIsAskedOnceForItsNewWindow()
 {
     m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr);
@@ -531,6 +564,29 @@ void TestActionsX11::slowColdStartIsAskedOnceForItsNewWindow()
         const QRectF frame = element(title)->frame;
         QVERIFY2(screen.contains(frame.center()), qPrintable(title + u' ' + text(frame)));
     }
+}
+
+void TestActionsX11::forkedWindowIsFoundByItsStartupID_data()
+{
+    QTest::addColumn<QString>("app");
+    QTest::newRow("id on the window") << kForkingApp;
+    QTest::newRow("id on the group leader") << kForkingLeaderApp;
+}
+
+// Neither the started process nor the window's class leads to the window: only the startup
+// id does. Without it the opener would wait its full 20 s and move nothing.
+void TestActionsX11::forkedWindowIsFoundByItsStartupID()
+{
+    QFETCH(QString, app);
+    m_wm = std::make_unique<WindowManager>(m_desktop, nullptr, nullptr);
+    const QRectF screen = sidebarScreen(actions::ActionRunner::attach(*m_wm, m_control));
+    bool done = false;
+    QVERIFY(m_wm->openNewWindow(app, [&] { done = true; }));
+    QTRY_VERIFY_WITH_TIMEOUT(done, kTimeoutMs);
+    QVERIFY(m_wm->waitForRefresh(5000) && settled());
+    const auto window = element(QStringLiteral("Forked"));
+    QVERIFY(window);
+    QVERIFY2(screen.contains(window->frame.center()), qPrintable(text(window->frame)));
 }
 
 void TestActionsX11::newWindowActionIsUsedInsteadOfKeys()

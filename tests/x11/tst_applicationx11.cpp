@@ -168,7 +168,11 @@ void TestApplicationX11::oneInstanceAnswersOnTheBus()
 void TestApplicationX11::commandLineActsThroughTheInstance()
 {
     TestClient client(TestClient::titled({"kept", "hidden before"}), m_session.clientEnvironment());
-    QTRY_VERIFY_WITH_TIMEOUT(!windowTitled(QStringLiteral("hidden before")).isEmpty(), testsupport::kWaitMs);
+    TestClient mute({QStringLiteral("--title"), QStringLiteral("mute"), QStringLiteral("--no-input")},
+                    m_session.clientEnvironment());
+    QTRY_VERIFY_WITH_TIMEOUT(!windowTitled(QStringLiteral("hidden before")).isEmpty()
+                                 && !windowTitled(QStringLiteral("mute")).isEmpty(),
+                             testsupport::kWaitMs);
     const QString kept = windowTitled(QStringLiteral("kept")).value(QStringLiteral("id")).toString();
     const QString hidden =
         windowTitled(QStringLiteral("hidden before")).value(QStringLiteral("id")).toString();
@@ -189,12 +193,17 @@ void TestApplicationX11::commandLineActsThroughTheInstance()
     QCOMPARE(windowTitled(QStringLiteral("hidden before")).value(QStringLiteral("isMinimized")).toBool(),
              true);
 
+    // A window that takes no input is never given the focus: the instance's answer says so.
+    QByteArray err;
+    const QString muteID = windowTitled(QStringLiteral("mute")).value(QStringLiteral("id")).toString();
+    QCOMPARE(cli({QStringLiteral("focus"), muteID}, nullptr, &err), 1);
+    QVERIFY2(err.contains("orvella: the window manager did not focus"), err.constData());
+
     QByteArray shelf;
     QCOMPARE(cli({QStringLiteral("add-shelf"), QStringLiteral("Work")}, &shelf), 0);
     shelf = shelf.trimmed();
     QVERIFY(shelf.startsWith("shelf-"));
     QCOMPARE(cli({QStringLiteral("move-to-shelf"), kept, QString::fromUtf8(shelf)}), 0);
-    QByteArray err;
     QCOMPARE(cli({QStringLiteral("move-to-shelf"), kept, QStringLiteral("shelf-none")}, nullptr, &err), 2);
     QVERIFY2(err.startsWith("orvella: no shelf") && err.count('\n') == 1, err.constData());
 

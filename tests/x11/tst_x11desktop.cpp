@@ -1,5 +1,6 @@
 // The X11 desktop against a real server and window manager: what one snapshot reports about
-// the test client's applications, windows, frames and states. (Focus: tst_observationx11.)
+// the test client's applications, windows, frames and states, and when a window's startup id
+// is read. (Focus: tst_observationx11.)
 #include "desktoplookup.h"
 #include "platform/x11/x11desktop.h"
 #include "testclientprocess.h"
@@ -28,6 +29,7 @@ private slots:
     void minimized();
     void windowStates_data();
     void windowStates();
+    void startupIDOnlyForWindowsOfAWatchedLaunch();
 
 private:
     DesktopSnapshot snapshot() const { return m_desktop->readSnapshot(); }
@@ -196,6 +198,26 @@ void TestX11Desktop::windowStates()
     QCOMPARE(windowOf(s, xid).has_value(), listed);
     QVERIFY(serverWindowOf(s, xid));
     QCOMPARE(serverWindowOf(s, xid)->layer == 0, ordinaryLayer);
+}
+
+// Reading it costs requests: none without a watch, none for windows from before it.
+void TestX11Desktop::startupIDOnlyForWindowsOfAWatchedLaunch()
+{
+    const QString id = QStringLiteral("host+1-1-probe_TIME7");
+    const QStringList env = QProcess::systemEnvironment() << QStringLiteral("DESKTOP_STARTUP_ID=") + id;
+    TestClient before({"--title", "Before"}, env);
+    QVERIFY(windowTitled(snapshot(), QStringLiteral("Before")));
+    QCOMPARE(windowTitled(snapshot(), QStringLiteral("Before"))->startupID, std::nullopt);
+
+    LaunchWatch watch = m_desktop->watchForLaunch();
+    TestClient during({"--title", "During", "--startup-on-leader"}, env);
+    for (int read = 0; read < 2; ++read) { // the second read answers from what the first learned
+        const DesktopSnapshot s = snapshot();
+        QCOMPARE(windowTitled(s, QStringLiteral("During"))->startupID, std::optional(id));
+        QCOMPARE(windowTitled(s, QStringLiteral("Before"))->startupID, std::nullopt);
+    }
+    watch.reset();
+    QCOMPARE(windowTitled(snapshot(), QStringLiteral("During"))->startupID, std::nullopt);
 }
 
 QTEST_GUILESS_MAIN(TestX11Desktop)

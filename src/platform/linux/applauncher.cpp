@@ -10,7 +10,9 @@
 #include <gio/gio.h>
 #pragma pop_macro("signals")
 
+#include <atomic>
 #include <memory>
+#include <unistd.h>
 
 namespace orvella::platform::applauncher {
 
@@ -47,6 +49,50 @@ struct Started
     qint32 pid = 0;
     bool failed = false;
 };
+
+// A launch context with a startup-notification id to give: the plain one has none, and
+// GIO asks for it only for entries that declare StartupNotify=true, so whether it was
+// asked tells whether the application got it.
+struct OrvellaStartupContext
+{
+    GAppLaunchContext parent;
+    gchar *startupID;
+    gboolean handed;
+};
+
+struct OrvellaStartupContextClass
+{
+    GAppLaunchContextClass parent;
+};
+
+G_DEFINE_TYPE(OrvellaStartupContext, orvella_startup_context, G_TYPE_APP_LAUNCH_CONTEXT)
+
+char *startupNotifyID(GAppLaunchContext *context, GAppInfo *, GList *)
+{
+    auto *self = reinterpret_cast<OrvellaStartupContext *>(context);
+    if (!self->startupID)
+        return nullptr;
+    self->handed = TRUE;
+    return g_strdup(self->startupID);
+}
+
+void finalizeStartupContext(GObject *object)
+{
+    g_free(reinterpret_cast<OrvellaStartupContext *>(object)->startupID);
+    G_OBJECT_CLASS(orvella_startup_context_parent_class)->finalize(object);
+}
+
+void orvella_startup_context_class_init(OrvellaStartupContextClass *klass)
+{
+    G_APP_LAUNCH_CONTEXT_CLASS(klass)->get_startup_notify_id = startupNotifyID;
+    G_OBJECT_CLASS(klass)->finalize = finalizeStartupContext;
+}
+
+void orvella_startup_context_init(OrvellaStartupContext *self)
+{
+    self->startupID = nullptr;
+    self->handed = FALSE;
+}
 
 void onLaunched(GAppLaunchContext *, GAppInfo *, GVariant *platformData, gpointer data)
 {
@@ -97,10 +143,26 @@ std::optional<QString> newWindowAction(const QString &bundleID)
     return pickNewWindowAction(declaredActions(entry.get()));
 }
 
-LaunchOutcome launch(const QString &bundleID, const QString &action, QString *error, qint32 *pid)
+QString makeStartupID(const QString &bundleID, std::uint32_t timestamp)
 {
-    if (pid)
-        *pid = 0;
+    static std::atomic<quint32> sequence{0};
+    QString id = QStringLiteral("%1+%2-%3-%4")
+                     .arg(QString::fromUtf8(g_get_host_name()), QString::number(::getpid()),
+                          QString::number(++sequence), bundleID);
+    // The id travels in environment variables and in the quoted fields of startup
+    // messages: nothing in it may need quoting.
+    for (QChar &c : id) {
+        if (!(c.isLetterOrNumber() && c.unicode() < 0x80) && c != u'.' && c != u'-' && c != u'+')
+            c = u'_';
+    }
+    return id + QStringLiteral("_TIME") + QString::number(timestamp);
+}
+
+LaunchOutcome launch(const QString &bundleID, const QString &action, const QString &startupID, QString *error,
+                     LaunchedProcess *launched)
+{
+    if (launched)
+        *launched = {};
     const auto entry = entryFor(bundleID);
     if (!entry)
         return LaunchOutcome::NotFound;
@@ -111,7 +173,11 @@ LaunchOutcome launch(const QString &bundleID, const QString &action, QString *er
         return LaunchOutcome::Failed;
     }
     Started started;
-    const std::unique_ptr<GAppLaunchContext, ObjectUnref> context(g_app_launch_context_new());
+    auto *startup =
+        static_cast<OrvellaStartupContext *>(g_object_new(orvella_startup_context_get_type(), nullptr));
+    const std::unique_ptr<GAppLaunchContext, ObjectUnref> context(G_APP_LAUNCH_CONTEXT(startup));
+    if (!startupID.isEmpty())
+        startup->startupID = g_strdup(startupID.toUtf8().constData());
     g_signal_connect(context.get(), "launched", G_CALLBACK(onLaunched), &started);
     g_signal_connect(context.get(), "launch-failed", G_CALLBACK(onLaunchFailed), &started);
     GError *failure = nullptr;
@@ -124,8 +190,11 @@ LaunchOutcome launch(const QString &bundleID, const QString &action, QString *er
         g_desktop_app_info_launch_action(entry.get(), actionName.constData(), context.get());
     g_signal_handlers_disconnect_by_data(context.get(), &started);
     if (ok && !started.failed) {
-        if (pid)
-            *pid = started.pid;
+        if (launched) {
+            launched->pid = started.pid;
+            if (startup->handed)
+                launched->startupID = startupID;
+        }
         return LaunchOutcome::Launched;
     }
     if (error)

@@ -381,14 +381,19 @@ std::optional<QString> SimulatedDesktop::newWindowAction(const QString &bundleID
     return std::nullopt;
 }
 
+LaunchWatch SimulatedDesktop::watchForLaunch()
+{
+    return std::make_shared<int>(0);
+}
+
 LaunchOutcome SimulatedDesktop::launch(const QString &bundleID, const QString &action, QString *error,
-                                       qint32 *pid)
+                                       LaunchedProcess *started)
 {
     QMutexLocker lock(&m_mutex);
     m_controlLog.append(action.isEmpty() ? QStringLiteral("launch %1").arg(bundleID)
                                          : QStringLiteral("launch %1 %2").arg(bundleID, action));
-    if (pid)
-        *pid = 0;
+    if (started)
+        *started = {};
     if (!m_installed.contains(bundleID))
         return LaunchOutcome::NotFound;
     Q_UNUSED(error);

@@ -88,6 +88,8 @@ public:
     bool isTrusted() const override;
     DesktopSnapshot readSnapshot() override;
     qint32 ownPid() const override;
+    /// Simulated windows carry no startup ids: the watch changes nothing.
+    LaunchWatch watchForLaunch() override;
 
     void setScreens(QList<ScreenInfo> screens);
     /// The desktop-file ids launch() knows.
@@ -116,7 +118,7 @@ public:
     bool hasApplication(const QString &bundleID) override;
     std::optional<QString> newWindowAction(const QString &bundleID) override;
     LaunchOutcome launch(const QString &bundleID, const QString &action, QString *error,
-                         qint32 *pid) override;
+                         LaunchedProcess *started) override;
 
 private:
     void setMinimizedLocked(Window &w, bool minimized);

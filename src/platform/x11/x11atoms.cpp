@@ -63,6 +63,7 @@ constexpr std::array kAtomNames{
     AtomName{"_NET_WM_STRUT_PARTIAL", &Atoms::netWmStrutPartial},
     AtomName{"_GTK_APPLICATION_ID", &Atoms::gtkApplicationId},
     AtomName{"_KDE_NET_WM_DESKTOP_FILE", &Atoms::kdeNetWmDesktopFile},
+    AtomName{"_NET_STARTUP_ID", &Atoms::netStartupId},
     AtomName{"_NET_MOVERESIZE_WINDOW", &Atoms::netMoveresizeWindow},
     AtomName{"_NET_RESTACK_WINDOW", &Atoms::netRestackWindow},
     AtomName{"_NET_CLOSE_WINDOW", &Atoms::netCloseWindow},

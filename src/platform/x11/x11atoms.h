@@ -57,6 +57,7 @@ struct Atoms
     std::uint32_t netWmStrutPartial = 0;
     std::uint32_t gtkApplicationId = 0;
     std::uint32_t kdeNetWmDesktopFile = 0;
+    std::uint32_t netStartupId = 0;
     std::uint32_t netMoveresizeWindow = 0;
     std::uint32_t netRestackWindow = 0;
     std::uint32_t netCloseWindow = 0;

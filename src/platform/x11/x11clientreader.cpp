@@ -24,6 +24,9 @@ constexpr std::uint32_t kMaxIdWords = 64; // WM_CLASS and application ids: 256 b
 // Width, height and one pixel: anything shorter cannot hold an icon.
 constexpr std::uint32_t kMinIconBytes = 12;
 constexpr std::uint32_t kIconicState = 3;
+// WM_HINTS: nine items, the flags first and the group leader last when this flag is set.
+constexpr qsizetype kWmHintsItems = 9;
+constexpr std::uint32_t kWindowGroupHint = 1u << 6;
 
 } // namespace
 
@@ -40,6 +43,8 @@ struct ClientReader::ClientCookies
     xcb_get_geometry_cookie_t geometry;
     xcb_translate_coordinates_cookie_t origin;
     xcb_get_window_attributes_cookie_t attributes;
+    /// Only for windows read for their startup id.
+    std::optional<xcb_get_property_cookie_t> startupID, hints;
 };
 
 struct ClientReader::ReadClient
@@ -47,6 +52,21 @@ struct ClientReader::ReadClient
     ClientFacts facts;
     std::uint32_t iconBytes = 0; ///< the size of a plausible `_NET_WM_ICON`, 0 when none
     bool vanished = false;
+    /// Read for its startup id; the group leader whose id stands in when it has none.
+    bool startupRead = false;
+    std::uint32_t groupLeader = 0;
+};
+
+struct ClientReader::StartupWatch
+{
+    QMutex mutex;
+    int watches = 0;
+    /// The client list of the latest read.
+    QList<std::uint32_t> lastClients;
+    /// Listed before the first watch began: no launched window, so never read.
+    QSet<std::uint32_t> before;
+    /// What reads learned while watching, per listed window; absent: it has no startup id.
+    QHash<std::uint32_t, std::optional<QString>> learned;
 };
 
 struct ClientReader::LateCookies
@@ -61,7 +81,25 @@ ClientReader::ClientReader(xcb_connection_t *connection, std::uint32_t root, con
     , m_root(root)
     , m_atoms(atoms)
     , m_hasXRes(hasXRes)
+    , m_startup(std::make_shared<StartupWatch>())
 {}
+
+std::shared_ptr<void> ClientReader::watchLaunch()
+{
+    const std::shared_ptr<StartupWatch> state = m_startup;
+    {
+        QMutexLocker lock(&state->mutex);
+        if (state->watches++ == 0)
+            state->before = QSet<std::uint32_t>(state->lastClients.begin(), state->lastClients.end());
+    }
+    return std::shared_ptr<void>(state.get(), [state](void *) {
+        QMutexLocker lock(&state->mutex);
+        if (--state->watches == 0) {
+            state->before.clear();
+            state->learned.clear();
+        }
+    });
+}
 
 std::optional<DesktopFacts> ClientReader::read(bool withClients) const
 {
@@ -90,6 +128,15 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients) const
             xcb_get_property(m_connection, 0, check.value, a.netSupportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
     std::vector<ClientCookies> pending;
     if (withClients) {
+        bool watching = false;
+        QSet<std::uint32_t> before;
+        QHash<std::uint32_t, std::optional<QString>> learned;
+        {
+            QMutexLocker lock(&m_startup->mutex);
+            watching = m_startup->watches > 0;
+            before = m_startup->before;
+            learned = m_startup->learned;
+        }
         pending.reserve(size_t(clientList.value.size()));
         QSet<std::uint32_t> requested;
         for (std::uint32_t window : clientList.value) {
@@ -98,7 +145,8 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients) const
             if (window == XCB_NONE || window == m_root || requested.contains(window))
                 continue;
             requested.insert(window);
-            pending.push_back(requestClient(window));
+            pending.push_back(
+                requestClient(window, watching && !before.contains(window) && !learned.contains(window)));
         }
     }
     // xcb writes a full buffer on its own but flushes only up to the request awaited: the
@@ -130,6 +178,8 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients) const
     readLate(clients);
     if (xcb_connection_has_error(m_connection))
         return std::nullopt;
+    if (withClients)
+        settleStartupIDs(clientList.value, clients);
     facts.clients.reserve(qsizetype(clients.size()));
     for (ReadClient &client : clients) {
         if (!client.vanished)
@@ -162,7 +212,7 @@ std::optional<ClientReader::RootReplies> ClientReader::readRoot() const
     return out;
 }
 
-ClientReader::ClientCookies ClientReader::requestClient(std::uint32_t window) const
+ClientReader::ClientCookies ClientReader::requestClient(std::uint32_t window, bool startupID) const
 {
     const Atoms &a = m_atoms;
     xcb_connection_t *c = m_connection;
@@ -189,6 +239,9 @@ ClientReader::ClientCookies ClientReader::requestClient(std::uint32_t window) co
         .geometry = xcb_get_geometry(c, window),
         .origin = xcb_translate_coordinates(c, window, m_root, 0, 0),
         .attributes = xcb_get_window_attributes(c, window),
+        .startupID = startupID ? std::optional(get(a.netStartupId, a.utf8String, kMaxIdWords)) : std::nullopt,
+        .hints = startupID ? std::optional(get(XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, kWmHintsItems))
+                           : std::nullopt,
     };
 }
 
@@ -206,6 +259,8 @@ std::optional<ClientReader::ReadClient> ClientReader::collectClient(const Client
     const auto geometry = replies.take(xcb_get_geometry_reply, k.geometry);
     const auto origin = replies.take(xcb_translate_coordinates_reply, k.origin);
     const auto attributes = replies.take(xcb_get_window_attributes_reply, k.attributes);
+    const PropertyReply startupID = k.startupID ? replies.property(*k.startupID) : PropertyReply();
+    const PropertyReply hints = k.hints ? replies.property(*k.hints) : PropertyReply();
     if (replies.vanished()) {
         qCDebug(lcPlatform).nospace()
             << "[OV] window 0x" << Qt::hex << k.window << " closed while being read";
@@ -266,6 +321,17 @@ std::optional<ClientReader::ReadClient> ClientReader::collectClient(const Client
                       .adjusted(-int(e.left), -int(e.top), int(e.right), int(e.bottom));
     }
 
+    if (k.startupID) {
+        out.startupRead = true;
+        const auto id = decodeUtf8Text(startupID.raw(), a.utf8String);
+        note(k.window, "_NET_STARTUP_ID", id);
+        if (id.hasValue() && !id.value.isEmpty())
+            f.startupID = id.value;
+        const QList<std::uint32_t> h = decodeCardinals(hints.raw(), XCB_ATOM_WM_HINTS, kWmHintsItems).value;
+        if (h.size() == kWmHintsItems && (h[0] & kWindowGroupHint) && h[8] != XCB_NONE && h[8] != k.window)
+            out.groupLeader = h[8];
+    }
+
     const RawProperty icon = iconSize.raw();
     if (icon.type == XCB_ATOM_CARDINAL && icon.format == 32 && icon.bytesAfter >= kMinIconBytes)
         out.iconBytes = std::min(icon.bytesAfter, kMaxIconBytes);
@@ -294,6 +360,15 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
         if (late.clientIds || late.icon)
             pending.push_back(late);
     }
+    // Toolkits put the startup id on the group leader, which is no client of its own.
+    QHash<std::uint32_t, xcb_get_property_cookie_t> leaders;
+    for (const ReadClient &client : clients) {
+        if (client.startupRead && !client.facts.startupID && client.groupLeader
+            && !leaders.contains(client.groupLeader))
+            leaders.insert(client.groupLeader,
+                           xcb_get_property(m_connection, 0, client.groupLeader, m_atoms.netStartupId,
+                                            m_atoms.utf8String, 0, kMaxIdWords));
+    }
     xcb_flush(m_connection);
     for (const LateCookies &late : pending) {
         ReplyCollector replies(m_connection);
@@ -313,6 +388,38 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
             late.client->vanished = true;
         }
     }
+    QHash<std::uint32_t, QString> leaderIDs;
+    for (auto it = leaders.cbegin(); it != leaders.cend(); ++it) {
+        // A leader that is gone only has nothing to say: the window itself stays.
+        ReplyCollector replies(m_connection);
+        const auto id = decodeUtf8Text(replies.property(it.value()).raw(), m_atoms.utf8String);
+        note(it.key(), "_NET_STARTUP_ID", id);
+        if (id.hasValue() && !id.value.isEmpty())
+            leaderIDs.insert(it.key(), id.value);
+    }
+    for (ReadClient &client : clients) {
+        if (client.startupRead && !client.facts.startupID && leaderIDs.contains(client.groupLeader))
+            client.facts.startupID = leaderIDs.value(client.groupLeader);
+    }
+}
+
+void ClientReader::settleStartupIDs(const QList<std::uint32_t> &clientList,
+                                    std::vector<ReadClient> &clients) const
+{
+    QMutexLocker lock(&m_startup->mutex);
+    m_startup->lastClients = clientList;
+    if (m_startup->watches == 0)
+        return;
+    QHash<std::uint32_t, std::optional<QString>> &learned = m_startup->learned;
+    for (ReadClient &client : clients) {
+        if (client.startupRead && !client.vanished)
+            learned.insert(client.facts.window, client.facts.startupID);
+        else if (const auto it = learned.constFind(client.facts.window); it != learned.cend())
+            client.facts.startupID = *it;
+    }
+    // Only listed windows are remembered, so a long watch holds no more than the list.
+    const QSet<std::uint32_t> listed(clientList.begin(), clientList.end());
+    learned.removeIf([&listed](const auto &entry) { return !listed.contains(entry.key()); });
 }
 
 WindowType ClientReader::windowType(const QList<std::uint32_t> &types) const

@@ -10,6 +10,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <set>
 #include <tuple>
@@ -45,6 +46,9 @@ struct ClientFacts
     std::optional<std::uint32_t> desktop; ///< `_NET_WM_DESKTOP`; 0xFFFFFFFF = all desktops
     QRect frame;                   ///< root coordinates, grown by `_NET_FRAME_EXTENTS`; null when unreadable
     std::optional<double> opacity; ///< `_NET_WM_WINDOW_OPACITY` scaled to 0..1
+    /// `_NET_STARTUP_ID` of the window, else of its group leader; read only while a
+    /// launch is watched, for windows that appeared since (ClientReader::watchLaunch()).
+    std::optional<QString> startupID;
     /// Position in `_NET_CLIENT_LIST_STACKING` (0 = bottom); -1 when not listed there.
     int stackingPosition = -1;
     /// The best-fitting `_NET_WM_ICON` image; read only for the first window of each
@@ -66,7 +70,8 @@ struct DesktopFacts
 /**
  * Round one reads the root window, round two every client (all requests sent before
  * the first reply is read), round three the X-Resource pids of clients without
- * `_NET_WM_PID` and one icon per process. Thread-safe: reads may overlap.
+ * `_NET_WM_PID`, one icon per process and the startup ids of watched windows' group
+ * leaders. Thread-safe: reads may overlap.
  */
 class ClientReader
 {
@@ -78,16 +83,25 @@ public:
     /// `withClients` only the trust check is made (two round trips, no client read).
     std::optional<DesktopFacts> read(bool withClients = true) const;
 
+    /// While the returned watch (or another) is held, each window that the last read
+    /// before the first watch did not list is read once for its startup id, in the
+    /// round trips a read makes anyway; the others never are. When the last watch goes,
+    /// what was learned is forgotten.
+    std::shared_ptr<void> watchLaunch();
+
 private:
     struct RootReplies;
     struct ClientCookies;
     struct ReadClient;
     struct LateCookies;
+    struct StartupWatch;
 
     std::optional<RootReplies> readRoot() const;
-    ClientCookies requestClient(std::uint32_t window) const;
+    ClientCookies requestClient(std::uint32_t window, bool startupID) const;
     std::optional<ReadClient> collectClient(const ClientCookies &cookies) const;
     void readLate(std::vector<ReadClient> &clients) const;
+    /// Records the client list and, while watching, the startup ids read and learned.
+    void settleStartupIDs(const QList<std::uint32_t> &clientList, std::vector<ReadClient> &clients) const;
     WindowType windowType(const QList<std::uint32_t> &types) const;
     /// Logs a malformed or irregular property once per window, property and problem.
     template<typename T>
@@ -99,6 +113,8 @@ private:
     bool m_hasXRes;
     mutable QMutex m_mutex;
     mutable std::set<std::tuple<std::uint32_t, const char *, const char *>> m_logged;
+    /// Shared with the watches handed out, which may outlive the reader.
+    std::shared_ptr<StartupWatch> m_startup;
 };
 
 } // namespace orvella::platform::x11

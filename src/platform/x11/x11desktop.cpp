@@ -111,7 +111,8 @@ AppWindow appWindow(const ClientFacts &c, int clientIndex)
             isMinimized(c),
             qint64(c.window),
             clientIndex,
-            c.fullscreen};
+            c.fullscreen,
+            c.startupID};
 }
 
 // Topmost first; windows the stacking list does not know keep their client-list order.
@@ -302,6 +303,11 @@ DesktopSnapshot X11Desktop::readSnapshot()
 qint32 X11Desktop::ownPid() const
 {
     return d->ownPid;
+}
+
+LaunchWatch X11Desktop::watchForLaunch()
+{
+    return d->reader->watchLaunch();
 }
 
 } // namespace orvella::platform::x11

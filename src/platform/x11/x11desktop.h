@@ -27,6 +27,7 @@ public:
     bool isTrusted() const override;
     DesktopSnapshot readSnapshot() override;
     qint32 ownPid() const override;
+    LaunchWatch watchForLaunch() override;
 
 private:
     X11Desktop();

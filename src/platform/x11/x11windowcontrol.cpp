@@ -67,6 +67,8 @@ struct X11WindowControl::Private
     std::optional<bool> maximized(std::uint32_t window);
     std::optional<std::uint32_t> rootCardinal(std::uint32_t atom);
     bool showDesktopOf(std::uint32_t window);
+    /// Asks for the window to become active, on its own desktop (see requestActive()).
+    bool requestActive(std::uint32_t window);
     bool activateAndWait(std::uint32_t window);
     bool holdsInputFocus(std::uint32_t window);
 
@@ -188,12 +190,18 @@ bool X11WindowControl::Private::showDesktopOf(std::uint32_t window)
     return false;
 }
 
-bool X11WindowControl::Private::activateAndWait(std::uint32_t window)
+bool X11WindowControl::Private::requestActive(std::uint32_t window)
 {
     // A task list switches to the window's desktop first, as users expect of it;
-    // activating in place would leave the window out of sight, or refused.
+    // activating in place would leave the window out of sight, or refused: window
+    // managers that prevent focus stealing ignore a request for another desktop's window.
     showDesktopOf(window);
-    if (!sendToRoot(window, atoms.netActiveWindow, {kSourcePager, timestamp(), XCB_NONE, 0, 0}))
+    return sendToRoot(window, atoms.netActiveWindow, {kSourcePager, timestamp(), XCB_NONE, 0, 0});
+}
+
+bool X11WindowControl::Private::activateAndWait(std::uint32_t window)
+{
+    if (!requestActive(window))
         return false;
     for (int i = 0; i < kFocusWaitSteps; ++i) {
         if (activeWindow() == window)
@@ -325,8 +333,7 @@ bool X11WindowControl::setMinimized(qint64 window, bool minimized)
         return false;
     if (minimized)
         return d->sendToRoot(std::uint32_t(window), d->atoms.wmChangeState, {kIconicState, 0, 0, 0, 0});
-    return d->sendToRoot(std::uint32_t(window), d->atoms.netActiveWindow,
-                         {kSourcePager, d->timestamp(), XCB_NONE, 0, 0});
+    return d->requestActive(std::uint32_t(window));
 }
 
 bool X11WindowControl::unmaximize(qint64 window)
@@ -364,8 +371,7 @@ bool X11WindowControl::raise(qint64 window)
     if (d->supports(d->atoms.netRestackWindow))
         return d->sendToRoot(std::uint32_t(window), d->atoms.netRestackWindow,
                              {kSourcePager, XCB_NONE, kStackAbove, 0, 0});
-    return d->sendToRoot(std::uint32_t(window), d->atoms.netActiveWindow,
-                         {kSourcePager, d->timestamp(), XCB_NONE, 0, 0});
+    return d->requestActive(std::uint32_t(window));
 }
 
 bool X11WindowControl::activate(qint64 window)
@@ -523,9 +529,17 @@ std::optional<QString> X11WindowControl::newWindowAction(const QString &bundleID
 }
 
 LaunchOutcome X11WindowControl::launch(const QString &bundleID, const QString &action, QString *error,
-                                       qint32 *pid)
+                                       LaunchedProcess *started)
 {
-    return applauncher::launch(bundleID, action, error, pid);
+    std::uint32_t now = XCB_CURRENT_TIME;
+    {
+        QMutexLocker lock(&d->mutex);
+        if (d->alive())
+            now = d->timestamp();
+    }
+    // Without a server time the id still identifies the windows; only its _TIME part
+    // says nothing, which window managers read as "unknown".
+    return applauncher::launch(bundleID, action, applauncher::makeStartupID(bundleID, now), error, started);
 }
 
 } // namespace orvella::platform::x11

@@ -14,7 +14,8 @@ namespace orvella::platform::x11 {
  * the outer frame lands where asked), minimises with WM_CHANGE_STATE, raises with
  * `_NET_RESTACK_WINDOW`, activates and de-iconifies with `_NET_ACTIVE_WINDOW`, closes
  * with `_NET_CLOSE_WINDOW`, and types shortcuts with XTest into the activated window.
- * Activating switches to the window's desktop first (`_NET_CURRENT_DESKTOP`).
+ * Whatever activates a window (activating, un-minimising, raising without
+ * `_NET_RESTACK_WINDOW`) switches to the window's desktop first (`_NET_CURRENT_DESKTOP`).
  * Uses a connection of its own; calls are serialized, so any thread may make them.
  */
 class X11WindowControl final : public WindowControl
@@ -37,8 +38,9 @@ public:
     QList<ScreenInfo> screens() override;
     bool hasApplication(const QString &bundleID) override;
     std::optional<QString> newWindowAction(const QString &bundleID) override;
+    /// Hands the application a startup-notification id stamped with the server's time.
     LaunchOutcome launch(const QString &bundleID, const QString &action, QString *error,
-                         qint32 *pid) override;
+                         LaunchedProcess *started) override;
 
 private:
     X11WindowControl();

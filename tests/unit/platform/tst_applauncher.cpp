@@ -1,6 +1,7 @@
-// Which desktop-entry action opens a new window.
+// Which desktop-entry action opens a new window; the startup ids launches hand over.
 #include "platform/linux/applauncher.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace orvella::platform;
@@ -11,6 +12,8 @@ class TestAppLauncher : public QObject
 private slots:
     void newWindowAction_data();
     void newWindowAction();
+    void startupIDNeedsNoQuoting_data();
+    void startupIDNeedsNoQuoting();
 };
 
 void TestAppLauncher::newWindowAction_data()
@@ -32,6 +35,30 @@ void TestAppLauncher::newWindowAction()
     QFETCH(QStringList, actions);
     QFETCH(QString, expected);
     QCOMPARE(applauncher::pickNewWindowAction(actions).value_or(QString()), expected);
+}
+
+void TestAppLauncher::startupIDNeedsNoQuoting_data()
+{
+    QTest::addColumn<QString>("bundleID");
+    QTest::addColumn<QString>("tail"); // what follows "<host>+<pid>-<sequence>-"
+    QTest::newRow("plain") << "org.gnome.TextEditor"
+                           << "org.gnome.TextEditor_TIME4242";
+    QTest::newRow("quotes and spaces") << "my \"app\""
+                                       << "my__app__TIME4242";
+    QTest::newRow("not ASCII") << QStringLiteral("caf\u00e9") << "caf__TIME4242";
+}
+
+// The id travels in the environment and in startup messages' quoted fields.
+void TestAppLauncher::startupIDNeedsNoQuoting()
+{
+    QFETCH(QString, bundleID);
+    QFETCH(QString, tail);
+    const QString id = applauncher::makeStartupID(bundleID, 4242);
+    const QRegularExpression form(QStringLiteral("^[A-Za-z0-9._-]+\\+\\d+-\\d+-(.*)$"));
+    const QRegularExpressionMatch match = form.match(id);
+    QVERIFY2(match.hasMatch(), qPrintable(id));
+    QCOMPARE(match.captured(1), tail);
+    QVERIFY(applauncher::makeStartupID(bundleID, 4242) != id);
 }
 
 QTEST_GUILESS_MAIN(TestAppLauncher)
