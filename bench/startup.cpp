@@ -2,6 +2,9 @@
 // what it holds in memory and spends in CPU time once idle, with tint2 measured beside it on
 // the same windows. Each run starts from empty configuration and data folders, as on a first
 // launch. Prints a table; exits 1 when a run fails or Orvella does not exit cleanly.
+//   --runs N          launches of each (5)
+//   --idle-s S        the measured period after the list is published (10)
+//   --titles-per-s R  retitle one of the windows R times a second during that period (0)
 #include "benchprocess.h"
 #include "benchstats.h"
 
@@ -31,7 +34,9 @@ using bench::spin;
 using bench::stats;
 
 constexpr int kWindows = 200;
-constexpr int kIdleMs = 10000;
+int g_idleMs = 10000;
+int g_titlesPerSecond = 0;
+QProcess *g_client = nullptr;
 const QString kService = QStringLiteral("org.orvella.Orvella");
 
 struct Sample
@@ -50,6 +55,24 @@ std::optional<int> publishedCount(const QByteArray &line)
     if (!match.hasMatch())
         return std::nullopt;
     return match.captured(1).toInt();
+}
+
+// The measured period, with the windows retitled at the chosen rate; the retitling is the
+// client's work, not the process measured.
+void measuredPeriod()
+{
+    if (g_titlesPerSecond <= 0) {
+        idleFor(g_idleMs);
+        return;
+    }
+    QTimer retitle;
+    int n = 0;
+    QObject::connect(&retitle, &QTimer::timeout, [&n] {
+        g_client->write(QStringLiteral("title %1 Changing %2\n").arg(n % kWindows).arg(n).toUtf8());
+        ++n;
+    });
+    retitle.start(1000 / g_titlesPerSecond);
+    idleFor(g_idleMs);
 }
 
 void quitOrvella(QProcess &orvella)
@@ -116,7 +139,7 @@ std::optional<Sample> measureOrvella()
     }
     const qint64 pid = orvella.processId();
     const double cpu0 = processCpuSeconds(pid);
-    idleFor(kIdleMs);
+    measuredPeriod();
     Sample sample;
     sample.startupMs = publishedAt;
     sample.idleCpuMs = (processCpuSeconds(pid) - cpu0) * 1000;
@@ -144,7 +167,7 @@ std::optional<Sample> measureTint2()
     idleFor(2000);
     const qint64 pid = tint2->processId();
     const double cpu0 = processCpuSeconds(pid);
-    idleFor(kIdleMs);
+    measuredPeriod();
     Sample sample;
     sample.idleCpuMs = (processCpuSeconds(pid) - cpu0) * 1000;
     sample.residentMiB = residentMiB(pid);
@@ -176,6 +199,10 @@ int main(int argc, char **argv)
     for (int i = 1; i + 1 < argc; i += 2) {
         if (qstrcmp(argv[i], "--runs") == 0)
             runs = std::max(1, atoi(argv[i + 1]));
+        else if (qstrcmp(argv[i], "--idle-s") == 0)
+            g_idleMs = std::max(1, atoi(argv[i + 1])) * 1000;
+        else if (qstrcmp(argv[i], "--titles-per-s") == 0)
+            g_titlesPerSecond = std::clamp(atoi(argv[i + 1]), 0, 1000);
     }
     if (!QDBusConnection::sessionBus().isConnected()) {
         std::fprintf(stderr, "bench_startup: needs a session bus (run it under dbus-run-session)\n");
@@ -185,6 +212,7 @@ int main(int argc, char **argv)
     for (int i = 0; i < kWindows; ++i)
         titles << QStringLiteral("Startup window %1").arg(i);
     QProcess client;
+    g_client = &client;
     if (!bench::startClient(client, titles)) {
         std::fprintf(stderr,
                      "bench_startup: the test client could not show %d windows (is there an X "
@@ -212,8 +240,8 @@ int main(int argc, char **argv)
     }
     bench::stopClient(client);
 
-    std::printf("\nStart-up with %d windows, %d runs each (memory and CPU over %d s idle)\n", kWindows, runs,
-                kIdleMs / 1000);
+    std::printf("\nStart-up with %d windows, %d runs each (memory and CPU over %d s, %d retitles/s)\n",
+                kWindows, runs, g_idleMs / 1000, g_titlesPerSecond);
     std::printf("  %-30s | %10s | %10s\n", "", "median", "max");
     std::printf("  -------------------------------+------------+-----------\n");
     printRow("Orvella exec -> list (ms)", startup, "%.0f");
