@@ -61,6 +61,10 @@ private slots:
     void lostWindowManagerIsReportedAndSurvived();
     void hostileCallsGetErrors();
 
+public slots:
+    // Not a test: where the instance's Changed signal lands.
+    void changed() { ++m_changes; }
+
 private:
     std::unique_ptr<QProcess> start(const QStringList &arguments = {});
     // Runs the command line to its end; its exit code, and its output in *out.
@@ -69,6 +73,7 @@ private:
     QJsonObject preferences() const;
 
     testsupport::XSession m_session;
+    int m_changes = 0;
     QTemporaryDir m_config;
     QProcessEnvironment m_env;
     std::unique_ptr<QProcess> m_app;
@@ -155,6 +160,14 @@ void TestApplicationX11::oneInstanceAnswersOnTheBus()
     QTRY_VERIFY_WITH_TIMEOUT(
         jsonReply(QStringLiteral("List")).value(QStringLiteral("windows")).toArray().size() == 1,
         testsupport::kWaitMs);
+
+    // A subscriber hears that a title changed.
+    QVERIFY(QDBusConnection::sessionBus().connect(kService, QStringLiteral("/org/orvella/Orvella"),
+                                                  QStringLiteral("org.orvella.Orvella1"),
+                                                  QStringLiteral("Changed"), this, SLOT(changed())));
+    m_changes = 0;
+    client.command("title 0 bus one renamed");
+    QTRY_VERIFY_WITH_TIMEOUT(m_changes > 0, testsupport::kWaitMs);
 
     // A second start shows the first one's sidebar and leaves it the only instance.
     QVERIFY(callApp(QStringLiteral("HideSidebar")).type() == QDBusMessage::ReplyMessage);
