@@ -13,10 +13,14 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <xcb/xtest.h>
+
 #include <csignal>
+#include <cstdlib>
 
 using namespace orvella;
 using testsupport::TestClient;
@@ -24,6 +28,46 @@ using testsupport::TestClient;
 namespace {
 
 const QString kService = QStringLiteral("org.orvella.Orvella");
+
+// The application's tray icon as a tray host embedded it: a small mapped window of class
+// "orvella" (its other small windows are 1x1 and never mapped); its centre in root coordinates.
+std::optional<QPoint> trayIconCentre(xcb_connection_t *c, xcb_window_t window)
+{
+    auto *tree = xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr);
+    if (!tree)
+        return std::nullopt;
+    const xcb_window_t *children = xcb_query_tree_children(tree);
+    const int count = xcb_query_tree_children_length(tree);
+    std::optional<QPoint> found;
+    for (int i = 0; i < count && !found; ++i) {
+        const xcb_window_t w = children[i];
+        auto *cls = xcb_get_property_reply(
+            c, xcb_get_property(c, 0, w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64), nullptr);
+        auto *attributes = xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, w), nullptr);
+        auto *geometry = xcb_get_geometry_reply(c, xcb_get_geometry(c, w), nullptr);
+        const QByteArray name = cls ? QByteArray(static_cast<const char *>(xcb_get_property_value(cls)),
+                                                 xcb_get_property_value_length(cls))
+                                    : QByteArray();
+        if (name.startsWith("orvella") && attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE
+            && geometry && geometry->width >= 8 && geometry->width <= 64) {
+            auto *root = xcb_translate_coordinates_reply(
+                c,
+                xcb_translate_coordinates(c, w, geometry->root, std::int16_t(geometry->width / 2),
+                                          std::int16_t(geometry->height / 2)),
+                nullptr);
+            if (root)
+                found = QPoint(root->dst_x, root->dst_y);
+            std::free(root);
+        }
+        std::free(cls);
+        std::free(attributes);
+        std::free(geometry);
+        if (!found)
+            found = trayIconCentre(c, w);
+    }
+    std::free(tree);
+    return found;
+}
 
 QDBusMessage callApp(const QString &method, const QVariantList &arguments = {})
 {
@@ -60,6 +104,7 @@ private slots:
     void relaunchHandsTheNameOn();
     void lostWindowManagerIsReportedAndSurvived();
     void hostileCallsGetErrors();
+    void trayIconTogglesTheSidebar();
 
 public slots:
     // Not a test: where the instance's Changed signal lands.
@@ -311,6 +356,63 @@ void TestApplicationX11::hostileCallsGetErrors()
     QCOMPARE(unanswered, 0);
     QCOMPARE(callApp(QStringLiteral("State")).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(ownerPid(), uint(m_app->processId()));
+}
+
+// A real tray host (tint2's system tray, XEmbed) embeds the icon; a click on it hides the
+// sidebar and the next shows it again.
+void TestApplicationX11::trayIconTogglesTheSidebar()
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("tint2")).isEmpty())
+        QSKIP("tint2, the tray host this test uses, is not installed");
+    // The application looks for a tray when it starts: the host comes first.
+    m_app->kill();
+    m_app->waitForFinished();
+    QTRY_VERIFY_WITH_TIMEOUT(ownerPid() == 0, testsupport::kWaitMs);
+    QTemporaryDir dir;
+    QFile config(dir.filePath(QStringLiteral("tint2rc")));
+    QVERIFY(config.open(QIODevice::WriteOnly));
+    config.write("panel_items = S\npanel_size = 100% 30\npanel_position = bottom center horizontal\n"
+                 "systray_icon_size = 22\n");
+    config.close();
+    QProcess host;
+    host.setProcessEnvironment(m_env);
+    host.setStandardOutputFile(QProcess::nullDevice());
+    host.setStandardErrorFile(QProcess::nullDevice());
+    host.start(QStringLiteral("tint2"), {QStringLiteral("-c"), config.fileName()});
+    QVERIFY(host.waitForStarted());
+    testsupport::XTestConnection x(m_session.display());
+    const xcb_atom_t traySelection = x.atom("_NET_SYSTEM_TRAY_S0");
+    const auto trayOwned = [&] {
+        auto *owner = xcb_get_selection_owner_reply(
+            x.connection(), xcb_get_selection_owner(x.connection(), traySelection), nullptr);
+        const bool owned = owner && owner->owner != XCB_NONE;
+        std::free(owner);
+        return owned;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(trayOwned(), testsupport::kWaitMs);
+
+    m_app = start();
+    const auto sidebarVisible = [] {
+        return jsonReply(QStringLiteral("State")).value(QStringLiteral("sidebarVisible")).toBool();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(sidebarVisible(), testsupport::kWaitMs);
+    std::optional<QPoint> icon;
+    QTRY_VERIFY_WITH_TIMEOUT((icon = trayIconCentre(x.connection(), x.root())).has_value(),
+                             testsupport::kWaitMs);
+    const auto click = [&] {
+        xcb_test_fake_input(x.connection(), XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, x.root(),
+                            std::int16_t(icon->x()), std::int16_t(icon->y()), 0);
+        xcb_test_fake_input(x.connection(), XCB_BUTTON_PRESS, 1, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+        xcb_test_fake_input(x.connection(), XCB_BUTTON_RELEASE, 1, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+        x.sync();
+    };
+    click();
+    QTRY_VERIFY_WITH_TIMEOUT(!sidebarVisible(), testsupport::kWaitMs);
+    QTest::qWait(500); // two clicks this close would be a double click
+    click();
+    QTRY_VERIFY_WITH_TIMEOUT(sidebarVisible(), testsupport::kWaitMs);
+    host.terminate();
+    host.waitForFinished(5000);
 }
 
 QTEST_GUILESS_MAIN(TestApplicationX11)
