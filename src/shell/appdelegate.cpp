@@ -97,8 +97,12 @@ void AppDelegate::applicationDidFinishLaunching()
                                                                               ? QStringLiteral("true")
                                                                               : QStringLiteral("false"));
     m_windowManager->restoreState();
-    if (m_panel)
+    if (m_panel) {
+        m_panel->setViewObjects(
+            {{QStringLiteral("app"), QVariant::fromValue(this)},
+             {QStringLiteral("notifications"), QVariant::fromValue(m_notificationService.get())}});
         m_panel->launchSidebar();
+    }
     followSystemMonitorDisplay();
     if (m_parts.withTray) {
         TrayActions actions;
@@ -400,6 +404,55 @@ void AppDelegate::hideSidebar()
         m_panel->hideSidebar();
     else
         setSidebarVisible(false);
+}
+
+bool AppDelegate::dragHintDismissed() const
+{
+    return m_parts.store->boolValue(QStringLiteral("ov.dragHintDismissed")).value_or(false);
+}
+
+void AppDelegate::setDragHintDismissed(bool dismissed)
+{
+    if (dismissed == dragHintDismissed())
+        return;
+    m_parts.store->setBool(QStringLiteral("ov.dragHintDismissed"), dismissed);
+    emit dragHintDismissedChanged();
+}
+
+void AppDelegate::cycleSidebarToNextScreen()
+{
+    if (m_panel)
+        m_panel->cycleSidebarToNextScreen();
+}
+
+void AppDelegate::refreshFromSidebar()
+{
+    const bool trusted = m_parts.desktop->isTrusted();
+    const QString state = trusted ? QStringLiteral("on") : QStringLiteral("off");
+    qCInfo(lcShell).noquote() << "[OV] Refresh clicked — AX trusted="
+                                     + QString::fromLatin1(trusted ? "true" : "false");
+    const auto &strings = settings::LocalizationManager::shared();
+    m_notificationService->showBanner(strings.formatted(QStringLiteral("banner.refreshing"), {state}),
+                                      services::NotificationService::BannerType::Info);
+    if (!trusted) {
+        // Without a window manager there is nothing to scan: the warning says what is missing.
+        followTrustBanner();
+        return;
+    }
+    qCInfo(lcShell) << "[OV] Refresh → AX trusted; hardRefresh()";
+    m_windowManager->hardRefresh();
+    m_scheduler.schedule(1s, this, [this, state] {
+        const int windows = int(m_windowManager->windows().size());
+        const int likely = m_windowManager->lastLikelyCGWindowCount();
+        m_notificationService->showBanner(settings::LocalizationManager::shared().formatted(
+                                              QStringLiteral("banner.refreshResult"),
+                                              {state, QString::number(windows), QString::number(likely)}),
+                                          services::NotificationService::BannerType::Info);
+        if (windows == 0 && likely >= 1) {
+            qCInfo(lcShell) << "[OV] Refresh → still empty but CG sees windows; relaunching";
+            relaunchApp(false);
+        }
+    });
 }
 
 bool AppDelegate::isAutoSplitActive() const

@@ -72,6 +72,9 @@ class AppDelegate : public QObject
     Q_OBJECT
     Q_PROPERTY(bool isAutoSplitActive READ isAutoSplitActive NOTIFY isAutoSplitActiveChanged)
     Q_PROPERTY(bool sidebarVisible READ isSidebarVisible NOTIFY sidebarVisibleChanged)
+    /// The drag hint under the shelves was closed for good.
+    Q_PROPERTY(bool dragHintDismissed READ dragHintDismissed WRITE setDragHintDismissed NOTIFY
+                   dragHintDismissedChanged)
 public:
     /// Builds the window manager, settings and updater, in that order, and the other services.
     explicit AppDelegate(AppParts parts, QObject *parent = nullptr);
@@ -94,7 +97,7 @@ public:
     /// Saves and leaves the event loop with `status`.
     void quit(int status = 0);
     /// Starts the same program again shortly after this one has gone, and ends this one.
-    void relaunchApp(bool resetAX);
+    Q_INVOKABLE void relaunchApp(bool resetAX);
 
     // The gate: nothing reads windows until the X session has a window manager Orvella can use.
     void checkAccessibilityWithRetry(int attempts, std::chrono::milliseconds interval, int attempt);
@@ -118,10 +121,16 @@ public:
     void updateSystemMonitorPauseState();
 
     bool isSidebarVisible() const { return m_sidebarVisible; }
-    void showSidebar();
+    Q_INVOKABLE void showSidebar();
     /// The user's hide; windows moved out of the sidebar's way go back.
-    void hideSidebar();
-    void toggleSidebar();
+    Q_INVOKABLE void hideSidebar();
+    Q_INVOKABLE void toggleSidebar();
+    bool dragHintDismissed() const;
+    void setDragHintDismissed(bool dismissed);
+    Q_INVOKABLE void cycleSidebarToNextScreen();
+    /// The sidebar's refresh button: a hard refresh and, a second later, what it found.
+    Q_INVOKABLE void refreshFromSidebar();
+    Q_INVOKABLE void openSettings() {} // the settings window
     bool isAutoSplitActive() const;
     /// Absent when the application runs without a panel.
     PanelController *panel() const { return m_panel.get(); }
@@ -132,6 +141,7 @@ public:
 signals:
     void isAutoSplitActiveChanged();
     void sidebarVisibleChanged();
+    void dragHintDismissedChanged();
     /// Just before a relaunch ends this process: whoever holds the session's single-instance
     /// name lets go of it now, so that the new process can take it.
     void relaunching();
@@ -146,7 +156,6 @@ private:
     void followSystemMonitorDisplay();
     void presentWhatsNewIfPending();
     void announceMilestone();
-    void openSettings() {} // the settings window
 
     AppParts m_parts;
     platform::Scheduler &m_scheduler;

@@ -112,7 +112,7 @@ void PanelController::launchSidebar()
     if (m_panel)
         return;
     m_rows->setCategories(m_manager.visibleCategories());
-    m_panel = std::make_unique<SidebarPanel>(m_host.get(), *m_rows, m_manager, m_settings);
+    m_panel = std::make_unique<SidebarPanel>(m_host.get(), *m_rows, m_manager, m_settings, m_viewObjects);
     connect(m_panel.get(), &SidebarPanel::pointerLeft, this, &PanelController::pointerLeftPanel);
     connect(m_panel.get(), &SidebarPanel::pointerEntered, this, [this] { m_autoHidePending.reset(); });
     follow();

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
+#include <QVariantMap>
 
 #include <memory>
 
@@ -52,6 +53,8 @@ public:
     void restoreLastScreen();
     void saveCurrentScreen();
     void cycleSidebarToNextScreen();
+    /// Objects the panel's view reaches by name (the application, the banners); before launch.
+    void setViewObjects(const QVariantMap &objects) { m_viewObjects = objects; }
     /// Builds the panel, hidden until showSidebar().
     void launchSidebar();
     void updatePanelLayout();
@@ -98,6 +101,7 @@ private:
     platform::Scheduler &m_scheduler;
     std::unique_ptr<sidebar::SidebarRowsModel> m_rows;
     std::unique_ptr<SidebarPanel> m_panel;
+    QVariantMap m_viewObjects;
     QPointer<QScreen> m_manualTargetScreen;
     QPointer<QScreen> m_pointerScreen; ///< under the pointer when the panel last appeared
     int m_lastKnownScreenCount = 0;

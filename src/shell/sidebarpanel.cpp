@@ -4,9 +4,12 @@
 #include "actions/screenpixels.h"
 #include "logging.h"
 #include "settings/appsettings.h"
+#include "settings/localizationmanager.h"
+#include "sidebar/iconprovider.h"
 #include "tracking/windowmanager.h"
 
 #include <QAbstractItemModel>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
@@ -16,7 +19,8 @@
 namespace orvella::shell {
 
 SidebarPanel::SidebarPanel(platform::PanelHost *host, QAbstractItemModel &rows,
-                           tracking::WindowManager &manager, settings::AppSettings &settings, QObject *parent)
+                           tracking::WindowManager &manager, settings::AppSettings &settings,
+                           const QVariantMap &viewObjects, QObject *parent)
     : QObject(parent)
     , m_host(host)
     , m_settings(settings)
@@ -26,12 +30,18 @@ SidebarPanel::SidebarPanel(platform::PanelHost *host, QAbstractItemModel &rows,
     m_view->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
                      | Qt::WindowDoesNotAcceptFocus);
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
-    m_view->setInitialProperties({{QStringLiteral("rows"), QVariant::fromValue(&rows)},
-                                  {QStringLiteral("windowManager"), QVariant::fromValue(&manager)},
-                                  {QStringLiteral("columns"), 1},
-                                  {QStringLiteral("fontSize"), settings.fontSize()},
-                                  {QStringLiteral("headerFontSize"), settings.headerFontSize()},
-                                  {QStringLiteral("rowSpacing"), settings.rowSpacing()}});
+    m_view->engine()->addImageProvider(QStringLiteral("orvella"), new sidebar::IconProvider(manager));
+    QVariantMap properties = viewObjects;
+    properties.insert(
+        {{QStringLiteral("rows"), QVariant::fromValue(&rows)},
+         {QStringLiteral("windowManager"), QVariant::fromValue(&manager)},
+         {QStringLiteral("settings"), QVariant::fromValue(&settings)},
+         {QStringLiteral("strings"), QVariant::fromValue(&settings::LocalizationManager::shared())},
+         {QStringLiteral("columns"), 1},
+         {QStringLiteral("fontSize"), settings.fontSize()},
+         {QStringLiteral("headerFontSize"), settings.headerFontSize()},
+         {QStringLiteral("rowSpacing"), settings.rowSpacing()}});
+    m_view->setInitialProperties(properties);
     m_view->setSource(QUrl(QStringLiteral("qrc:/qml/SidebarContent.qml")));
     if (m_view->status() != QQuickView::Ready)
         qCWarning(lcShell) << "[OV] sidebar view failed to load:" << m_view->errors();

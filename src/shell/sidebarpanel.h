@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QRectF>
+#include <QVariantMap>
 
 #include <memory>
 
@@ -31,8 +32,10 @@ class SidebarPanel : public QObject
 {
     Q_OBJECT
 public:
+    /// `viewObjects` are handed to the view by name, beside the rows, the model and the settings.
     SidebarPanel(platform::PanelHost *host, QAbstractItemModel &rows, tracking::WindowManager &manager,
-                 settings::AppSettings &settings, QObject *parent = nullptr);
+                 settings::AppSettings &settings, const QVariantMap &viewObjects = {},
+                 QObject *parent = nullptr);
     ~SidebarPanel() override;
 
     /// Moves the panel to `frame` (logical pixels) on `screen`.

@@ -14,7 +14,12 @@ QVariant SidebarRowsModel::data(const QModelIndex &index, int role) const
         return {};
     const Row &row = m_rows.at(index.row());
     switch (role) {
-    case KindRole: return row.isSection ? QStringLiteral("section") : QStringLiteral("window");
+    case KindRole: {
+        static const QStringList kinds{QStringLiteral("section"), QStringLiteral("window"),
+                                       QStringLiteral("label"), QStringLiteral("placeholder"),
+                                       QStringLiteral("hint")};
+        return kinds.at(int(row.kind));
+    }
     case ItemIdRole: return row.id;
     case Qt::DisplayRole:
     case TitleRole: return row.title;
@@ -24,6 +29,8 @@ QVariant SidebarRowsModel::data(const QModelIndex &index, int role) const
     case WindowCountRole: return row.windowCount;
     case IsActiveRole: return row.isActive;
     case IsMinimizedRole: return row.isMinimized;
+    case IconIdRole: return row.iconId;
+    case SubtitleRole: return row.subtitle;
     default: return {};
     }
 }
@@ -38,7 +45,9 @@ QHash<int, QByteArray> SidebarRowsModel::roleNames() const
             {IsCollapsedRole, "isCollapsed"},
             {WindowCountRole, "windowCount"},
             {IsActiveRole, "isActive"},
-            {IsMinimizedRole, "isMinimized"}};
+            {IsMinimizedRole, "isMinimized"},
+            {IconIdRole, "iconId"},
+            {SubtitleRole, "subtitle"}};
 }
 
 QList<int> SidebarRowsModel::changedRoles(const Row &a, const Row &b)
@@ -54,26 +63,83 @@ QList<int> SidebarRowsModel::changedRoles(const Row &a, const Row &b)
         roles << IsActiveRole;
     if (a.isMinimized != b.isMinimized)
         roles << IsMinimizedRole;
+    if (a.iconId != b.iconId)
+        roles << IconIdRole;
+    if (a.subtitle != b.subtitle)
+        roles << SubtitleRole;
     return roles;
+}
+
+QList<SidebarRowsModel::Row> SidebarRowsModel::rowsFor(const QList<tracking::WindowCategory> &visible)
+{
+    QList<Row> rows;
+    const auto label = [&rows](const char *key) {
+        Row r;
+        r.kind = Kind::Label;
+        r.id = r.title = QString::fromLatin1(key);
+        rows.append(r);
+    };
+    bool shelvesOpen = false;
+    bool appsOpen = false;
+    bool anyShelfHasWindows = false;
+    for (const tracking::WindowCategory &category : visible)
+        anyShelfHasWindows = anyShelfHasWindows || (category.isShelf() && !category.windows.isEmpty());
+    for (const tracking::WindowCategory &category : visible) {
+        if (category.isShelf() && !shelvesOpen) {
+            shelvesOpen = true;
+            label("section.myShelves");
+        }
+        if (!category.isShelf() && !appsOpen) {
+            appsOpen = true;
+            if (shelvesOpen && !anyShelfHasWindows)
+                rows.append(
+                    {Kind::Hint, QStringLiteral("hint"), {}, {}, false, false, 0, false, false, {}, {}});
+            label("section.appWindows");
+        }
+        const QString firstWindow = category.windows.isEmpty() ? QString() : category.windows.first().id;
+        rows.append({Kind::Section,
+                     category.id,
+                     category.displayName,
+                     category.id,
+                     category.isShelf(),
+                     category.isCollapsed,
+                     int(category.windows.size()),
+                     false,
+                     false,
+                     category.isShelf() ? QString() : firstWindow,
+                     {}});
+        if (category.isCollapsed)
+            continue;
+        if (category.isShelf() && category.windows.isEmpty()) {
+            rows.append({Kind::Placeholder,
+                         category.id + QStringLiteral("/empty"),
+                         {},
+                         category.id,
+                         true,
+                         false,
+                         0,
+                         false,
+                         false,
+                         {},
+                         {}});
+        }
+        for (const tracking::WindowItem &w : category.windows) {
+            rows.append({Kind::Window, w.id, w.windowTitle.isEmpty() ? w.appName : w.windowTitle, category.id,
+                         category.isShelf(), false, 0, w.isActive, w.isMinimized, w.id, w.appName});
+        }
+    }
+    if (shelvesOpen && !appsOpen && !anyShelfHasWindows)
+        rows.append({Kind::Hint, QStringLiteral("hint"), {}, {}, false, false, 0, false, false, {}, {}});
+    return rows;
 }
 
 void SidebarRowsModel::setCategories(const QList<tracking::WindowCategory> &visible)
 {
-    QList<Row> rows;
-    for (const tracking::WindowCategory &category : visible) {
-        rows.append({true, category.id, category.displayName, category.id, category.isShelf(),
-                     category.isCollapsed, int(category.windows.size()), false, false});
-        if (category.isCollapsed)
-            continue;
-        for (const tracking::WindowItem &w : category.windows) {
-            rows.append({false, w.id, w.windowTitle.isEmpty() ? w.appName : w.windowTitle, category.id,
-                         category.isShelf(), false, 0, w.isActive, w.isMinimized});
-        }
-    }
+    QList<Row> rows = rowsFor(visible);
     const bool sameShape =
         rows.size() == m_rows.size()
         && std::equal(rows.cbegin(), rows.cend(), m_rows.cbegin(), [](const Row &a, const Row &b) {
-               return a.isSection == b.isSection && a.id == b.id && a.sectionId == b.sectionId;
+               return a.kind == b.kind && a.id == b.id && a.sectionId == b.sectionId;
            });
     if (!sameShape) {
         beginResetModel();

@@ -8,7 +8,10 @@
 namespace orvella::sidebar {
 
 /**
- * One row per section header and per window of an expanded section, in display order. When
+ * One row per section header and per window of an expanded section, in display order, with
+ * the list's furniture between them: a title above the shelves and above the application
+ * sections, a placeholder in an expanded empty shelf, and the drag hint after the shelves
+ * while none holds a window. When
  * a new grouping keeps the same rows in the same order, only the changed roles of the
  * changed rows are announced, so a title change repaints one row and an unchanged refresh
  * nothing; any other change resets the model.
@@ -18,8 +21,9 @@ class SidebarRowsModel : public QAbstractListModel
     Q_OBJECT
 public:
     enum Role {
-        KindRole = Qt::UserRole + 1, ///< "section" or "window"
-        ItemIdRole,                  ///< the section's or the window's id
+        /// "section", "window", "label" (title is a text key), "placeholder" or "hint"
+        KindRole = Qt::UserRole + 1,
+        ItemIdRole, ///< the section's or the window's id
         TitleRole,
         SectionIdRole,
         IsShelfRole,
@@ -27,6 +31,8 @@ public:
         WindowCountRole,
         IsActiveRole,
         IsMinimizedRole,
+        IconIdRole, ///< the window whose application icon stands for the row; empty: none
+        SubtitleRole,
     };
     Q_ENUM(Role)
 
@@ -39,9 +45,10 @@ public:
     void setCategories(const QList<tracking::WindowCategory> &visible);
 
 private:
+    enum class Kind { Section, Window, Label, Placeholder, Hint };
     struct Row
     {
-        bool isSection = false;
+        Kind kind = Kind::Window;
         QString id;
         QString title;
         QString sectionId;
@@ -50,7 +57,10 @@ private:
         int windowCount = 0;
         bool isActive = false;
         bool isMinimized = false;
+        QString iconId;
+        QString subtitle;
     };
+    static QList<Row> rowsFor(const QList<tracking::WindowCategory> &visible);
     static QList<int> changedRoles(const Row &a, const Row &b);
 
     QList<Row> m_rows;

@@ -41,9 +41,15 @@ void TestSidebarRowsModel::changesAreAnnouncedExactly()
     QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
     QList<tracking::WindowCategory> sections{section("shelf-1", {"a", "b"}), section("app", {"c"}, true)};
     model.setCategories(sections);
-    // A collapsed section shows its header only.
-    QCOMPARE(model.rowCount(), 4);
-    QCOMPARE(model.index(3).data(SidebarRowsModel::WindowCountRole).toInt(), 1);
+    // Titles above the shelves and the applications; a collapsed section shows its header only.
+    const auto kinds = [&model] {
+        QStringList out;
+        for (int i = 0; i < model.rowCount(); ++i)
+            out << model.index(i).data(SidebarRowsModel::KindRole).toString();
+        return out;
+    };
+    QCOMPARE(kinds(), QStringList({"label", "section", "window", "window", "label", "section"}));
+    QCOMPARE(model.index(5).data(SidebarRowsModel::WindowCountRole).toInt(), 1);
 
     QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
     QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
@@ -53,14 +59,18 @@ void TestSidebarRowsModel::changesAreAnnouncedExactly()
     sections[0].windows[1].windowTitle = QStringLiteral("b renamed");
     model.setCategories(sections);
     QCOMPARE(changed.count(), 1);
-    QCOMPARE(changed[0][0].toModelIndex().row(), 2);
+    QCOMPARE(changed[0][0].toModelIndex().row(), 3);
     QCOMPARE(changed[0][2].value<QList<int>>(), (QList<int>{Qt::DisplayRole, SidebarRowsModel::TitleRole}));
     QCOMPARE(reset.count(), 0);
 
     sections[1].isCollapsed = false;
     model.setCategories(sections);
     QCOMPARE(reset.count(), 1);
-    QCOMPARE(model.index(4).data(SidebarRowsModel::TitleRole).toString(), QStringLiteral("c"));
+    QCOMPARE(model.index(6).data(SidebarRowsModel::TitleRole).toString(), QStringLiteral("c"));
+
+    // An empty shelf asks for windows, and while no shelf holds one the hint follows the shelves.
+    model.setCategories({section("shelf-1", {}), section("app", {"c"})});
+    QCOMPARE(kinds(), QStringList({"label", "section", "placeholder", "hint", "label", "section", "window"}));
 }
 
 QTEST_GUILESS_MAIN(TestSidebarRowsModel)
