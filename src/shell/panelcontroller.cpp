@@ -8,8 +8,8 @@
 #include "settings/appsettings.h"
 #include "shell/screenidentity.h"
 #include "shell/sidebarpanel.h"
-#include "shell/splitlayout.h"
 #include "sidebar/sidebarrowsmodel.h"
+#include "sidebar/splitlayout.h"
 #include "tracking/windowmanager.h"
 
 #include <QCursor>
@@ -111,7 +111,6 @@ void PanelController::launchSidebar()
 {
     if (m_panel)
         return;
-    m_rows->setCategories(m_manager.visibleCategories());
     m_panel = std::make_unique<SidebarPanel>(m_host.get(), *m_rows, m_manager, m_settings, m_viewObjects);
     connect(m_panel.get(), &SidebarPanel::pointerLeft, this, &PanelController::pointerLeftPanel);
     connect(m_panel.get(), &SidebarPanel::pointerEntered, this, [this] { m_autoHidePending.reset(); });
@@ -119,11 +118,30 @@ void PanelController::launchSidebar()
     updatePanelLayout();
 }
 
+void PanelController::refreshRows()
+{
+    namespace split = sidebar::splitLayout;
+    const QList<tracking::WindowCategory> visible = m_manager.visibleCategories();
+    QList<int> columns;
+    // Packed for the same height the panel was sized for: the view's smaller estimate then
+    // never asks for more columns than the panel has room for; a column taller than the list
+    // scrolls.
+    if (isSplitLayoutActive() && m_panel) {
+        columns = split::packColumns(visible, m_panel->frame().height(), split::Metrics::from(m_settings),
+                                     split::Estimate::View);
+    }
+    m_rows->setCategories(visible, columns);
+    if (m_panel)
+        m_panel->setColumns(columns.isEmpty() ? 1 : columns.last() + 1);
+}
+
 void PanelController::updatePanelLayout()
 {
     QScreen *screen = targetScreen();
-    if (!m_panel || !screen)
+    if (!m_panel || !screen) {
+        refreshRows();
         return;
+    }
     // The reserved edge shrinks the available area, so the panel's own edge comes from the
     // monitor's frame and only its height from the available area.
     const QRect frame = screen->geometry();
@@ -131,12 +149,11 @@ void PanelController::updatePanelLayout()
     const int columns = splitColumnCount(available.height());
     const double width = m_settings.sidebarWidth() * columns;
     const double x = isRight(m_settings) ? frame.x() + frame.width() - width : frame.x();
-    const QRectF target =
-        splitLayout::snapped(QRectF(x, available.y(), width, available.height()), screen->devicePixelRatio());
-    if (screen != m_panel->screen() || splitLayout::differs(target, m_panel->frame())) {
+    const QRectF target = sidebar::splitLayout::snapped(QRectF(x, available.y(), width, available.height()),
+                                                        screen->devicePixelRatio());
+    if (screen != m_panel->screen() || sidebar::splitLayout::differs(target, m_panel->frame()))
         m_panel->place(screen, target);
-        m_panel->setColumns(columns);
-    }
+    refreshRows();
     // Windows are kept clear of a shown panel only; ending that gives nudged windows back.
     m_manager.setSidebarPlacement(screen, width, m_settings.position(), shouldAvoidSidebar());
     m_panel->setReserved(shouldAvoidSidebar());
@@ -251,7 +268,6 @@ void PanelController::follow()
     tracking::WindowManager *manager = &m_manager;
     settings::AppSettings *settings = &m_settings;
     connect(manager, &tracking::WindowManager::categoriesChanged, this, [this] {
-        m_rows->setCategories(m_manager.visibleCategories());
         updateAutoSplitActivation(false);
         updatePanelLayout();
     });
@@ -330,8 +346,8 @@ bool PanelController::isSplitLayoutActive() const
 
 int PanelController::splitColumnCount(double height) const
 {
-    return splitLayout::columnCount(m_manager.visibleCategories(), height, isSplitLayoutActive(),
-                                    splitLayout::Metrics::from(m_settings));
+    return sidebar::splitLayout::columnCount(m_manager.visibleCategories(), height, isSplitLayoutActive(),
+                                             sidebar::splitLayout::Metrics::from(m_settings));
 }
 
 void PanelController::refreshAutoSplitTracking()

@@ -84,6 +84,8 @@ signals:
 
 private:
     void setShown(bool shown);
+    /// The list rows, packed into the split columns while the split layout is on.
+    void refreshRows();
     void follow();
     void onScreensChanged(const char *what);
     void checkFullscreenState();

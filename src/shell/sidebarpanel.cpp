@@ -5,6 +5,7 @@
 #include "logging.h"
 #include "settings/appsettings.h"
 #include "settings/localizationmanager.h"
+#include "sidebar/columnfilter.h"
 #include "sidebar/iconprovider.h"
 #include "tracking/windowmanager.h"
 
@@ -30,6 +31,9 @@ SidebarPanel::SidebarPanel(platform::PanelHost *host, QAbstractItemModel &rows,
     m_view->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
                      | Qt::WindowDoesNotAcceptFocus);
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+    static const int columnFilterType =
+        qmlRegisterType<sidebar::ColumnFilter>("Orvella", 1, 0, "ColumnFilter");
+    Q_UNUSED(columnFilterType)
     m_view->engine()->addImageProvider(QStringLiteral("orvella"), new sidebar::IconProvider(manager));
     QVariantMap properties = viewObjects;
     properties.insert(

@@ -32,8 +32,9 @@ IconProvider::IconProvider(const tracking::WindowManager &manager)
 
 QImage IconProvider::requestImage(const QString &id, QSize *size, const QSize &requestedSize)
 {
-    const QSize side = requestedSize.isValid() && !requestedSize.isEmpty() ? requestedSize
-                                                                            : QSize(kDefaultSide, kDefaultSide);
+    const QSize side = requestedSize.isValid() && !requestedSize.isEmpty()
+                           ? requestedSize
+                           : QSize(kDefaultSide, kDefaultSide);
     const QString kind = id.section(QLatin1Char('/'), 0, 0);
     QImage image;
     if (kind == QLatin1String("app")) {

@@ -31,6 +31,7 @@ QVariant SidebarRowsModel::data(const QModelIndex &index, int role) const
     case IsMinimizedRole: return row.isMinimized;
     case IconIdRole: return row.iconId;
     case SubtitleRole: return row.subtitle;
+    case ColumnRole: return row.column;
     default: return {};
     }
 }
@@ -47,7 +48,8 @@ QHash<int, QByteArray> SidebarRowsModel::roleNames() const
             {IsActiveRole, "isActive"},
             {IsMinimizedRole, "isMinimized"},
             {IconIdRole, "iconId"},
-            {SubtitleRole, "subtitle"}};
+            {SubtitleRole, "subtitle"},
+            {ColumnRole, "column"}};
 }
 
 QList<int> SidebarRowsModel::changedRoles(const Row &a, const Row &b)
@@ -67,24 +69,34 @@ QList<int> SidebarRowsModel::changedRoles(const Row &a, const Row &b)
         roles << IconIdRole;
     if (a.subtitle != b.subtitle)
         roles << SubtitleRole;
+    if (a.column != b.column)
+        roles << ColumnRole;
     return roles;
 }
 
-QList<SidebarRowsModel::Row> SidebarRowsModel::rowsFor(const QList<tracking::WindowCategory> &visible)
+QList<SidebarRowsModel::Row> SidebarRowsModel::rowsFor(const QList<tracking::WindowCategory> &visible,
+                                                       const QList<int> &columns)
 {
     QList<Row> rows;
-    const auto label = [&rows](const char *key) {
+    int column = 0; // the titles and the hint stand in the column of the section they introduce
+    const auto push = [&rows, &column](Row row) {
+        row.column = column;
+        rows.append(row);
+    };
+    const auto label = [&push](const char *key) {
         Row r;
         r.kind = Kind::Label;
         r.id = r.title = QString::fromLatin1(key);
-        rows.append(r);
+        push(r);
     };
     bool shelvesOpen = false;
     bool appsOpen = false;
     bool anyShelfHasWindows = false;
     for (const tracking::WindowCategory &category : visible)
         anyShelfHasWindows = anyShelfHasWindows || (category.isShelf() && !category.windows.isEmpty());
-    for (const tracking::WindowCategory &category : visible) {
+    for (qsizetype i = 0; i < visible.size(); ++i) {
+        const tracking::WindowCategory &category = visible[i];
+        column = columns.value(i, 0);
         if (category.isShelf() && !shelvesOpen) {
             shelvesOpen = true;
             label("section.myShelves");
@@ -92,50 +104,50 @@ QList<SidebarRowsModel::Row> SidebarRowsModel::rowsFor(const QList<tracking::Win
         if (!category.isShelf() && !appsOpen) {
             appsOpen = true;
             if (shelvesOpen && !anyShelfHasWindows)
-                rows.append(
-                    {Kind::Hint, QStringLiteral("hint"), {}, {}, false, false, 0, false, false, {}, {}});
+                push({Kind::Hint, QStringLiteral("hint"), {}, {}, false, false, 0, false, false, {}, {}});
             label("section.appWindows");
         }
         const QString firstWindow = category.windows.isEmpty() ? QString() : category.windows.first().id;
-        rows.append({Kind::Section,
-                     category.id,
-                     category.displayName,
-                     category.id,
-                     category.isShelf(),
-                     category.isCollapsed,
-                     int(category.windows.size()),
-                     false,
-                     false,
-                     category.isShelf() ? QString() : firstWindow,
-                     {}});
+        push({Kind::Section,
+              category.id,
+              category.displayName,
+              category.id,
+              category.isShelf(),
+              category.isCollapsed,
+              int(category.windows.size()),
+              false,
+              false,
+              category.isShelf() ? QString() : firstWindow,
+              {}});
         if (category.isCollapsed)
             continue;
         if (category.isShelf() && category.windows.isEmpty()) {
-            rows.append({Kind::Placeholder,
-                         category.id + QStringLiteral("/empty"),
-                         {},
-                         category.id,
-                         true,
-                         false,
-                         0,
-                         false,
-                         false,
-                         {},
-                         {}});
+            push({Kind::Placeholder,
+                  category.id + QStringLiteral("/empty"),
+                  {},
+                  category.id,
+                  true,
+                  false,
+                  0,
+                  false,
+                  false,
+                  {},
+                  {}});
         }
         for (const tracking::WindowItem &w : category.windows) {
-            rows.append({Kind::Window, w.id, w.windowTitle.isEmpty() ? w.appName : w.windowTitle, category.id,
-                         category.isShelf(), false, 0, w.isActive, w.isMinimized, w.id, w.appName});
+            push({Kind::Window, w.id, w.windowTitle.isEmpty() ? w.appName : w.windowTitle, category.id,
+                  category.isShelf(), false, 0, w.isActive, w.isMinimized, w.id, w.appName});
         }
     }
     if (shelvesOpen && !appsOpen && !anyShelfHasWindows)
-        rows.append({Kind::Hint, QStringLiteral("hint"), {}, {}, false, false, 0, false, false, {}, {}});
+        push({Kind::Hint, QStringLiteral("hint"), {}, {}, false, false, 0, false, false, {}, {}});
     return rows;
 }
 
-void SidebarRowsModel::setCategories(const QList<tracking::WindowCategory> &visible)
+void SidebarRowsModel::setCategories(const QList<tracking::WindowCategory> &visible,
+                                     const QList<int> &columns)
 {
-    QList<Row> rows = rowsFor(visible);
+    QList<Row> rows = rowsFor(visible, columns);
     const bool sameShape =
         rows.size() == m_rows.size()
         && std::equal(rows.cbegin(), rows.cend(), m_rows.cbegin(), [](const Row &a, const Row &b) {

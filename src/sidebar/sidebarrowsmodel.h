@@ -33,6 +33,7 @@ public:
         IsMinimizedRole,
         IconIdRole, ///< the window whose application icon stands for the row; empty: none
         SubtitleRole,
+        ColumnRole, ///< the split column the row's section was packed into; 0 in one column
     };
     Q_ENUM(Role)
 
@@ -42,7 +43,9 @@ public:
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    void setCategories(const QList<tracking::WindowCategory> &visible);
+    /// `columns` holds each section's split column (as splitLayout::packColumns gives them);
+    /// empty: one column.
+    void setCategories(const QList<tracking::WindowCategory> &visible, const QList<int> &columns = {});
 
 private:
     enum class Kind { Section, Window, Label, Placeholder, Hint };
@@ -59,8 +62,9 @@ private:
         bool isMinimized = false;
         QString iconId;
         QString subtitle;
+        int column = 0;
     };
-    static QList<Row> rowsFor(const QList<tracking::WindowCategory> &visible);
+    static QList<Row> rowsFor(const QList<tracking::WindowCategory> &visible, const QList<int> &columns);
     static QList<int> changedRoles(const Row &a, const Row &b);
 
     QList<Row> m_rows;

@@ -1,12 +1,15 @@
 // The panel's arithmetic: split columns and section heights, device-pixel snapping, and
 // finding the remembered monitor again.
 #include "shell/screenidentity.h"
-#include "shell/splitlayout.h"
+#include "sidebar/splitlayout.h"
 
 #include <QTest>
 
+#include <algorithm>
+
 using namespace orvella;
 using namespace orvella::shell;
+using namespace orvella::sidebar;
 
 namespace {
 
@@ -44,11 +47,12 @@ void TestPanelLayout::heights_data()
     QTest::addColumn<tracking::WindowCategory>("category");
     QTest::addColumn<bool>("subtitle");
     QTest::addColumn<double>("height");
-    // Defaults: header 12 + 2x3 + 18 = 36; row 10 + 2x3 + 16 = 32; cards add 18.
-    QTest::newRow("collapsed") << section("app", 5, true) << false << 48.0;
-    QTest::newRow("empty shelf") << section("shelf-1", 0) << false << 96.0;
-    QTest::newRow("three windows") << section("app", 3) << false << 36.0 + 96 + 18;
-    QTest::newRow("subtitles") << section("app", 2) << true << 36.0 + 88 + 18;
+    QTest::addColumn<double>("viewHeight");
+    // Defaults: header 12 + 2x3 + 18 = 36; row 10 + 2x3 + 16 = 32; cards add 18 for the panel.
+    QTest::newRow("collapsed") << section("app", 5, true) << false << 48.0 << 44.0;
+    QTest::newRow("empty shelf") << section("shelf-1", 0) << false << 96.0 << 88.0;
+    QTest::newRow("three windows") << section("app", 3) << false << 36.0 + 96 + 18 << 36.0 + 96 + 12;
+    QTest::newRow("subtitles") << section("app", 2) << true << 36.0 + 88 + 18 << 36.0 + 88 + 12;
 }
 
 void TestPanelLayout::heights()
@@ -56,9 +60,12 @@ void TestPanelLayout::heights()
     QFETCH(tracking::WindowCategory, category);
     QFETCH(bool, subtitle);
     QFETCH(double, height);
+    QFETCH(double, viewHeight);
     splitLayout::Metrics metrics;
     metrics.showSubtitle = subtitle;
     QCOMPARE(splitLayout::estimatedCategoryHeight(category, metrics), height);
+    QCOMPARE(splitLayout::estimatedCategoryHeight(category, metrics, splitLayout::Estimate::View),
+             viewHeight);
 }
 
 void TestPanelLayout::columns_data()
@@ -84,6 +91,12 @@ void TestPanelLayout::columns()
     QFETCH(bool, active);
     QFETCH(int, count);
     QCOMPARE(splitLayout::columnCount(sections, height, active, {}), count);
+    // The view packs with its smaller estimate: never more columns than the panel has.
+    if (active && !sections.isEmpty()) {
+        const QList<int> packed = splitLayout::packColumns(sections, height, {}, splitLayout::Estimate::View);
+        QVERIFY(packed.last() + 1 <= count);
+        QVERIFY(std::is_sorted(packed.cbegin(), packed.cend()));
+    }
 }
 
 void TestPanelLayout::snapping_data()

@@ -9,7 +9,7 @@ namespace orvella::settings {
 class AppSettings;
 }
 
-namespace orvella::shell::splitLayout {
+namespace orvella::sidebar::splitLayout {
 
 /// The list settings the height estimate depends on.
 struct Metrics
@@ -23,11 +23,19 @@ struct Metrics
     static Metrics from(const settings::AppSettings &settings);
 };
 
-/// A section's height for sizing the panel; deliberately more generous than the view's own
-/// packing estimate, so the panel is never narrower than the columns drawn in it.
-double estimatedCategoryHeight(const tracking::WindowCategory &category, const Metrics &metrics);
+/// Whom a height estimate is for: the panel's width is sized with a more generous estimate
+/// than the view packs its columns with, so the panel is never narrower than the columns.
+enum class Estimate { Panel, View };
 
-/// The columns the sections need on a screen whose visible height is `height`; 1 when the
+double estimatedCategoryHeight(const tracking::WindowCategory &category, const Metrics &metrics,
+                               Estimate estimate = Estimate::Panel);
+
+/// The column of each section, in order: a section goes to a new column when the one being
+/// filled already holds one and would grow past max(`height` - 8, 220). Order never changes.
+QList<int> packColumns(const QList<tracking::WindowCategory> &visible, double height, const Metrics &metrics,
+                       Estimate estimate);
+
+/// The columns the panel needs on a screen whose visible height is `height`; 1 when the
 /// split layout is off or nothing is shown.
 int columnCount(const QList<tracking::WindowCategory> &visible, double height, bool splitActive,
                 const Metrics &metrics);
@@ -39,4 +47,4 @@ QRectF snapped(const QRectF &frame, double scale);
 /// are not worth a redraw.
 bool differs(const QRectF &a, const QRectF &b);
 
-} // namespace orvella::shell::splitLayout
+} // namespace orvella::sidebar::splitLayout
