@@ -300,7 +300,6 @@ void TestTileGeometry::newWindowShortcuts_data()
     QTest::newRow("VS Code as packaged on Linux") << "code" << true << "Ctrl+Shift+N";
     QTest::newRow("terminal") << "org.gnome.Terminal" << true << "Ctrl+Shift+N";
     QTest::newRow("terminal, id in another case") << "Alacritty" << true << "Ctrl+Shift+N";
-    QTest::newRow("editor opening tabs on Ctrl+N") << "org.gnome.TextEditor" << true << "Ctrl+Shift+N";
     QTest::newRow("anyone else") << "org.mozilla.firefox" << false << "Ctrl+N";
     QTest::newRow("no identifier") << "" << false << "Ctrl+N";
 }

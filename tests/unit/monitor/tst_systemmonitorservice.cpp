@@ -43,15 +43,13 @@ class TestSystemMonitorService : public QObject
 private slots:
     void init();
     void firstPollSinceBootThenSincePrevious();
-    void historiesKeepTheLatest60();
-    void implausibleTemperaturesLeaveTheHistory();
+    void historiesKeepTheLatest60AndNoImplausibleTemperature();
     void pausedPollsSampleNothing();
     void startStopRestart();
     void diskIsReadAtMostEvery30Seconds();
-    void externalAddressFetchedOnce();
     void externalAddressAnswers_data();
     void externalAddressAnswers();
-    void stopCancelsTheAddressRequest();
+    void externalAddressIsAskedForUntilAnswered();
 
 private:
     // Starts the service and waits for the immediate poll's publication.
@@ -108,20 +106,15 @@ void TestSystemMonitorService::firstPollSinceBootThenSincePrevious()
 
     QTest::ignoreMessage(QtInfoMsg, "[OV] SystemMonitorService started (interval=3.0s)");
     startAndWaitForFirstSample(service);
-    QCOMPARE(service.cpuUsage(), 25.0); // since boot
-    QCOMPARE(service.memoryTotalGB(), 16088332.0 / 1048576);
-    QCOMPARE(service.memoryCompressedGB(), 0.5);
-    QCOMPARE(service.swapUsedBytes(), quint64(1048576) * 1024);
+    // The cpu load is since boot; each figure is the reading of its own field.
+    QCOMPARE((QList<double>{service.cpuUsage(), service.memoryTotalGB() * 1048576,
+                            service.memoryCompressedGB(), double(service.swapUsedBytes()),
+                            service.cpuTemperature(), service.uptime(), service.batteryLevel(),
+                            double(service.batteryCapacityMAh()), double(service.adapterWatts())}),
+             (QList<double>{25, 16088332, 0.5, 1073741824, 52, 93784.52, 80, 5208, 65}));
     QCOMPARE(service.diskName(), QStringLiteral("home"));
-    QVERIFY(service.diskTotalGB() > 0);
+    QVERIFY(service.diskTotalGB() > 0 && service.isCharging() && service.isPluggedIn());
     QCOMPARE(service.networkDownSpeed(), quint64(0)); // no previous totals yet
-    QCOMPARE(service.cpuTemperature(), 52.0);
-    QCOMPARE(service.uptime(), 93784.52);
-    QCOMPARE(service.batteryLevel(), 80.0);
-    QCOMPARE(service.batteryCapacityMAh(), 5208);
-    QVERIFY(service.isCharging());
-    QVERIFY(service.isPluggedIn());
-    QCOMPARE(service.adapterWatts(), 65);
 
     writeFile(m_root + QStringLiteral("/proc/stat"), procStat(190, 310));
     advanceAndWait(service, 3s);
@@ -129,7 +122,7 @@ void TestSystemMonitorService::firstPollSinceBootThenSincePrevious()
     QCOMPARE(service.cpuHistory(), (QList<double>{25.0, 90.0}));
 }
 
-void TestSystemMonitorService::historiesKeepTheLatest60()
+void TestSystemMonitorService::historiesKeepTheLatest60AndNoImplausibleTemperature()
 {
     writeFile(m_root + QStringLiteral("/proc/stat"), procStat(0, 0));
     SystemMonitorService service(m_facts, QUrl(), *m_clock);
@@ -147,21 +140,15 @@ void TestSystemMonitorService::historiesKeepTheLatest60()
     for (int i = 0; i < history.size(); ++i)
         QCOMPARE(history[i], double(i + 1));
     QCOMPARE(service.temperatureHistory().size(), SystemMonitorService::temperatureHistoryMax);
-}
 
-// Which sensor counts is the readers' test; here, that a poll without one leaves the history alone.
-void TestSystemMonitorService::implausibleTemperaturesLeaveTheHistory()
-{
-    SystemMonitorService service(m_facts, QUrl(), *m_clock);
-    startAndWaitForFirstSample(service);
-    QCOMPARE(service.temperatureHistory(), QList<double>{52.0});
+    // Which sensor counts is the readers' test; a poll without one leaves that history alone.
     for (const char *sensor :
          {"hwmon/hwmon4/temp1_input", "thermal/thermal_zone0/temp", "thermal/thermal_zone10/temp"})
         writeFile(m_root + QStringLiteral("/sys/class/") + QLatin1String(sensor), "140000\n");
     advanceAndWait(service, 3s);
     QCOMPARE(service.cpuTemperature(), 0.0);
-    QCOMPARE(service.temperatureHistory(), QList<double>{52.0});
-    QCOMPARE(service.cpuHistory().size(), 2);
+    QCOMPARE(service.temperatureHistory(), QList<double>(SystemMonitorService::temperatureHistoryMax, 52.0));
+    QCOMPARE(service.cpuHistory().constLast(), 0.0);
 }
 
 void TestSystemMonitorService::pausedPollsSampleNothing()
@@ -230,21 +217,6 @@ void TestSystemMonitorService::diskIsReadAtMostEvery30Seconds()
     QCOMPARE(service.diskName(), QStringLiteral("Home Files"));
 }
 
-void TestSystemMonitorService::externalAddressFetchedOnce()
-{
-    LoopbackServer server;
-    QVERIFY(server.listen());
-    server.answer = "  203.0.113.7\r\n";
-    SystemMonitorService service(m_facts, QUrl(server.url()), *m_clock);
-    QSignalSpy changed(&service, &SystemMonitorService::externalIPChanged);
-    QVERIFY(changed.wait(5000));
-    QCOMPARE(service.externalIP(), QStringLiteral("203.0.113.7"));
-    startAndWaitForFirstSample(service);
-    advanceAndWait(service, 6s, 2);
-    QCOMPARE(server.requests.size(), 1);
-    QCOMPARE(service.externalIP(), QStringLiteral("203.0.113.7"));
-}
-
 void TestSystemMonitorService::externalAddressAnswers_data()
 {
     QTest::addColumn<QByteArray>("answer");
@@ -254,15 +226,11 @@ void TestSystemMonitorService::externalAddressAnswers_data()
     QTest::newRow("IPv4-mapped IPv6") << QByteArray("::ffff:192.0.2.1") << "::ffff:192.0.2.1";
     QTest::newRow("nothing") << QByteArray(" \n") << "";
     QTest::newRow("short IPv4") << QByteArray("127.1") << "";
-    QTest::newRow("hex IPv4") << QByteArray("0x7f.0.0.1") << "";
     QTest::newRow("leading zero") << QByteArray("010.0.0.1") << "";
     QTest::newRow("out of range") << QByteArray("256.0.0.1") << "";
     QTest::newRow("scope id") << QByteArray("fe80::1%eth0") << "";
     QTest::newRow("port") << QByteArray("203.0.113.7:443") << "";
-    QTest::newRow("brackets") << QByteArray("[2001:db8::1]") << "";
-    QTest::newRow("two addresses") << QByteArray("203.0.113.7 198.51.100.1") << "";
     QTest::newRow("embedded NUL") << QByteArray("203.0.113.7\0", 12) << "";
-    QTest::newRow("terminal escape") << QByteArray("\x1b[2J203.0.113.7") << "";
     QTest::newRow("captive portal") << QByteArray("<html>Your address: 203.0.113.7</html>") << "";
     QTest::newRow("past the limit")
         << QByteArray("203.0.113.7").append(QByteArray(platform::kExternalAddressMaxBytes, ' ')) << "";
@@ -275,7 +243,9 @@ void TestSystemMonitorService::externalAddressAnswers()
     QCOMPARE(platform::parseExternalAddress(answer).value_or(QString()), address);
 }
 
-void TestSystemMonitorService::stopCancelsTheAddressRequest()
+// Asked for at construction and never again once answered; a stop cancels a request
+// still under way, and the next start asks again.
+void TestSystemMonitorService::externalAddressIsAskedForUntilAnswered()
 {
     LoopbackServer server;
     QVERIFY(server.listen());
@@ -287,9 +257,15 @@ void TestSystemMonitorService::stopCancelsTheAddressRequest()
     QSignalSpy closed(server.findChild<QTcpSocket *>(), &QTcpSocket::disconnected);
     service.stop();
     QVERIFY(closed.wait(5000));
-    // Never answered, so the next start asks again.
+
+    server.silent = false;
+    server.answer = "  203.0.113.7\r\n";
     startAndWaitForFirstSample(service);
-    QTRY_COMPARE(server.requests.size(), 2);
+    QTRY_COMPARE(service.externalIP(), QStringLiteral("203.0.113.7"));
+    advanceAndWait(service, 6s, 2);
+    service.restart(3);
+    advanceAndWait(service, 0ms);
+    QCOMPARE(server.requests.size(), 2);
 }
 
 QTEST_GUILESS_MAIN(TestSystemMonitorService)

@@ -1,10 +1,9 @@
-// Telemetry: its pure rules (event JSON, download attribution, internal state, channel,
+// Telemetry: its pure rules (download attribution, internal state, channel,
 // endpoint), and against a real HTTP server on loopback: delivery, failed answers, the
 // backlog, attribution from real extended attributes, and a process killed mid-way.
 #include "loopbackserver.h"
 #include "platform/preferencesstore.h"
 #include "services/installattribution.h"
-#include "services/telemetryevent.h"
 #include "services/telemetryservice.h"
 
 #include <QDir>
@@ -82,7 +81,6 @@ class TestTelemetryService : public QObject
     Q_OBJECT
 private slots:
     void init();
-    void eventJson();
     void attribution_data();
     void attribution();
     void attributionCache();
@@ -145,31 +143,6 @@ void TestTelemetryService::start(const TelemetryService::Options &options, std::
         *flushed = finished.first().first().toBool();
 }
 
-// Every optional field set, a quote to escape; firstLaunchDelivered covers the event without them.
-void TestTelemetryService::eventJson()
-{
-    services::TelemetryEvent update;
-    update.installID = QStringLiteral("0f8fad5b-d9cb-469f-a165-70867728950e");
-    update.event = QStringLiteral("app_update");
-    update.version = QStringLiteral("1.3");
-    update.previousVersion = QStringLiteral("1.2");
-    update.channel = QStringLiteral("direct");
-    update.platform = QStringLiteral("linux");
-    update.timestamp = QStringLiteral("2026-03-01T09:30:00Z");
-    update.attribution = InstallAttribution{"download_url", "orvella.app", "/get/Orvella.AppImage", "orvella",
-                                            "news",         std::nullopt,  "spring \"26\""};
-    update.isInternal = true;
-    update.internalReason = QStringLiteral("marker_file");
-    QCOMPARE(
-        update.toJson(),
-        QByteArray(
-            R"({"channel":"direct","event":"app_update","install_id":"0f8fad5b-d9cb-469f-a165-)"
-            R"(70867728950e","internal_reason":"marker_file","is_internal":true,"platform":"linux",)"
-            R"("previous_version":"1.2","source_host":"orvella.app","source_path":"/get/Orvella.AppImage",)"
-            R"("source_slug":"orvella","source_type":"download_url","timestamp":"2026-03-01T09:30:00Z",)"
-            R"("utm_campaign":"spring \"26\"","utm_source":"news","version":"1.3"})"));
-}
-
 void TestTelemetryService::attribution_data()
 {
     QTest::addColumn<QStringList>("urls");
@@ -205,40 +178,23 @@ void TestTelemetryService::attribution_data()
     row("nothing usable on a direct install", {"http://example.org/x"}, "direct",
         R"({"source_type":"direct_channel"})");
     row("nothing at all from homebrew", {}, "homebrew", R"({"source_type":"homebrew_channel"})");
-    row("a page before our disk image before another site's",
-        {"https://mirror.example/Orvella.dmg", "https://orvella.app/Orvella.dmg",
-         "https://news.example/reviews/orvella/"},
-        "unknown",
-        R"({"source_host":"news.example","source_path":"/reviews/orvella/","source_slug":"orvella",)"
-        R"("source_type":"referrer_page"})");
     row("our disk image before another site's",
         {"https://mirror.example/Orvella.dmg", "https://www.orvella.app/Orvella.dmg"}, "unknown",
         R"({"source_host":"www.orvella.app","source_path":"/Orvella.dmg","source_slug":"orvella",)"
         R"("source_type":"download_url"})");
-    // Linux packages rank as the disk image does.
-    row("a page before our package before another site's",
+    // A page ranks first, then our own download, then another site's.
+    row("a page before our package before another site's package",
         {"https://mirror.example/orvella_1.3_amd64.deb", "https://orvella.app/Orvella-1.3.x86_64.rpm",
          "https://news.example/reviews/orvella/"},
         "unknown",
         R"({"source_host":"news.example","source_path":"/reviews/orvella/","source_slug":"orvella",)"
         R"("source_type":"referrer_page"})");
-    row("our AppImage before another site's tarball",
-        {"https://mirror.example/pub/orvella-1.3.tar.bz2", "https://orvella.app/get/Orvella-x86_64.AppImage"},
-        "unknown",
-        R"({"source_host":"orvella.app","source_path":"/get/Orvella-x86_64.AppImage",)"
-        R"("source_slug":"orvella-x86_64","source_type":"download_url"})");
     row("another site's tarball, any compression",
         {"https://mirror.example/pub/orvella-1.3.tar.bz2",
          "https://flathub.example/app.orvella.Orvella.flatpakref"},
         "unknown",
         R"({"source_host":"mirror.example","source_path":"/pub/orvella-1.3.tar.bz2","source_slug":"orvella-1-3",)"
         R"("source_type":"download_url"})");
-    row("our Flatpak reference before another site's",
-        {"https://dl.flathub.example/repo/app.orvella.Orvella.flatpakref",
-         "https://orvella.app/get/app.orvella.Orvella.flatpakref"},
-        "unknown",
-        R"({"source_host":"orvella.app","source_path":"/get/app.orvella.Orvella.flatpakref",)"
-        R"("source_slug":"app-orvella-orvella","source_type":"download_url"})");
     row("equal priority keeps the stored order", {"https://b.example/first", "https://a.example/second"},
         "unknown",
         R"({"source_host":"b.example","source_path":"/first","source_slug":"first","source_type":"referrer_page"})");
