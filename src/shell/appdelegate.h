@@ -41,6 +41,7 @@ class UsageTracker;
 namespace orvella::shell {
 
 class PanelController;
+class SettingsWindow;
 class TrayIcon;
 
 /// What the application runs on: the real session in main(), a simulated one in tests.
@@ -83,6 +84,7 @@ public:
     services::UpdaterService &updaterService() { return *m_updaterService; }
     services::UsageTracker &usageTracker() { return *m_usageTracker; }
     monitor::SystemMonitorService &systemMonitor() { return *m_systemMonitor; }
+    services::TelemetryService &telemetryService() { return *m_telemetryService; }
     platform::PreferencesStore &store() { return *m_parts.store; }
     /// Absent when the session offers no way to act on windows.
     platform::WindowControl *windowControl() const { return m_parts.control.get(); }
@@ -108,6 +110,10 @@ public:
     bool shouldPresentWhatsNewOnLaunch() const;
     void markWhatsNewShownForCurrentVersion();
     void openWhatsNew();
+    /// The settings window, built on first use and raised after.
+    void openSettings();
+    /// Null until the settings window is first opened.
+    SettingsWindow *settingsWindow() const { return m_settingsWindow.get(); }
 
     void maybeRevealSidebarAfterLaunch(const QList<tracking::WindowItem> &windows);
     /// Whether another process shows a window of a usable size on the current desktop.
@@ -146,7 +152,6 @@ private:
     void followSystemMonitorDisplay();
     void presentWhatsNewIfPending();
     void announceMilestone();
-    void openSettings() {} // the settings window
 
     AppParts m_parts;
     platform::Scheduler &m_scheduler;
@@ -159,6 +164,7 @@ private:
     std::unique_ptr<monitor::SystemMonitorService> m_systemMonitor;
     std::unique_ptr<TrayIcon> m_trayIcon;
     std::unique_ptr<PanelController> m_panel;
+    std::unique_ptr<SettingsWindow> m_settingsWindow;
     QPointer<QWidget> m_permissionWindow;
     QPointer<QWidget> m_whatsNewWindow;
     quint64 m_pollGeneration = 0; ///< 0: not polling; a new value cancels the running poll
