@@ -2,9 +2,9 @@
 #include "shell/settingswindow.h"
 
 #include "logging.h"
+#include "monitor/systemmonitorservice.h"
 #include "platform/urlopener.h"
 #include "platform/x11/x11sessionfacts.h"
-#include "monitor/systemmonitorservice.h"
 #include "services/telemetryservice.h"
 #include "settings/appsettings.h"
 #include "settings/localizationmanager.h"

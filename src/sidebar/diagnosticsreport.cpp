@@ -46,7 +46,8 @@ QString DiagnosticsReport::compose(bool includeWindowTitles) const
         if (!title.trimmed().isEmpty())
             titles.append(title);
     }
-    std::sort(titles.begin(), titles.end(), [](const QString &a, const QString &b) { return a.size() > b.size(); });
+    std::sort(titles.begin(), titles.end(),
+              [](const QString &a, const QString &b) { return a.size() > b.size(); });
     if (includeWindowTitles) {
         lines << QString() << QStringLiteral("Windows:");
         for (const QString &title : windowTitles)

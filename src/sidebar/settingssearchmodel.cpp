@@ -138,20 +138,13 @@ QVariant SettingsSearchModel::data(const QModelIndex &index, int role) const
 
 QHash<int, QByteArray> SettingsSearchModel::roleNames() const
 {
-    return {{PageRole, "page"},
-            {PageTitleRole, "pageTitle"},
-            {KindRole, "kind"},
-            {PropertyRole, "setting"},
-            {TitleRole, "title"},
-            {DescriptionRole, "description"},
-            {ValuesRole, "values"},
-            {LabelsRole, "labels"},
-            {MinimumRole, "minimum"},
-            {MaximumRole, "maximum"},
-            {StepRole, "step"},
-            {AutoPropertyRole, "autoProperty"},
-            {NoteWhenRole, "noteWhen"},
-            {NoteRole, "note"}};
+    return {{PageRole, "page"},         {PageTitleRole, "pageTitle"},
+            {KindRole, "kind"},         {PropertyRole, "setting"},
+            {TitleRole, "title"},       {DescriptionRole, "description"},
+            {ValuesRole, "values"},     {LabelsRole, "labels"},
+            {MinimumRole, "minimum"},   {MaximumRole, "maximum"},
+            {StepRole, "step"},         {AutoPropertyRole, "autoProperty"},
+            {NoteWhenRole, "noteWhen"}, {NoteRole, "note"}};
 }
 
 } // namespace orvella::sidebar
