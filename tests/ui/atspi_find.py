@@ -3,6 +3,7 @@
 
     atspi_find.py APP ROLE NAME [--timeout SECONDS]   -> "x y width height", exit 0
     atspi_find.py APP --dump                          -> the tree, one "role | name" a line
+    atspi_find.py APP --names ROLE                    -> the names of showing controls of ROLE
 
 ROLE is an AT-SPI role name as Atspi spells it ("push button", "radio button", "combo box",
 "check box", "label", ...); NAME is matched exactly. Only showing controls count. Exit 1 when
@@ -50,6 +51,12 @@ def main(argv):
         app = application(argv[1])
         for node, depth in walk(app) if app else []:
             print("  " * depth + "%s | %s" % (node.get_role_name(), node.get_name()))
+        return 0 if app else 1
+    if len(argv) >= 4 and argv[2] == "--names":
+        app = application(argv[1])
+        for node, _ in walk(app) if app else []:
+            if node.get_role_name() == argv[3] and showing(node):
+                print(node.get_name())
         return 0 if app else 1
     if len(argv) < 4:
         print(__doc__, file=sys.stderr)

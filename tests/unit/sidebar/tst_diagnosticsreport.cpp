@@ -25,8 +25,8 @@ void TestDiagnosticsReport::windowTitlesOnlyWhenAskedFor()
     sidebar::DiagnosticsReport report;
     report.version = QStringLiteral("1.2.3");
     report.windowTitles = {QStringLiteral("Mail"), QStringLiteral("Mail — Inbox (3)"), QString()};
-    report.logLines = {QStringLiteral("focus \"Mail — Inbox (3)\" done"), QStringLiteral("title Mail changed"),
-                       QStringLiteral("refresh() — windows: 2")};
+    report.logLines = {QStringLiteral("focus \"Mail — Inbox (3)\" done"),
+                       QStringLiteral("title Mail changed"), QStringLiteral("refresh() — windows: 2")};
 
     const QString hidden = report.compose(false);
     QVERIFY(!hidden.contains(QStringLiteral("Mail")));

@@ -33,9 +33,10 @@ void TestSettingsSearch::everyEntryNamesARealSettingAndRealTexts()
         QCOMPARE(e.values.size(), e.labelKeys.size());
         if (unbound.contains(e.kind))
             continue;
-        const QStringList properties = e.kind == QLatin1String("color")
-                                           ? QStringList{e.property + QStringLiteral("Light"), e.property + QStringLiteral("Dark")}
-                                           : QStringList{e.property};
+        const QStringList properties =
+            e.kind == QLatin1String("color")
+                ? QStringList{e.property + QStringLiteral("Light"), e.property + QStringLiteral("Dark")}
+                : QStringList{e.property};
         for (const QString &p : properties + QStringList{e.autoProperty}) {
             if (!p.isEmpty())
                 QVERIFY2(meta.indexOfProperty(p.toLatin1()) >= 0, qPrintable(p));
@@ -49,14 +50,22 @@ void TestSettingsSearch::search_data()
     QTest::addColumn<QString>("query");
     QTest::addColumn<QStringList>("shown");
     const QStringList fonts{"headerFontSize", "fontSize"};
-    QTest::newRow("english") << "en" << "font" << fonts;
-    QTest::newRow("case and spaces") << "en" << "  FONT " << fonts;
-    QTest::newRow("german") << "de" << "schriftgröße" << fonts;
-    QTest::newRow("japanese") << "ja" << "フォント" << fonts;
-    QTest::newRow("english word in german") << "de" << "font" << QStringList();
-    QTest::newRow("accents aside") << "fr" << "apercu" << QStringList{"windowPreviewSize", "systemMonitorMetrics"};
-    QTest::newRow("choice label") << "en" << "with the pointer" << QStringList{"sidebarScreen"};
-    QTest::newRow("nothing") << "en" << "xyzzy" << QStringList();
+    QTest::newRow("english") << "en"
+                             << "font" << fonts;
+    QTest::newRow("case and spaces") << "en"
+                                     << "  FONT " << fonts;
+    QTest::newRow("german") << "de"
+                            << "schriftgröße" << fonts;
+    QTest::newRow("japanese") << "ja"
+                              << "フォント" << fonts;
+    QTest::newRow("english word in german") << "de"
+                                            << "font" << QStringList();
+    QTest::newRow("accents aside") << "fr"
+                                   << "apercu" << QStringList{"windowPreviewSize", "systemMonitorMetrics"};
+    QTest::newRow("choice label") << "en"
+                                  << "with the pointer" << QStringList{"sidebarScreen"};
+    QTest::newRow("nothing") << "en"
+                             << "xyzzy" << QStringList();
 }
 
 void TestSettingsSearch::search()
