@@ -19,7 +19,9 @@
 #include <QKeySequence>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
+#include <QQmlProperty>
 #include <QQuickWindow>
+#include <QTimer>
 
 namespace orvella::shell {
 
@@ -48,8 +50,24 @@ void SettingsWindow::build()
     context->setContextProperty(QStringLiteral("bridge"), this);
     context->setContextProperty(QStringLiteral("systemMonitor"), &m_app.systemMonitor());
     m_engine->load(QUrl(QStringLiteral("qrc:/qml/settings/SettingsWindow.qml")));
-    if (!window())
+    if (QQuickWindow *w = window())
+        QQmlProperty(w, QStringLiteral("anyVisible")).connectNotifySignal(this, SLOT(releaseWhenHidden()));
+    else
         qCWarning(lcShell) << "[OV] the settings window failed to load";
+}
+
+void SettingsWindow::releaseWhenHidden()
+{
+    // The sidebar runs all day and the settings are opened now and then: a closed window
+    // gives its QML engine's memory back. Deferred, because the engine is still delivering
+    // the signal that got us here.
+    QTimer::singleShot(0, this, [this] {
+        QQuickWindow *w = window();
+        if (!w || w->property("anyVisible").toBool())
+            return;
+        m_engine.reset();
+        m_search.reset();
+    });
 }
 
 QQuickWindow *SettingsWindow::window() const

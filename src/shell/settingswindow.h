@@ -74,6 +74,9 @@ public:
 signals:
     void hotkeyConflictChanged();
 
+private slots:
+    void releaseWhenHidden();
+
 private:
     void build();
 

@@ -53,7 +53,10 @@ private:
     void startWith(const QJsonObject &preferences);
     QString helper(const QStringList &arguments, int *status = nullptr);
     QRect find(const QString &role, const QString &name, int timeoutSeconds = 10);
-    QStringList showing(const QString &role) { return helper({"--names", role}).split(u'\n', Qt::SkipEmptyParts); }
+    QStringList showing(const QString &role)
+    {
+        return helper({"--names", role}).split(u'\n', Qt::SkipEmptyParts);
+    }
     void click(const QRect &r);
     void xdotool(const QStringList &arguments);
     QJsonObject preferences() const;
@@ -120,7 +123,8 @@ QString TestSettingsUi::helper(const QStringList &arguments, int *status)
 {
     QProcess p;
     p.setProcessEnvironment(m_env);
-    p.start(QStringLiteral("/usr/bin/python3"), QStringList{QStringLiteral(ORVELLA_ATSPI_FIND), "orvella"} + arguments);
+    p.start(QStringLiteral("/usr/bin/python3"),
+            QStringList{QStringLiteral(ORVELLA_ATSPI_FIND), "orvella"} + arguments);
     p.waitForFinished(90000);
     if (status)
         *status = p.exitCode();
@@ -149,7 +153,8 @@ void TestSettingsUi::xdotool(const QStringList &arguments)
 void TestSettingsUi::click(const QRect &r)
 {
     QVERIFY2(!r.isEmpty(), "the control to click is not on screen");
-    xdotool({"mousemove", "--sync", QString::number(r.center().x()), QString::number(r.center().y()), "click", "1"});
+    xdotool({"mousemove", "--sync", QString::number(r.center().x()), QString::number(r.center().y()), "click",
+             "1"});
 }
 
 QJsonObject TestSettingsUi::preferences() const
@@ -178,16 +183,20 @@ void TestSettingsUi::germanRelabelsTheWindowLive()
     click(find(QStringLiteral("combo box"), QStringLiteral("Language")));
     const QString deutsch = settings::appLanguage::displayName(settings::AppLanguage::de);
     click(find(QStringLiteral("menu item"), deutsch));
-    QTRY_COMPARE_WITH_TIMEOUT(preferences().value(QStringLiteral("appLanguage")).toString(), QStringLiteral("de"),
-                              testsupport::kWaitMs);
-    QVERIFY(!find(QStringLiteral("frame"), text(settings::AppLanguage::de, "settings.windowTitle")).isEmpty());
-    QVERIFY(!find(QStringLiteral("list item"), text(settings::AppLanguage::de, "settings.page.appearance")).isEmpty());
-    QVERIFY(!find(QStringLiteral("check box"), text(settings::AppLanguage::de, "settings.autoHide")).isEmpty());
+    QTRY_COMPARE_WITH_TIMEOUT(preferences().value(QStringLiteral("appLanguage")).toString(),
+                              QStringLiteral("de"), testsupport::kWaitMs);
+    QVERIFY(
+        !find(QStringLiteral("frame"), text(settings::AppLanguage::de, "settings.windowTitle")).isEmpty());
+    QVERIFY(!find(QStringLiteral("list item"), text(settings::AppLanguage::de, "settings.page.appearance"))
+                 .isEmpty());
+    QVERIFY(
+        !find(QStringLiteral("check box"), text(settings::AppLanguage::de, "settings.autoHide")).isEmpty());
 }
 
 void TestSettingsUi::resetAsksFirstThenRestoresDefaults()
 {
-    startWith({{QStringLiteral("sidebarPosition"), QStringLiteral("right")}, {QStringLiteral("fontSize"), 14}});
+    startWith(
+        {{QStringLiteral("sidebarPosition"), QStringLiteral("right")}, {QStringLiteral("fontSize"), 14}});
     click(find(QStringLiteral("list item"), QStringLiteral("About")));
     click(find(QStringLiteral("push button"), QStringLiteral("Reset to Defaults")));
     const QRect confirm = find(QStringLiteral("push button"), QStringLiteral("Reset"));
@@ -218,7 +227,7 @@ void TestSettingsUi::screenshotsOfEveryPage()
 {
     QVERIFY(QDir().mkpath(QStringLiteral(ORVELLA_SCREENSHOTS)));
     const char *pages[] = {"settings.page.general", "settings.page.appearance", "settings.page.previews",
-                           "sysmon.title", "settings.page.privacy", "settings.page.about"};
+                           "sysmon.title",          "settings.page.privacy",    "settings.page.about"};
     for (const char *code : {"en", "de", "ja"}) {
         for (const char *mode : {"light", "dark"}) {
             startWith({{QStringLiteral("appLanguage"), QString::fromLatin1(code)},
@@ -233,7 +242,8 @@ void TestSettingsUi::screenshotsOfEveryPage()
                                                   QStringLiteral("title"), QStringLiteral("monitor")));
                 QProcess shot;
                 shot.setProcessEnvironment(m_env);
-                shot.start(QStringLiteral("sh"), {"-c", "xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng > \"$0\"", file});
+                shot.start(QStringLiteral("sh"),
+                           {"-c", "xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng > \"$0\"", file});
                 QVERIFY(shot.waitForFinished(30000));
                 QVERIFY2(QFileInfo(file).size() > 10000, qPrintable(file));
             }

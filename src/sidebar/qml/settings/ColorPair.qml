@@ -22,7 +22,9 @@ RowLayout {
         Accessible.name: pair.title + ": " + text
     }
     Repeater {
-        model: [["Light", "settings.appearanceMode.light"], ["Dark", "settings.appearanceMode.dark"]]
+        // Each swatch sits on its appearance's background, so translucent colours show as
+        // they will on the sidebar.
+        model: [["Light", "settings.appearanceMode.light", "#f6f6f6"], ["Dark", "settings.appearanceMode.dark", "#26262a"]]
         RowLayout {
             required property var modelData
             readonly property string property: pair.setting + modelData[0]
@@ -34,11 +36,16 @@ RowLayout {
                 implicitHeight: 26
                 Accessible.name: pair.title + " (" + pair.window.t(modelData[1]) + ")"
                 Accessible.description: String(appSettings[parent.property])
-                // A checkerboard would be nicer; a frame shows translucent colours well enough.
                 contentItem: Rectangle {
-                    color: appSettings[swatch.parent.property]
+                    color: swatch.parent.modelData[2]
                     border.color: pair.window.palette.mid
                     radius: 3
+                    Rectangle {
+                        anchors.fill: parent
+                        anchors.margins: 1
+                        radius: 2
+                        color: appSettings[swatch.parent.property]
+                    }
                 }
                 onClicked: {
                     dialog.selectedColor = appSettings[parent.property]

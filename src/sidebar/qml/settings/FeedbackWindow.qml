@@ -41,6 +41,7 @@ ApplicationWindow {
                 id: message
                 placeholderText: feedback.owner.t("feedback.writeHere")
                 wrapMode: TextEdit.Wrap
+                background: Rectangle { color: feedback.palette.base; border.color: feedback.palette.mid }
                 Accessible.name: feedback.owner.t("feedback.writeHere")
             }
         }

@@ -11,6 +11,7 @@ RowLayout {
     function label(name) { return name === custom ? window.t("settings.colorScheme.custom") : name }
 
     Button {
+        implicitWidth: 32
         text: "‹"
         Accessible.name: picker.window.t("settings.colorScheme.prevHelp")
         ToolTip.visible: hovered
@@ -25,6 +26,7 @@ RowLayout {
         Accessible.name: picker.window.t("settings.colorScheme")
     }
     Button {
+        implicitWidth: 32
         text: "›"
         Accessible.name: picker.window.t("settings.colorScheme.nextHelp")
         ToolTip.visible: hovered

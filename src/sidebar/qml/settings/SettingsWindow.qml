@@ -14,6 +14,9 @@ ApplicationWindow {
     function t(key) { return l10n.language, l10n.string(key) }
     title: t("settings.windowTitle")
 
+    // While neither this window nor the feedback window shows, the application lets go of both.
+    readonly property bool anyVisible: visible || feedback.visible
+
     function openFeedback() {
         feedback.show()
         feedback.raise()
@@ -26,9 +29,8 @@ ApplicationWindow {
     Palette { id: darkPalette; window: "#2b2b2d"; windowText: "#e8e8e8"; base: "#1f1f21"; alternateBase: "#303033"; text: "#e8e8e8"; button: "#3a3a3d"; buttonText: "#e8e8e8"; highlight: "#4f8ff0"; highlightedText: "#ffffff"; mid: "#55555a"; placeholderText: "#9a9a9a" }
 
     header: ToolBar {
-        RowLayout {
-            anchors.fill: parent
-            anchors.margins: 6
+        padding: 6
+        contentItem: RowLayout {
             TextField {
                 id: search
                 Layout.fillWidth: true
@@ -47,7 +49,7 @@ ApplicationWindow {
 
         ListView {
             id: pages
-            Layout.preferredWidth: 190
+            Layout.preferredWidth: 170
             Layout.fillHeight: true
             model: [["general", "settings.page.general"], ["appearance", "settings.page.appearance"],
                     ["previews", "settings.page.previews"], ["monitor", "sysmon.title"],
