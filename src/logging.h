@@ -11,3 +11,17 @@ Q_DECLARE_LOGGING_CATEGORY(lcShell)
 Q_DECLARE_LOGGING_CATEGORY(lcMonitor)
 Q_DECLARE_LOGGING_CATEGORY(lcTelemetry)
 Q_DECLARE_LOGGING_CATEGORY(lcServices)
+
+namespace orvella::logging {
+
+/// How many of this run's log lines recentLines() keeps.
+inline constexpr int kRecentLineCount = 200;
+
+/// Starts keeping this run's last log lines in memory, for the diagnostics the user can
+/// send. Chains to the handler installed before, so stderr output stays as it was. Once
+/// per process; later calls do nothing.
+void keepRecentLines();
+/// The kept lines, oldest first, formatted as the message pattern formats them.
+QStringList recentLines();
+
+} // namespace orvella::logging

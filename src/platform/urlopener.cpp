@@ -4,6 +4,7 @@
 #include "logging.h"
 
 #include <QDesktopServices>
+#include <QProcess>
 
 namespace orvella::platform::urlOpener {
 
@@ -18,6 +19,18 @@ bool open(const QUrl &url)
     if (QDesktopServices::openUrl(url))
         return true;
     qCWarning(lcPlatform).noquote() << "[OV] The desktop could not open" << url.toString();
+    return false;
+}
+
+bool openMail(const QUrl &mailto)
+{
+    if (!mailto.isValid() || mailto.scheme() != QLatin1String("mailto")) {
+        qCWarning(lcPlatform).noquote() << "[OV] Not a mail address:" << mailto.toString();
+        return false;
+    }
+    if (QProcess::startDetached(QStringLiteral("xdg-open"), {mailto.toString(QUrl::FullyEncoded)}))
+        return true;
+    qCWarning(lcPlatform) << "[OV] xdg-open could not be started for the mail program";
     return false;
 }
 

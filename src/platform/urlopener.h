@@ -9,4 +9,8 @@ namespace orvella::platform::urlOpener {
 /// Only http and https addresses are opened.
 bool open(const QUrl &url);
 
+/// Opens a new message in the user's mail program through `xdg-open` (a `mailto:`
+/// address only); false (and logged) when it could not be started.
+bool openMail(const QUrl &mailto);
+
 } // namespace orvella::platform::urlOpener

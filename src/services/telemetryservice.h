@@ -64,6 +64,9 @@ public:
 
     bool isFlushing() const { return m_isFlushing; }
     std::optional<QUrl> endpointURL() const { return m_endpoint; }
+    bool doNotTrack() const { return m_options.doNotTrack; }
+    /// The recorded events not yet sent, oldest first, as the JSON sent for each.
+    QStringList pendingEvents() const;
 
     /// The endpoint to send to: https, or http to a loopback address; absent otherwise.
     static std::optional<QUrl> endpointURL(const QString &text);
@@ -84,7 +87,6 @@ private:
     void record(const platform::TelemetryHostFacts &facts, const QString &timestamp);
     QString installID();
     std::optional<InstallAttribution> installAttribution(const platform::TelemetryHostFacts &facts);
-    QStringList pendingEvents() const;
     bool enqueue(const std::vector<TelemetryEvent> &events);
     void sendNext(const QStringList &pending);
     void sendFinished(bool confirmed, const QString &failure);

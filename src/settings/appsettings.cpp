@@ -9,11 +9,16 @@
 #include "settings/localizationmanager.h"
 
 #include <QGuiApplication>
+#include <QJsonObject>
 #include <QMetaProperty>
 
 namespace orvella::settings {
 
 namespace {
+
+// The hand-edited colours, kept while another scheme is shown so that cycling back finds
+// them again: colour key -> stored colour text.
+const QString kCustomSchemeKey = QStringLiteral("ov.customColorScheme");
 
 QGuiApplication *guiApp()
 {
@@ -120,7 +125,9 @@ void AppSettings::assign(Setting id, const QVariant &value)
     else if (id == Setting::appLanguage)
         LocalizationManager::shared().setLanguage(value.toString());
     else if (spec.marksCustomScheme && !m_isApplyingScheme)
-        setSelectedScheme(QStringLiteral("Custom"));
+        setSelectedScheme(QString::fromLatin1(ColorSchemePreset::kCustom));
+    else if (id == Setting::selectedScheme)
+        emit schemeNamesChanged();
 }
 
 void AppSettings::setLaunchAtLogin(bool enabled)
@@ -167,8 +174,24 @@ void AppSettings::setApplyingScheme(bool applying)
     emit isApplyingSchemeChanged();
 }
 
+void AppSettings::keepCustomScheme()
+{
+    QJsonObject colors;
+    for (const SettingSpec &spec : schema()) {
+        if (!spec.marksCustomScheme)
+            continue;
+        if (auto text = colorCodec::encode(get<QColor>(spec.id)))
+            colors.insert(spec.key, *text);
+    }
+    m_store.setDictionary(kCustomSchemeKey, colors);
+}
+
 void AppSettings::applyScheme(const ColorSchemePreset &preset)
 {
+    // Leaving hand-edited colours: keep them for the way back.
+    if (selectedScheme() == QLatin1String(ColorSchemePreset::kCustom)
+        && preset.name != QLatin1String(ColorSchemePreset::kCustom))
+        keepCustomScheme();
     setApplyingScheme(true);
     for (const auto &[id, color] : preset.colors)
         assign(id, color);
@@ -178,16 +201,63 @@ void AppSettings::applyScheme(const ColorSchemePreset &preset)
 
 bool AppSettings::applySchemeNamed(const QString &name)
 {
-    const auto preset = ColorSchemePreset::named(name);
+    auto preset = ColorSchemePreset::named(name);
+    if (!preset && name == QLatin1String(ColorSchemePreset::kCustom)) {
+        if (selectedScheme() == name)
+            return true;
+        const auto kept = m_store.dictionaryValue(kCustomSchemeKey);
+        if (!kept)
+            return false;
+        // A colour missing or unreadable in the kept set stays as it is now.
+        preset = ColorSchemePreset{name, {}};
+        for (const SettingSpec &spec : schema()) {
+            if (!spec.marksCustomScheme)
+                continue;
+            if (auto color = colorCodec::decode(kept->value(spec.key).toString()))
+                preset->colors.append({spec.id, *color});
+            else if (kept->contains(spec.key))
+                qCInfo(lcSettings).noquote() << "[OV] ignoring the kept custom colour" << spec.key;
+        }
+    }
     if (preset)
         applyScheme(*preset);
+    else
+        qCInfo(lcSettings).noquote() << "[OV] no colour scheme named" << name;
     return preset.has_value();
+}
+
+QStringList AppSettings::schemeNames() const
+{
+    QStringList names;
+    for (const ColorSchemePreset &preset : ColorSchemePreset::all())
+        names.append(preset.name);
+    const QString custom = QString::fromLatin1(ColorSchemePreset::kCustom);
+    if (selectedScheme() == custom || m_store.contains(kCustomSchemeKey))
+        names.append(custom);
+    return names;
+}
+
+void AppSettings::cycleScheme(int step)
+{
+    applySchemeNamed(ColorSchemePreset::cycled(schemeNames(), selectedScheme(), step));
+}
+
+void AppSettings::deleteCustomScheme()
+{
+    m_store.remove(kCustomSchemeKey);
+    if (selectedScheme() == QLatin1String(ColorSchemePreset::kCustom)) {
+        // Nothing to keep any more: show the default colours without saving these.
+        setSelectedScheme(QStringLiteral("Default"));
+        applyScheme(ColorSchemePreset::all().constFirst());
+    }
+    emit schemeNamesChanged();
 }
 
 void AppSettings::resetToDefaults()
 {
     m_store.remove(QStringLiteral("ov.settingsMetadataBaselineVersion"));
     m_store.remove(QStringLiteral("ov.dragHintDismissed"));
+    deleteCustomScheme();
 
     for (const SettingSpec &spec : schema()) {
         const bool setElsewhere = spec.marksCustomScheme || spec.id == Setting::appearanceMode

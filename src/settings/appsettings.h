@@ -134,6 +134,8 @@ public:
     Q_PROPERTY(bool isApplyingScheme READ isApplyingScheme NOTIFY isApplyingSchemeChanged)
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY launchAtLoginChanged)
     Q_PROPERTY(bool isDarkAppearance READ isDarkAppearance NOTIFY appearanceChanged)
+    /// The picker's entries: the presets, then "Custom" while there is a custom scheme.
+    Q_PROPERTY(QStringList schemeNames READ schemeNames NOTIFY schemeNamesChanged)
 
     /// Loads every setting from `store`, applies language and appearance, and starts
     /// following the desktop's light/dark preference.
@@ -152,8 +154,14 @@ public:
     Q_INVOKABLE void applyAppearanceMode();
     /// Writes a preset's 26 colours without marking the scheme "Custom", then selects it.
     void applyScheme(const ColorSchemePreset &preset);
-    /// Applies the preset called `name`; false when there is none.
+    /// Applies the preset called `name`, or the kept custom colours for "Custom"; false
+    /// when there is no such scheme.
     Q_INVOKABLE bool applySchemeNamed(const QString &name);
+    QStringList schemeNames() const;
+    /// Applies the scheme `step` entries after the selected one in schemeNames(), wrapping.
+    Q_INVOKABLE void cycleScheme(int step);
+    /// Forgets the custom colours; while they are shown, "Default" replaces them.
+    Q_INVOKABLE void deleteCustomScheme();
     /// Every setting back to its default (the login item excepted), the drag hint back
     /// on, the language re-detected and the "Default" scheme applied.
     Q_INVOKABLE void resetToDefaults();
@@ -163,6 +171,7 @@ public:
 
 signals:
     void isApplyingSchemeChanged();
+    void schemeNamesChanged();
     void launchAtLoginChanged();
     /// The appearance mode or the desktop's appearance changed: views re-pick colours.
     void appearanceChanged();
@@ -177,6 +186,7 @@ private:
     QVariant loadValue(const SettingSpec &spec) const;
     void persist(const SettingSpec &spec, const QVariant &value);
     void setApplyingScheme(bool applying);
+    void keepCustomScheme();
 
     platform::PreferencesStore &m_store;
     platform::AutostartEntry *m_autostart;

@@ -6,13 +6,18 @@
 #include <QColor>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
+#include <optional>
 #include <utility>
 
 namespace orvella::settings {
 
 struct ColorSchemePreset
 {
+    /// The picker's name for colours the user edited by hand.
+    static constexpr const char *kCustom = "Custom";
+
     QString name;
     /// One colour for each of the 26 sidebar colour settings.
     QList<std::pair<Setting, QColor>> colors;
@@ -21,6 +26,9 @@ struct ColorSchemePreset
     static QList<ColorSchemePreset> all();
     /// The preset called `name`, if any.
     static std::optional<ColorSchemePreset> named(const QString &name);
+    /// The name `step` places after `current` in `names`, wrapping at both ends. A name
+    /// not in the list counts as standing just before the first.
+    static QString cycled(const QStringList &names, const QString &current, int step);
 };
 
 } // namespace orvella::settings

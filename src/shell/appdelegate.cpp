@@ -19,6 +19,7 @@
 #include "settings/localizationmanager.h"
 #include "shell/panelcontroller.h"
 #include "shell/permissionwindow.h"
+#include "shell/settingswindow.h"
 #include "shell/trayicon.h"
 #include "sidebar/whatsnewwindow.h"
 #include "tracking/windowmanager.h"
@@ -345,6 +346,13 @@ void AppDelegate::openWhatsNew()
     }
     m_whatsNewWindow->show();
     m_whatsNewWindow->raise();
+}
+
+void AppDelegate::openSettings()
+{
+    if (!m_settingsWindow)
+        m_settingsWindow = std::make_unique<SettingsWindow>(*this);
+    m_settingsWindow->open();
 }
 
 // --- the sidebar and the monitor ---------------------------------------------------------

@@ -41,6 +41,7 @@ class UsageTracker;
 namespace orvella::shell {
 
 class PanelController;
+class SettingsWindow;
 class TrayIcon;
 
 /// What the application runs on: the real session in main(), a simulated one in tests.
@@ -86,6 +87,7 @@ public:
     services::UpdaterService &updaterService() { return *m_updaterService; }
     services::UsageTracker &usageTracker() { return *m_usageTracker; }
     monitor::SystemMonitorService &systemMonitor() { return *m_systemMonitor; }
+    services::TelemetryService &telemetryService() { return *m_telemetryService; }
     platform::PreferencesStore &store() { return *m_parts.store; }
     /// Absent when the session offers no way to act on windows.
     platform::WindowControl *windowControl() const { return m_parts.control.get(); }
@@ -111,6 +113,10 @@ public:
     bool shouldPresentWhatsNewOnLaunch() const;
     void markWhatsNewShownForCurrentVersion();
     void openWhatsNew();
+    /// The settings window, built on first use and raised after.
+    Q_INVOKABLE void openSettings();
+    /// Null until the settings window is first opened.
+    SettingsWindow *settingsWindow() const { return m_settingsWindow.get(); }
 
     void maybeRevealSidebarAfterLaunch(const QList<tracking::WindowItem> &windows);
     /// Whether another process shows a window of a usable size on the current desktop.
@@ -130,7 +136,6 @@ public:
     Q_INVOKABLE void cycleSidebarToNextScreen();
     /// The sidebar's refresh button: a hard refresh and, a second later, what it found.
     Q_INVOKABLE void refreshFromSidebar();
-    Q_INVOKABLE void openSettings() {} // the settings window
     bool isAutoSplitActive() const;
     /// Absent when the application runs without a panel.
     PanelController *panel() const { return m_panel.get(); }
@@ -168,6 +173,7 @@ private:
     std::unique_ptr<monitor::SystemMonitorService> m_systemMonitor;
     std::unique_ptr<TrayIcon> m_trayIcon;
     std::unique_ptr<PanelController> m_panel;
+    std::unique_ptr<SettingsWindow> m_settingsWindow;
     QPointer<QWidget> m_permissionWindow;
     QPointer<QWidget> m_whatsNewWindow;
     quint64 m_pollGeneration = 0; ///< 0: not polling; a new value cancels the running poll

@@ -101,6 +101,7 @@ QList<CommandVerb> makeTable()
                QStringLiteral("put a window on a shelf")),
         window("remove-from-shelf", Verb::RemoveFromShelf, {windowID()},
                QStringLiteral("take a window off its shelf, back to its application's section")),
+        window("settings", Verb::OpenSettings, {}, QStringLiteral("open the settings window")),
         window("quit", Verb::Quit, {}, QStringLiteral("save and end Orvella")),
         {QStringLiteral("help"), Kind::Help, Verb::Focus, {}, {}, QStringLiteral("show this help and exit")},
     };

@@ -80,6 +80,7 @@ std::optional<CommandResult> send(const WindowCommand &c)
         return result;
     case Verb::MoveToShelf: return call(QStringLiteral("MoveToShelf"), {id, c.shelfID});
     case Verb::RemoveFromShelf: return call(QStringLiteral("RemoveFromShelf"), {id});
+    case Verb::OpenSettings: return call(QStringLiteral("OpenSettings"), {});
     case Verb::Quit: return call(QStringLiteral("Quit"), {});
     }
     return std::nullopt;

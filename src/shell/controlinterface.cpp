@@ -140,6 +140,11 @@ void ControlInterface::ToggleSidebar()
     m_app.toggleSidebar();
 }
 
+void ControlInterface::OpenSettings()
+{
+    m_app.openSettings();
+}
+
 QString ControlInterface::AddShelf(const QString &name)
 {
     tracking::WindowManager &manager = m_app.windowManager();

@@ -52,6 +52,7 @@ public slots:
     Q_SCRIPTABLE QString AddShelf(const QString &name);
     Q_SCRIPTABLE void MoveToShelf(const QString &windowID, const QString &shelfID);
     Q_SCRIPTABLE void RemoveFromShelf(const QString &windowID);
+    Q_SCRIPTABLE void OpenSettings();
     Q_SCRIPTABLE void Relaunch();
     Q_SCRIPTABLE void Quit();
     /// The document `orvella list --json` prints, after a fresh read of the desktop.

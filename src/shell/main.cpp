@@ -211,6 +211,8 @@ int runApplication(int argc, char **argv)
     // the memory OpenGL takes, and needs no GPU. QT_QUICK_BACKEND still chooses otherwise.
     if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    // The feedback window offers this run's last lines to the user.
+    logging::keepRecentLines();
     QApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Orvella"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ORVELLA_VERSION));

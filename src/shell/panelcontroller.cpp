@@ -298,7 +298,18 @@ void PanelController::follow()
         });
         connect(m_host.get(), &platform::PanelHost::hotkeyPressed, this,
                 [this] { isVisible() ? hideSidebar() : showSidebar(); });
-        const auto grab = [this] { m_host->setHotkey(m_settings.globalShortcut()); };
+        const auto noteConflict = [this](const QString &keys) {
+            if (m_hotkeyConflict == keys)
+                return;
+            m_hotkeyConflict = keys;
+            emit hotkeyConflictChanged();
+        };
+        connect(m_host.get(), &platform::PanelHost::hotkeyTaken, this, noteConflict);
+        const auto grab = [this, noteConflict] {
+            // A new key starts clean; the host reports it if it is taken too.
+            noteConflict(QString());
+            m_host->setHotkey(m_settings.globalShortcut());
+        };
         connect(settings, &settings::AppSettings::globalShortcutChanged, this, grab);
         grab();
     }

@@ -77,7 +77,11 @@ public:
 
     SidebarPanel *panel() const { return m_panel.get(); }
 
+    /// The hot key another program holds ("Ctrl+Alt+O"); empty while ours works.
+    QString hotkeyConflict() const { return m_hotkeyConflict; }
+
 signals:
+    void hotkeyConflictChanged();
     /// The panel appeared or went away, for any reason.
     void visibilityChanged(bool visible);
     void isAutoSplitActiveChanged();
@@ -110,6 +114,7 @@ private:
     bool m_fullscreenHidden = false;
     bool m_manuallyHidden = false;
     bool m_autoSplitActive = false;
+    QString m_hotkeyConflict;
     /// Deleting it cancels what was scheduled on it.
     std::unique_ptr<QObject> m_autoHidePending;
     std::unique_ptr<QObject> m_autoSplitPending;

@@ -33,6 +33,7 @@ struct WindowCommand
         AddShelf,
         MoveToShelf,
         RemoveFromShelf,
+        OpenSettings,
         Quit,
     };
     Verb verb = Verb::Focus;

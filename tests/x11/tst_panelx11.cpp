@@ -18,6 +18,7 @@
 #include <QGuiApplication>
 #include <QProcess>
 #include <QQuickView>
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -38,6 +39,7 @@ private slots:
     void hotKeyFullScreenAndPointerHideAndReveal();
     void splitViewWidensToTheColumnsNeeded();
     void followsMonitors();
+    void hotKeyHeldElsewhereIsReported();
 
 private:
     QRect rootFrame(QWindow &window);
@@ -244,6 +246,28 @@ void TestPanelX11::followsMonitors()
     movePointer(300, 400);
     m_settings->setSidebarWidth(260);
     QTRY_COMPARE_WITH_TIMEOUT(rootFrame(view), QRect(640, 0, 260, 800), testsupport::kWaitMs);
+}
+
+void TestPanelX11::hotKeyHeldElsewhereIsReported()
+{
+    // Another program holds Ctrl+Alt+K (with any lock key) before Orvella asks for it.
+    const QList<xcb_keycode_t> codes = platform::x11::keycodesFor(m_x.connection(), 'k');
+    QVERIFY(!codes.isEmpty());
+    xcb_grab_key(m_x.connection(), 1, m_x.root(), XCB_MOD_MASK_ANY, codes.first(), XCB_GRAB_MODE_ASYNC,
+                 XCB_GRAB_MODE_ASYNC);
+    m_x.sync();
+
+    QSignalSpy changed(m_panel.get(), &shell::PanelController::hotkeyConflictChanged);
+    m_settings->setGlobalShortcut(QStringLiteral("Ctrl+Alt+K"));
+    QTRY_COMPARE_WITH_TIMEOUT(m_panel->hotkeyConflict(), QStringLiteral("Ctrl+Alt+K"), testsupport::kWaitMs);
+    m_settings->setGlobalShortcut(QStringLiteral("Ctrl+Alt+J"));
+    QCOMPARE(m_panel->hotkeyConflict(), QString());
+    QTest::qWait(300); // a free key stays free
+    QCOMPARE(m_panel->hotkeyConflict(), QString());
+    QCOMPARE(changed.count(), 2);
+
+    xcb_ungrab_key(m_x.connection(), codes.first(), m_x.root(), XCB_MOD_MASK_ANY);
+    m_x.sync();
 }
 
 QTEST_MAIN(TestPanelX11)

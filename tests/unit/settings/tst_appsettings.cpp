@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cmath>
+
 using namespace orvella::settings;
 using orvella::platform::PreferencesStore;
 
@@ -31,6 +33,10 @@ private slots:
     void colorSavingTruncates();
     void everySettingSignalsOnceAndWritesThrough();
     void sidebarColoursMarkTheSchemeCustom();
+    void presetsAreCompleteAndReadable();
+    void cycling_data();
+    void cycling();
+    void customSchemeIsKeptWhileCyclingAndDeleted();
     void appLanguageSwitchesTheInterfaceLanguage();
     void appearanceModeForcesAndReleasesThePalette();
     void launchAtLoginIsAnAutostartEntry();
@@ -225,6 +231,113 @@ void TestAppSettings::sidebarColoursMarkTheSchemeCustom()
     QCOMPARE(applying.count(), 2);
     QVERIFY(!s.isApplyingScheme());
     QVERIFY(!s.applySchemeNamed(QStringLiteral("No such scheme")));
+}
+
+namespace {
+
+double luminance(const QColor &c)
+{
+    const auto channel = [](double v) {
+        return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * channel(c.redF()) + 0.7152 * channel(c.greenF()) + 0.0722 * channel(c.blueF());
+}
+
+double contrast(const QColor &a, const QColor &b)
+{
+    const double la = luminance(a), lb = luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+} // namespace
+
+void TestAppSettings::presetsAreCompleteAndReadable()
+{
+    const QList<ColorSchemePreset> presets = ColorSchemePreset::all();
+    QVERIFY(presets.size() >= 6);
+    QCOMPARE(presets.first().name, QStringLiteral("Default"));
+    QSet<QString> names;
+    for (const ColorSchemePreset &p : presets) {
+        names.insert(p.name);
+        QCOMPARE(p.colors.size(), 26);
+        QSet<Setting> covered;
+        QHash<Setting, QColor> colors;
+        for (const auto &[id, color] : p.colors) {
+            QVERIFY2(specFor(id).marksCustomScheme, qPrintable(p.name));
+            covered.insert(id);
+            colors.insert(id, color);
+        }
+        QCOMPARE(covered.size(), 26);
+        if (p.name == QLatin1String("Default"))
+            continue; // follows the desktop, whose background is not ours
+        // Titles and shelf headers read on the scheme's own background in both appearances.
+        for (Setting text : {Setting::titleTextColorLight, Setting::titleTextColorDark,
+                             Setting::headerTextColorLight, Setting::headerTextColorDark}) {
+            const bool dark = (int(text) - int(Setting::titleTextColorLight)) % 2 == 1;
+            const QColor bg = colors.value(dark ? Setting::sidebarBackgroundColorDark
+                                                : Setting::sidebarBackgroundColorLight);
+            QVERIFY2(contrast(colors.value(text), bg) >= 4.5,
+                     qPrintable(p.name + u' ' + QString::fromLatin1(specFor(text).property)));
+        }
+    }
+    QCOMPARE(names.size(), presets.size());
+    QVERIFY(!names.contains(QStringLiteral("Custom")));
+}
+
+void TestAppSettings::cycling_data()
+{
+    QTest::addColumn<QString>("current");
+    QTest::addColumn<int>("step");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("next") << "B" << 1 << "C";
+    QTest::newRow("wraps forward") << "C" << 1 << "A";
+    QTest::newRow("wraps backward") << "A" << -1 << "C";
+    QTest::newRow("unknown, next") << "Gone" << 1 << "A";
+    QTest::newRow("unknown, previous") << "Gone" << -1 << "C";
+}
+
+void TestAppSettings::cycling()
+{
+    QFETCH(QString, current);
+    QFETCH(int, step);
+    QFETCH(QString, expected);
+    QCOMPARE(ColorSchemePreset::cycled({"A", "B", "C"}, current, step), expected);
+}
+
+void TestAppSettings::customSchemeIsKeptWhileCyclingAndDeleted()
+{
+    auto store = storeWith({});
+    AppSettings s(*store);
+    const QStringList presets = [] {
+        QStringList n;
+        for (const auto &p : ColorSchemePreset::all())
+            n << p.name;
+        return n;
+    }();
+    QCOMPARE(s.schemeNames(), presets);
+    s.cycleScheme(1);
+    QCOMPARE(s.selectedScheme(), presets[1]);
+    s.cycleScheme(-2);
+    QCOMPARE(s.selectedScheme(), presets.last());
+
+    const QColor mine(12, 34, 56);
+    s.setActiveRowColorLight(mine);
+    QCOMPARE(s.schemeNames(), presets + QStringList{"Custom"});
+    s.cycleScheme(1); // Custom is last: on to Default, the edit kept
+    QCOMPARE(s.selectedScheme(), QStringLiteral("Default"));
+    QVERIFY(s.activeRowColorLight() != mine);
+    QCOMPARE(s.schemeNames().last(), QStringLiteral("Custom"));
+
+    // A later run still finds it.
+    AppSettings again(*store);
+    QVERIFY(again.applySchemeNamed(QStringLiteral("Custom")));
+    QCOMPARE(again.activeRowColorLight(), mine);
+    QCOMPARE(again.selectedScheme(), QStringLiteral("Custom"));
+
+    again.deleteCustomScheme();
+    QCOMPARE(again.selectedScheme(), QStringLiteral("Default"));
+    QCOMPARE(again.schemeNames(), presets);
+    QVERIFY(!again.applySchemeNamed(QStringLiteral("Custom")));
 }
 
 void TestAppSettings::appLanguageSwitchesTheInterfaceLanguage()

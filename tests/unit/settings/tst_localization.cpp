@@ -85,31 +85,26 @@ void TestLocalization::englishTableHoldsEveryKeyInOrder()
     // another platform's settings, a name for applications that have none, and the tray
     // menu's and the session window's texts, the update check's outcomes, and the desktop
     // entry's texts.
-    const QStringList linuxKeys{"banner.x11Required",
-                                "banner.x11Required.subtitle",
-                                "banner.x11Required.title",
-                                "banner.x11Required.step1",
-                                "banner.x11Required.step2",
-                                "banner.x11Required.step3",
-                                "banner.x11StillMissing",
-                                "permission.x11.desc",
-                                "permission.x11.hint",
-                                "settings.x11Ready",
-                                "settings.x11Missing",
-                                "settings.x11Hint",
-                                "general.unknown",
-                                "sysmon.cpu",
-                                "menu.showSidebar",
-                                "menu.hideSidebar",
-                                "menu.showDesktop",
-                                "menu.openSettings",
-                                "general.close",
-                                "permission.x11.waylandOnly",
-                                "update.upToDate",
-                                "update.checkFailed",
-                                "desktop.genericName",
-                                "desktop.comment",
-                                "desktop.keywords"};
+    const QStringList linuxKeys{
+        "banner.x11Required", "banner.x11Required.subtitle", "banner.x11Required.title",
+        "banner.x11Required.step1", "banner.x11Required.step2", "banner.x11Required.step3",
+        "banner.x11StillMissing", "permission.x11.desc", "permission.x11.hint", "settings.x11Ready",
+        "settings.x11Missing", "settings.x11Hint", "general.unknown", "sysmon.cpu", "menu.showSidebar",
+        "menu.hideSidebar", "menu.showDesktop", "menu.openSettings", "general.close",
+        "permission.x11.waylandOnly", "update.upToDate", "update.checkFailed", "desktop.genericName",
+        "desktop.comment", "desktop.keywords",
+        // the settings window's pages, notes and feedback extras
+        "settings.page.general", "settings.page.appearance", "settings.page.previews",
+        "settings.page.privacy", "settings.page.about", "settings.windowPreview.small",
+        "settings.windowPreview.medium", "settings.windowPreview.large", "settings.windowPreview.xlarge",
+        "settings.windowPreview.noComposite", "settings.sidebarGlass.noCompositor",
+        "settings.shortcut.record", "settings.shortcut.clear", "settings.shortcut.taken",
+        "settings.resetDefaults.desc", "settings.resetDefaults.confirm", "settings.resetDefaults.ok",
+        "settings.privacy.title", "settings.privacy.records", "settings.privacy.noEndpoint",
+        "settings.privacy.endpoint", "settings.privacy.dnt", "settings.privacy.dntHint",
+        "settings.privacy.showQueue", "settings.privacy.queueEmpty", "settings.about.title",
+        "settings.about.version", "settings.about.licensesText", "feedback.copyDiagnostics",
+        "feedback.includeTitles", "sysmon.preview"};
     QCOMPARE(keys.mid(360), linuxKeys);
     QCOMPARE(LocalizationManager::allTranslations(AppLanguage::en).size(), keys.size());
 }
