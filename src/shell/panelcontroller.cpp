@@ -145,7 +145,8 @@ void PanelController::updatePanelLayout()
     // The reserved edge shrinks the available area, so the panel's own edge comes from the
     // monitor's frame and only its height from the available area.
     const QRect frame = screen->geometry();
-    const QRect available = screen->availableGeometry();
+    // Another program's strut may cover this monitor's whole width; the height still holds.
+    const QRect available = screen->availableGeometry().isEmpty() ? frame : screen->availableGeometry();
     const int columns = splitColumnCount(available.height());
     const double width = m_settings.sidebarWidth() * columns;
     const double x = isRight(m_settings) ? frame.x() + frame.width() - width : frame.x();

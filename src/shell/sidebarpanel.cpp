@@ -118,7 +118,12 @@ void SidebarPanel::applyReservation()
         return;
     const bool right = m_settings.position() == QLatin1String("right");
     const auto edge = right ? platform::PanelHost::Edge::Right : platform::PanelHost::Edge::Left;
-    if (!m_reserve || !m_screen || !m_view->isVisible()) {
+    // A strut is measured from the root window's edge: on a monitor's inner edge it would
+    // reserve the whole monitor beside it. There the nudge alone keeps windows clear.
+    const QRect desktop = m_screen ? m_screen->virtualGeometry() : QRect();
+    const QRect logical = m_screen ? m_screen->geometry() : QRect();
+    const bool outerEdge = right ? logical.right() >= desktop.right() : logical.left() <= desktop.left();
+    if (!m_reserve || !m_screen || !m_view->isVisible() || !outerEdge) {
         m_host->reserveEdge(*m_view, edge, {}, 0);
         return;
     }
