@@ -207,6 +207,20 @@ void TestPanelX11::splitViewWidensToTheColumnsNeeded()
     QTRY_COMPARE_WITH_TIMEOUT(rootFrame(m_panel->panel()->view()), QRect(0, 0, 750, 800),
                               testsupport::kWaitMs);
     QCOMPARE(m_wm->state().sidebarWidth, 750.0);
+
+    // Auto split: wide only after the pointer has rested in the sidebar for the delay, and
+    // narrow again once it leaves.
+    m_settings->setAutoSplitActivationDelay(0.5);
+    m_settings->setSidebarListLayoutMode(QStringLiteral("autoSplit"));
+    movePointer(700, 400);
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(m_panel->panel()->view()).width(), 250, testsupport::kWaitMs);
+    movePointer(100, 400);
+    QTest::qWait(300);
+    QCOMPARE(rootFrame(m_panel->panel()->view()).width(), 250);
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(m_panel->panel()->view()).width(), 750, testsupport::kWaitMs);
+    QVERIFY(m_panel->isAutoSplitActive());
+    movePointer(1000, 400);
+    QTRY_COMPARE_WITH_TIMEOUT(rootFrame(m_panel->panel()->view()).width(), 250, testsupport::kWaitMs);
 }
 
 // Two logical monitors side by side on the one Xvfb screen, as xrandr --setmonitor makes them.
