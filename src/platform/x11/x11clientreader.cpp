@@ -27,6 +27,8 @@ constexpr std::uint32_t kIconicState = 3;
 // WM_HINTS: nine items, the flags first and the group leader last when this flag is set.
 constexpr qsizetype kWmHintsItems = 9;
 constexpr std::uint32_t kWindowGroupHint = 1u << 6;
+// How long a read waits for the observer to catch up before it reads every window itself.
+constexpr int kInStepTimeoutMs = 250;
 
 } // namespace
 
@@ -38,11 +40,13 @@ struct ClientReader::RootReplies
 struct ClientReader::ClientCookies
 {
     xcb_window_t window;
-    xcb_get_property_cookie_t netWmName, wmName, pid, wmClass, type, state, wmState, desktop, extents,
-        opacity, gtkApplicationId, kdeDesktopFile, iconSize;
-    xcb_get_geometry_cookie_t geometry;
-    xcb_translate_coordinates_cookie_t origin;
-    xcb_get_window_attributes_cookie_t attributes;
+    /// The parts of the window requested (PropertyCache::Part); the cookies of the others are unset.
+    unsigned parts = 0;
+    xcb_get_property_cookie_t netWmName{}, wmName{}, pid{}, wmClass{}, type{}, state{}, wmState{}, desktop{},
+        extents{}, opacity{}, gtkApplicationId{}, kdeDesktopFile{}, iconSize{};
+    xcb_get_geometry_cookie_t geometry{};
+    xcb_translate_coordinates_cookie_t origin{};
+    xcb_get_window_attributes_cookie_t attributes{};
     /// Only for windows read for their startup id.
     std::optional<xcb_get_property_cookie_t> startupID, hints;
 };
@@ -50,7 +54,9 @@ struct ClientReader::ClientCookies
 struct ClientReader::ReadClient
 {
     ClientFacts facts;
-    std::uint32_t iconBytes = 0; ///< the size of a plausible `_NET_WM_ICON`, 0 when none
+    /// What the cache held before this read, with what this read learned merged in.
+    PropertyCache::Entry entry;
+    unsigned partsRead = 0;
     bool vanished = false;
     /// Read for its startup id; the group leader whose id stands in when it has none.
     bool startupRead = false;
@@ -76,11 +82,13 @@ struct ClientReader::LateCookies
     std::optional<xcb_get_property_cookie_t> icon;
 };
 
-ClientReader::ClientReader(xcb_connection_t *connection, std::uint32_t root, const Atoms &atoms, bool hasXRes)
+ClientReader::ClientReader(xcb_connection_t *connection, std::uint32_t root, const Atoms &atoms, bool hasXRes,
+                           std::shared_ptr<PropertyCache> cache)
     : m_connection(connection)
     , m_root(root)
     , m_atoms(atoms)
     , m_hasXRes(hasXRes)
+    , m_cache(std::move(cache))
     , m_startup(std::make_shared<StartupWatch>())
 {}
 
@@ -101,8 +109,11 @@ std::shared_ptr<void> ClientReader::watchLaunch()
     });
 }
 
-std::optional<DesktopFacts> ClientReader::read(bool withClients) const
+std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) const
 {
+    // The cache is trusted only once the observer has seen every change made until now.
+    const bool cached = withClients && m_cache && !full && m_cache->awaitInStep(kInStepTimeoutMs);
+    const quint64 sequence = m_cache ? m_cache->sequence() : 0;
     const std::optional<RootReplies> root = readRoot();
     if (!root)
         return std::nullopt;
@@ -127,6 +138,9 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients) const
         checkCookie =
             xcb_get_property(m_connection, 0, check.value, a.netSupportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
     std::vector<ClientCookies> pending;
+    QHash<std::uint32_t, PropertyCache::Entry> known;
+    if (withClients && m_cache)
+        known = m_cache->entries(clientList.value);
     if (withClients) {
         bool watching = false;
         QSet<std::uint32_t> before;
@@ -145,8 +159,11 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients) const
             if (window == XCB_NONE || window == m_root || requested.contains(window))
                 continue;
             requested.insert(window);
-            pending.push_back(
-                requestClient(window, watching && !before.contains(window) && !learned.contains(window)));
+            const auto entry = known.constFind(window);
+            const unsigned parts =
+                cached && entry != known.cend() ? entry->stale : unsigned(PropertyCache::AllParts);
+            pending.push_back(requestClient(
+                window, parts, watching && !before.contains(window) && !learned.contains(window)));
         }
     }
     // xcb writes a full buffer on its own but flushes only up to the request awaited: the
@@ -167,7 +184,9 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients) const
     std::vector<ReadClient> clients;
     clients.reserve(pending.size());
     for (const ClientCookies &cookies : pending) {
-        if (std::optional<ReadClient> client = collectClient(cookies)) {
+        const auto entry = known.constFind(cookies.window);
+        if (std::optional<ReadClient> client =
+                collectClient(cookies, entry != known.cend() ? *entry : PropertyCache::Entry())) {
             client->facts.stackingPosition = stackingPosition.value(cookies.window, -1);
             clients.push_back(std::move(*client));
         }
@@ -178,6 +197,15 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients) const
     readLate(clients);
     if (xcb_connection_has_error(m_connection))
         return std::nullopt;
+    if (withClients && m_cache) {
+        if (full)
+            reportOutOfStep(known, clients);
+        for (const ReadClient &client : clients) {
+            if (!client.vanished && client.partsRead)
+                m_cache->store(client.facts.window, client.entry, client.partsRead, sequence);
+        }
+        m_cache->retain(clientList.value, sequence);
+    }
     if (withClients)
         settleStartupIDs(clientList.value, clients);
     facts.clients.reserve(qsizetype(clients.size()));
@@ -212,7 +240,8 @@ std::optional<ClientReader::RootReplies> ClientReader::readRoot() const
     return out;
 }
 
-ClientReader::ClientCookies ClientReader::requestClient(std::uint32_t window, bool startupID) const
+ClientReader::ClientCookies ClientReader::requestClient(std::uint32_t window, unsigned parts,
+                                                        bool startupID) const
 {
     const Atoms &a = m_atoms;
     xcb_connection_t *c = m_connection;
@@ -220,45 +249,67 @@ ClientReader::ClientCookies ClientReader::requestClient(std::uint32_t window, bo
         return xcb_get_property(c, 0, window, property, type, 0, length);
     };
     constexpr std::uint32_t titleWords = kMaxTitleBytes / 4;
-    return ClientCookies{
-        .window = window,
-        .netWmName = get(a.netWmName, a.utf8String, titleWords),
-        .wmName = get(XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, titleWords),
-        .pid = get(a.netWmPid, XCB_ATOM_CARDINAL, 1),
-        .wmClass = get(XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, kMaxIdWords),
-        .type = get(a.netWmWindowType, XCB_ATOM_ATOM, kMaxTypeAtoms),
-        .state = get(a.netWmState, XCB_ATOM_ATOM, kMaxStateAtoms),
-        .wmState = get(a.wmState, a.wmState, 1),
-        .desktop = get(a.netWmDesktop, XCB_ATOM_CARDINAL, 1),
-        .extents = get(a.netFrameExtents, XCB_ATOM_CARDINAL, 4),
-        .opacity = get(a.netWmWindowOpacity, XCB_ATOM_CARDINAL, 1),
-        .gtkApplicationId = get(a.gtkApplicationId, XCB_GET_PROPERTY_TYPE_ANY, kMaxIdWords),
-        .kdeDesktopFile = get(a.kdeNetWmDesktopFile, XCB_GET_PROPERTY_TYPE_ANY, kMaxIdWords),
-        // Length 0: only the type and size. The pixels are fetched later, once per process.
-        .iconSize = get(a.netWmIcon, XCB_ATOM_CARDINAL, 0),
-        .geometry = xcb_get_geometry(c, window),
-        .origin = xcb_translate_coordinates(c, window, m_root, 0, 0),
-        .attributes = xcb_get_window_attributes(c, window),
-        .startupID = startupID ? std::optional(get(a.netStartupId, a.utf8String, kMaxIdWords)) : std::nullopt,
-        .hints = startupID ? std::optional(get(XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, kWmHintsItems))
-                           : std::nullopt,
-    };
+    ClientCookies k;
+    k.window = window;
+    k.parts = parts;
+    if (parts & PropertyCache::Properties) {
+        k.netWmName = get(a.netWmName, a.utf8String, titleWords);
+        k.wmName = get(XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, titleWords);
+        k.pid = get(a.netWmPid, XCB_ATOM_CARDINAL, 1);
+        k.wmClass = get(XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, kMaxIdWords);
+        k.type = get(a.netWmWindowType, XCB_ATOM_ATOM, kMaxTypeAtoms);
+        k.state = get(a.netWmState, XCB_ATOM_ATOM, kMaxStateAtoms);
+        k.wmState = get(a.wmState, a.wmState, 1);
+        k.desktop = get(a.netWmDesktop, XCB_ATOM_CARDINAL, 1);
+        k.extents = get(a.netFrameExtents, XCB_ATOM_CARDINAL, 4);
+        k.opacity = get(a.netWmWindowOpacity, XCB_ATOM_CARDINAL, 1);
+        k.gtkApplicationId = get(a.gtkApplicationId, XCB_GET_PROPERTY_TYPE_ANY, kMaxIdWords);
+        k.kdeDesktopFile = get(a.kdeNetWmDesktopFile, XCB_GET_PROPERTY_TYPE_ANY, kMaxIdWords);
+    }
+    // Length 0: only the type and size. The pixels are fetched later, once per process.
+    if (parts & PropertyCache::Icon)
+        k.iconSize = get(a.netWmIcon, XCB_ATOM_CARDINAL, 0);
+    if (parts & PropertyCache::Geometry) {
+        k.geometry = xcb_get_geometry(c, window);
+        k.origin = xcb_translate_coordinates(c, window, m_root, 0, 0);
+        k.attributes = xcb_get_window_attributes(c, window);
+    }
+    if (startupID) {
+        k.startupID = get(a.netStartupId, a.utf8String, kMaxIdWords);
+        k.hints = get(XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, kWmHintsItems);
+    }
+    return k;
 }
 
-std::optional<ClientReader::ReadClient> ClientReader::collectClient(const ClientCookies &k) const
+std::optional<ClientReader::ReadClient> ClientReader::collectClient(const ClientCookies &k,
+                                                                    const PropertyCache::Entry &cached) const
 {
-    const Atoms &a = m_atoms;
     ReplyCollector replies(m_connection);
-    const PropertyReply netWmName = replies.property(k.netWmName), wmName = replies.property(k.wmName),
-                        pid = replies.property(k.pid), wmClass = replies.property(k.wmClass),
-                        type = replies.property(k.type), state = replies.property(k.state),
-                        wmState = replies.property(k.wmState), desktop = replies.property(k.desktop),
-                        extents = replies.property(k.extents), opacity = replies.property(k.opacity),
-                        gtkId = replies.property(k.gtkApplicationId),
-                        kdeFile = replies.property(k.kdeDesktopFile), iconSize = replies.property(k.iconSize);
-    const auto geometry = replies.take(xcb_get_geometry_reply, k.geometry);
-    const auto origin = replies.take(xcb_translate_coordinates_reply, k.origin);
-    const auto attributes = replies.take(xcb_get_window_attributes_reply, k.attributes);
+    ReadClient out;
+    out.entry = cached;
+    out.partsRead = k.parts;
+    PropertyCache::Entry &e = out.entry;
+    e.facts.window = k.window;
+    if (k.parts & PropertyCache::Properties)
+        readProperties(k, replies, e);
+    if (k.parts & PropertyCache::Icon) {
+        const RawProperty icon = replies.property(k.iconSize).raw();
+        e.iconBytes = icon.type == XCB_ATOM_CARDINAL && icon.format == 32 && icon.bytesAfter >= kMinIconBytes
+                          ? std::min(icon.bytesAfter, kMaxIconBytes)
+                          : 0;
+        e.iconFetched = false;
+        e.icon = QImage();
+        e.scaledIcon = QImage();
+    }
+    if (k.parts & PropertyCache::Geometry) {
+        const auto geometry = replies.take(xcb_get_geometry_reply, k.geometry);
+        const auto origin = replies.take(xcb_translate_coordinates_reply, k.origin);
+        const auto attributes = replies.take(xcb_get_window_attributes_reply, k.attributes);
+        e.facts.viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+        e.clientRect.reset();
+        if (geometry && origin && origin->same_screen)
+            e.clientRect = QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height);
+    }
     const PropertyReply startupID = k.startupID ? replies.property(*k.startupID) : PropertyReply();
     const PropertyReply hints = k.hints ? replies.property(*k.hints) : PropertyReply();
     if (replies.vanished()) {
@@ -267,9 +318,40 @@ std::optional<ClientReader::ReadClient> ClientReader::collectClient(const Client
         return std::nullopt;
     }
 
-    ReadClient out;
     ClientFacts &f = out.facts;
+    f = e.facts;
+    if (e.clientRect) {
+        const FrameExtents &x = e.extents;
+        f.frame = e.clientRect->adjusted(-int(x.left), -int(x.top), int(x.right), int(x.bottom));
+    }
+    if (k.startupID) {
+        out.startupRead = true;
+        const auto id = decodeUtf8Text(startupID.raw(), m_atoms.utf8String);
+        note(k.window, "_NET_STARTUP_ID", id);
+        if (id.hasValue() && !id.value.isEmpty())
+            f.startupID = id.value;
+        const QList<std::uint32_t> h = decodeCardinals(hints.raw(), XCB_ATOM_WM_HINTS, kWmHintsItems).value;
+        if (h.size() == kWmHintsItems && (h[0] & kWindowGroupHint) && h[8] != XCB_NONE && h[8] != k.window)
+            out.groupLeader = h[8];
+    }
+    return out;
+}
+
+void ClientReader::readProperties(const ClientCookies &k, ReplyCollector &replies,
+                                  PropertyCache::Entry &entry) const
+{
+    const Atoms &a = m_atoms;
+    const PropertyReply netWmName = replies.property(k.netWmName), wmName = replies.property(k.wmName),
+                        pid = replies.property(k.pid), wmClass = replies.property(k.wmClass),
+                        type = replies.property(k.type), state = replies.property(k.state),
+                        wmState = replies.property(k.wmState), desktop = replies.property(k.desktop),
+                        extents = replies.property(k.extents), opacity = replies.property(k.opacity),
+                        gtkId = replies.property(k.gtkApplicationId),
+                        kdeFile = replies.property(k.kdeDesktopFile);
+    // Starting afresh: a property that went away must not leave its old value behind.
+    ClientFacts f;
     f.window = k.window;
+    f.viewable = entry.facts.viewable;
     const auto netTitle = decodeUtf8Text(netWmName.raw(), a.utf8String);
     const auto legacyTitle = decodeLegacyText(wmName.raw(), a.utf8String);
     note(k.window, "_NET_WM_NAME", netTitle);
@@ -312,30 +394,10 @@ std::optional<ClientReader::ReadClient> ClientReader::collectClient(const Client
     note(k.window, "_NET_WM_WINDOW_OPACITY", opacityValue);
     if (opacityValue.hasValue())
         f.opacity = double(opacityValue.value) / double(0xffffffffu);
-    f.viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
-    if (geometry && origin && origin->same_screen) {
-        const auto frame = decodeFrameExtents(extents.raw());
-        note(k.window, "_NET_FRAME_EXTENTS", frame);
-        const FrameExtents &e = frame.value;
-        f.frame = QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height)
-                      .adjusted(-int(e.left), -int(e.top), int(e.right), int(e.bottom));
-    }
-
-    if (k.startupID) {
-        out.startupRead = true;
-        const auto id = decodeUtf8Text(startupID.raw(), a.utf8String);
-        note(k.window, "_NET_STARTUP_ID", id);
-        if (id.hasValue() && !id.value.isEmpty())
-            f.startupID = id.value;
-        const QList<std::uint32_t> h = decodeCardinals(hints.raw(), XCB_ATOM_WM_HINTS, kWmHintsItems).value;
-        if (h.size() == kWmHintsItems && (h[0] & kWindowGroupHint) && h[8] != XCB_NONE && h[8] != k.window)
-            out.groupLeader = h[8];
-    }
-
-    const RawProperty icon = iconSize.raw();
-    if (icon.type == XCB_ATOM_CARDINAL && icon.format == 32 && icon.bytesAfter >= kMinIconBytes)
-        out.iconBytes = std::min(icon.bytesAfter, kMaxIconBytes);
-    return out;
+    const auto frame = decodeFrameExtents(extents.raw());
+    note(k.window, "_NET_FRAME_EXTENTS", frame);
+    entry.extents = frame.value;
+    entry.facts = std::move(f);
 }
 
 void ClientReader::readLate(std::vector<ReadClient> &clients) const
@@ -345,17 +407,23 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
     std::vector<LateCookies> pending;
     for (ReadClient &client : clients) {
         LateCookies late{&client, std::nullopt, std::nullopt};
-        const ClientFacts &f = client.facts;
-        if (!f.pid && m_hasXRes) {
+        ClientFacts &f = client.facts;
+        // A pid the server named once stays the window's: asked again only with its properties.
+        if (!f.pid && m_hasXRes && (client.partsRead & PropertyCache::Properties)) {
             const xcb_res_client_id_spec_t spec{f.window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
             late.clientIds = xcb_res_query_client_ids(m_connection, 1, &spec);
         }
         // A window whose pid is still unknown might be its process's only one with an icon.
-        if (client.iconBytes > 0 && (!f.pid || !pidsWithIcon.contains(*f.pid))) {
+        const PropertyCache::Entry &e = client.entry;
+        if (e.iconBytes > 0 && (!f.pid || !pidsWithIcon.contains(*f.pid))) {
             if (f.pid)
                 pidsWithIcon.insert(*f.pid);
-            late.icon = xcb_get_property(m_connection, 0, f.window, m_atoms.netWmIcon, XCB_ATOM_CARDINAL, 0,
-                                         client.iconBytes / 4);
+            // Fetched once per window, and again only after its `_NET_WM_ICON` changed.
+            if (e.iconFetched)
+                f.icon = e.icon;
+            else
+                late.icon = xcb_get_property(m_connection, 0, f.window, m_atoms.netWmIcon, XCB_ATOM_CARDINAL,
+                                             0, e.iconBytes / 4);
         }
         if (late.clientIds || late.icon)
             pending.push_back(late);
@@ -373,14 +441,17 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
     for (const LateCookies &late : pending) {
         ReplyCollector replies(m_connection);
         ClientFacts &f = late.client->facts;
+        PropertyCache::Entry &e = late.client->entry;
         if (late.clientIds) {
             if (const auto ids = replies.take(xcb_res_query_client_ids_reply, *late.clientIds))
-                f.pid = pidFromClientIds(ids.get());
+                f.pid = e.facts.pid = pidFromClientIds(ids.get());
         }
         if (late.icon) {
             const auto icon = decodeIcon(replies.property(*late.icon).raw());
             note(f.window, "_NET_WM_ICON", icon);
-            f.icon = icon.value;
+            f.icon = e.icon = icon.value;
+            e.iconFetched = true;
+            late.client->partsRead |= PropertyCache::Icon;
         }
         if (replies.vanished()) {
             qCDebug(lcPlatform).nospace()
@@ -400,6 +471,20 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
     for (ReadClient &client : clients) {
         if (client.startupRead && !client.facts.startupID && leaderIDs.contains(client.groupLeader))
             client.facts.startupID = leaderIDs.value(client.groupLeader);
+    }
+}
+
+void ClientReader::reportOutOfStep(const QHash<std::uint32_t, PropertyCache::Entry> &known,
+                                   const std::vector<ReadClient> &clients) const
+{
+    for (const ReadClient &client : clients) {
+        const auto it = known.constFind(client.facts.window);
+        if (client.vanished || it == known.cend() || it->stale != 0)
+            continue;
+        if (const char *what = PropertyCache::differingPart(*it, client.entry))
+            qCWarning(lcPlatform).nospace()
+                << "[OV] the property cache was out of step for window 0x" << Qt::hex << client.facts.window
+                << " (" << what << " changed without an event); the full read put it right";
     }
 }
 

@@ -145,6 +145,8 @@ struct X11Desktop::Private
     DesktopEntries entries;
     std::atomic<bool> trusted{false};
     std::atomic<bool> lossReported{false};
+    std::atomic<unsigned> reads{0};
+    std::shared_ptr<PropertyCache> cache;
     qint32 ownPid = 0;
 };
 
@@ -273,7 +275,9 @@ std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *er
         qCInfo(lcPlatform)
             << "[OV] no X-Resource 1.2 on this server: windows without _NET_WM_PID have no process";
 
-    desktop->d->reader = std::make_unique<ClientReader>(c, it.data->root, desktop->d->atoms, hasXRes);
+    desktop->d->cache = PropertyCache::forDisplay(display);
+    desktop->d->reader =
+        std::make_unique<ClientReader>(c, it.data->root, desktop->d->atoms, hasXRes, desktop->d->cache);
     const std::optional<DesktopFacts> check = desktop->d->reader->read(false);
     desktop->d->trusted = check && check->trusted;
     return desktop;
@@ -288,7 +292,7 @@ DesktopSnapshot X11Desktop::readSnapshot()
 {
     std::optional<DesktopFacts> facts;
     if (!xcb_connection_has_error(d->connection))
-        facts = d->reader->read();
+        facts = d->reader->read(true, ++d->reads % kFullReadEvery == 0);
     if (!facts) {
         d->trusted = false;
         // xcb never recovers a broken connection: one line says it, the rest is silence.
@@ -303,6 +307,11 @@ DesktopSnapshot X11Desktop::readSnapshot()
 qint32 X11Desktop::ownPid() const
 {
     return d->ownPid;
+}
+
+const std::shared_ptr<PropertyCache> &X11Desktop::propertyCache() const
+{
+    return d->cache;
 }
 
 LaunchWatch X11Desktop::watchForLaunch()
