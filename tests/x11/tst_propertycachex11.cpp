@@ -6,6 +6,7 @@
 #include "testclientprocess.h"
 #include "xtestconnection.h"
 
+#include <QRandomGenerator>
 #include <QtTest>
 
 #include <xcb/xcb.h>
@@ -21,10 +22,30 @@ enum class Change { Title, Minimise, Move, Icon };
 QPoint clientOrigin(XTestConnection &x, xcb_window_t window)
 {
     xcb_connection_t *c = x.connection();
-    auto *reply = xcb_translate_coordinates_reply(c, xcb_translate_coordinates(c, window, x.root(), 0, 0), nullptr);
+    auto *reply =
+        xcb_translate_coordinates_reply(c, xcb_translate_coordinates(c, window, x.root(), 0, 0), nullptr);
     const QPoint origin = reply ? QPoint(reply->dst_x, reply->dst_y) : QPoint();
     std::free(reply);
     return origin;
+}
+
+// Everything a snapshot says, one line per record, for comparing two reads.
+QString describe(const DesktopSnapshot &s)
+{
+    QString out;
+    QDebug d(&out);
+    for (const RunningApp &a : s.apps) {
+        d << a.pid << a.name << a.bundleID.value_or(QString()) << a.regular << a.icon.size()
+          << (a.icon.isNull() ? 0u : a.icon.pixel(0, 0)) << "\n";
+        for (const AppWindow &w : s.windowsByPid.value(a.pid).value_or(QList<AppWindow>()))
+            d << " " << w.title << w.frame << w.minimized << w.windowNumber.value_or(0) << w.clientIndex
+              << w.fullscreen << "\n";
+    }
+    for (const ServerWindow &w : s.serverWindows.value_or(QList<ServerWindow>()))
+        d << w.number << w.layer << w.alpha << w.ownerPid << w.bounds << w.name.value_or(QString())
+          << w.onScreen << "\n";
+    d << s.frontmostPid << s.focusedTitle.value_or(QString());
+    return out;
 }
 
 } // namespace
@@ -39,6 +60,7 @@ private slots:
     void changeShowsInTheNextRead_data();
     void changeShowsInTheNextRead();
     void lostInvalidationIsRepairedByTheFullRead();
+    void agreesWithFullReadsOverRandomChanges();
 
 private:
     const AppWindow *window(const DesktopSnapshot &s) const
@@ -108,7 +130,8 @@ void TestPropertyCacheX11::changeShowsInTheNextRead()
         break;
     }
     case Change::Icon:
-        m_x->setCardinals(xid, "_NET_WM_ICON", XCB_ATOM_CARDINAL, {2, 2, 0xff00ff00, 0xff00ff00, 0xff00ff00, 0xff00ff00});
+        m_x->setCardinals(xid, "_NET_WM_ICON", XCB_ATOM_CARDINAL,
+                          {2, 2, 0xff00ff00, 0xff00ff00, 0xff00ff00, 0xff00ff00});
         break;
     }
 
@@ -120,7 +143,8 @@ void TestPropertyCacheX11::changeShowsInTheNextRead()
     case Change::Minimise: QVERIFY(w->minimized); break;
     case Change::Move: {
         const QList<quint32> e = m_x->cardinals(xid, "_NET_FRAME_EXTENTS", XCB_ATOM_CARDINAL);
-        QCOMPARE(w->frame.topLeft().toPoint(), clientOrigin(*m_x, xid) - QPoint(int(e.value(0)), int(e.value(2))));
+        QCOMPARE(w->frame.topLeft().toPoint(),
+                 clientOrigin(*m_x, xid) - QPoint(int(e.value(0)), int(e.value(2))));
         QVERIFY(w->frame != before);
         break;
     }
@@ -142,7 +166,8 @@ void TestPropertyCacheX11::lostInvalidationIsRepairedByTheFullRead()
     const xcb_window_t xid = m_client->xids[0];
     m_desktop->propertyCache()->dropNextInvalidation();
     m_x->setProperty(xid, "_NET_WM_NAME", m_x->atom("UTF8_STRING"), 8, "poisoned");
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("property cache was out of step for window .* \\(title"));
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression("property cache was out of step for window .* \\(title"));
     int reads = 0;
     QString title;
     do {
@@ -152,6 +177,64 @@ void TestPropertyCacheX11::lostInvalidationIsRepairedByTheFullRead()
             QCOMPARE(title, QStringLiteral("cached"));
     } while (title != QStringLiteral("poisoned") && reads <= x11::X11Desktop::kFullReadEvery);
     QCOMPARE(title, QStringLiteral("poisoned"));
+}
+
+// Clients and the window manager change windows in every way the cache follows; whenever
+// the desktop holds still, a cached read says exactly what a full read says.
+void TestPropertyCacheX11::agreesWithFullReadsOverRandomChanges()
+{
+    QTest::failOnWarning(QRegularExpression("out of step"));
+    QString error;
+    const auto reference = x11::X11Desktop::open(QString(), &error, false);
+    QVERIFY2(reference, qPrintable(error));
+    TestClient client(TestClient::titled({"a", "b", "c", "d", "e"}));
+    QCOMPARE(client.xids.size(), 5);
+    QRandomGenerator random(20261125);
+    const xcb_atom_t utf8 = m_x->atom("UTF8_STRING");
+    const char *states[] = {"_NET_WM_STATE_HIDDEN", "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_FULLSCREEN",
+                            "_NET_WM_STATE_ABOVE"};
+    for (int step = 0; step < 1000; ++step) {
+        const xcb_window_t xid = client.xids[random.bounded(int(client.xids.size()))];
+        const QByteArray text = QByteArray::number(random.bounded(50));
+        switch (random.bounded(9)) {
+        case 0: m_x->setProperty(xid, "_NET_WM_NAME", utf8, 8, "net " + text); break;
+        case 1: m_x->setProperty(xid, "WM_NAME", XCB_ATOM_STRING, 8, "legacy " + text); break;
+        case 2:
+            m_x->setCardinals(xid, "_NET_WM_STATE", XCB_ATOM_ATOM, {m_x->atom(states[random.bounded(4)])});
+            break;
+        case 3: {
+            const quint32 side = 1 + random.bounded(3);
+            m_x->setCardinals(xid, "_NET_WM_ICON", XCB_ATOM_CARDINAL,
+                              QList<quint32>{side, side} + QList<quint32>(side * side, random.generate()));
+            break;
+        }
+        case 4:
+            m_x->setCardinals(xid, "_NET_WM_WINDOW_OPACITY", XCB_ATOM_CARDINAL, {random.generate()});
+            break;
+        case 5:
+            m_x->sendToRoot(xid, "_NET_MOVERESIZE_WINDOW",
+                            {1u | 15u << 8 | 2u << 12, random.bounded(400u), random.bounded(300u),
+                             100 + random.bounded(200u), 80 + random.bounded(200u)});
+            break;
+        case 6:
+            QVERIFY(
+                client.command("iconify " + QByteArray::number(client.xids.indexOf(xid))).startsWith("ok"));
+            break;
+        case 7: m_x->activate(xid); break;
+        case 8: QCOMPARE(client.command("churn 1"), QStringLiteral("ok churn 1")); break;
+        }
+        m_x->sync();
+        // Full, cached, full: when both full reads agree, nothing moved in between.
+        QString before, cached, after;
+        for (int tries = 0; tries < 50 && (tries == 0 || before != after); ++tries) {
+            before = describe(reference->readSnapshot());
+            cached = describe(m_desktop->readSnapshot());
+            after = describe(reference->readSnapshot());
+        }
+        QCOMPARE(before, after);
+        QVERIFY2(cached == after,
+                 qPrintable(QStringLiteral("step %1:\n%2\n---\n%3").arg(step).arg(cached, after)));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestPropertyCacheX11)

@@ -247,7 +247,7 @@ X11Desktop::X11Desktop()
 
 X11Desktop::~X11Desktop() = default;
 
-std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *error)
+std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *error, bool cached)
 {
     int screenNumber = 0;
     const QByteArray name = display.toLocal8Bit();
@@ -275,7 +275,8 @@ std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *er
         qCInfo(lcPlatform)
             << "[OV] no X-Resource 1.2 on this server: windows without _NET_WM_PID have no process";
 
-    desktop->d->cache = PropertyCache::forDisplay(display);
+    if (cached)
+        desktop->d->cache = PropertyCache::forDisplay(display);
     desktop->d->reader =
         std::make_unique<ClientReader>(c, it.data->root, desktop->d->atoms, hasXRes, desktop->d->cache);
     const std::optional<DesktopFacts> check = desktop->d->reader->read(false);

@@ -29,7 +29,8 @@ public:
     ~X11Desktop() override;
 
     /// Connects to `display` (empty: `$DISPLAY`); null, with `error` set, on failure.
-    static std::shared_ptr<X11Desktop> open(const QString &display, QString *error);
+    /// Without `cached`, every read is a full one: the reference the cache is held to.
+    static std::shared_ptr<X11Desktop> open(const QString &display, QString *error, bool cached = true);
 
     bool isTrusted() const override;
     DesktopSnapshot readSnapshot() override;
@@ -40,7 +41,8 @@ public:
     /// at least one read, so at the shown rhythm (1.5 s) a missed change lasts at most 30 s,
     /// while the full reads add a twentieth of one to an idle refresh's cost.
     static constexpr int kFullReadEvery = 20;
-    /// The cache shared with the observer on this display; its scaledIcon() serves views.
+    /// The cache shared with the observer on this display (null when opened uncached); its
+    /// scaledIcon() serves the views.
     const std::shared_ptr<PropertyCache> &propertyCache() const;
 
 private:

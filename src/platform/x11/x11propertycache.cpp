@@ -187,7 +187,8 @@ const char *PropertyCache::differingPart(const Entry &cached, const Entry &read)
     const auto sameExtents = [](const FrameExtents &x, const FrameExtents &y) {
         return x.left == y.left && x.right == y.right && x.top == y.top && x.bottom == y.bottom;
     };
-    if (a.viewable != b.viewable || cached.clientRect != read.clientRect || !sameExtents(cached.extents, read.extents))
+    if (a.viewable != b.viewable || cached.clientRect != read.clientRect
+        || !sameExtents(cached.extents, read.extents))
         return "geometry";
     if (cached.iconBytes != read.iconBytes)
         return "icon";
