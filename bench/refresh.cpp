@@ -68,14 +68,25 @@ int main(int argc, char **argv)
         return 2;
     }
     const QString wmctrl = QStandardPaths::findExecutable(QStringLiteral("wmctrl"));
-    constexpr int kRuns = 30;
+    // --windows N --runs R [--cached-only]: one size, e.g. under a profiler.
+    QList<int> counts{10, 50, 200, 500};
+    int kRuns = 30;
+    bool cachedOnly = false;
+    for (int i = 1; i < argc; ++i)
+        cachedOnly = cachedOnly || qstrcmp(argv[i], "--cached-only") == 0;
+    for (int i = 1; i + 1 < argc; i += 2) {
+        if (qstrcmp(argv[i], "--windows") == 0)
+            counts = {std::max(1, atoi(argv[i + 1]))};
+        else if (qstrcmp(argv[i], "--runs") == 0)
+            kRuns = std::max(1, atoi(argv[i + 1]));
+    }
 
     std::printf("%-8s | %-21s | %-21s | %-21s | %-21s\n", "windows", "full refresh ms", "cached refresh ms",
                 "orvella list ms", "wmctrl -lpG ms");
     std::printf("         | %-21s | %-21s | %-21s |\n", "(p50 / p95)", "(p50 / p95)", "(p50 / p95)");
     std::printf("---------+-----------------------+-----------------------+-----------------------+-------"
                 "---------------\n");
-    for (int count : {10, 50, 200, 500}) {
+    for (int count : counts) {
         QStringList titles;
         for (int i = 0; i < count; ++i)
             titles << QStringLiteral("Bench window %1").arg(i);
@@ -85,7 +96,7 @@ int main(int argc, char **argv)
             return 1;
         }
         tracking::WindowManager manager(desktop, nullptr, nullptr);
-        const Stats refresh = stats(timeRefresh(manager, kRuns));
+        const Stats refresh = cachedOnly ? Stats{} : stats(timeRefresh(manager, kRuns));
         auto observer = platform::x11::X11DesktopObserver::open(QString(), &error);
         if (!observer || !observer->start()) {
             std::fprintf(stderr, "bench_refresh: the observer could not start (%s)\n", qPrintable(error));
@@ -95,9 +106,11 @@ int main(int argc, char **argv)
         const Stats cached = stats(timeRefresh(manager, kRuns));
         observer.reset();
         const Stats list =
-            stats(timeProcess(QStringLiteral(ORVELLA_BINARY), {QStringLiteral("list")}, kRuns));
-        const Stats peer =
-            wmctrl.isEmpty() ? Stats{} : stats(timeProcess(wmctrl, {QStringLiteral("-lpG")}, kRuns));
+            cachedOnly ? Stats{}
+                       : stats(timeProcess(QStringLiteral(ORVELLA_BINARY), {QStringLiteral("list")}, kRuns));
+        const Stats peer = cachedOnly || wmctrl.isEmpty()
+                               ? Stats{}
+                               : stats(timeProcess(wmctrl, {QStringLiteral("-lpG")}, kRuns));
         std::printf("%-8d | %9.2f / %-9.2f | %9.2f / %-9.2f | %9.2f / %-9.2f | %9.2f / %-9.2f\n", count,
                     refresh.median, refresh.p95, cached.median, cached.p95, list.median, list.p95,
                     peer.median, peer.p95);
