@@ -18,12 +18,9 @@ namespace {
 // Bounds on what one property can make a read transfer (in 32-bit units).
 constexpr std::uint32_t kMaxClients = 16384;
 constexpr std::uint32_t kMaxSupportedAtoms = 4096;
-constexpr std::uint32_t kMaxTypeAtoms = 32;
-constexpr std::uint32_t kMaxStateAtoms = 64;
 constexpr std::uint32_t kMaxIdWords = 64; // WM_CLASS and application ids: 256 bytes
 // Width, height and one pixel: anything shorter cannot hold an icon.
 constexpr std::uint32_t kMinIconBytes = 12;
-constexpr std::uint32_t kIconicState = 3;
 // WM_HINTS: nine items, the flags first and the group leader last when this flag is set.
 constexpr qsizetype kWmHintsItems = 9;
 constexpr std::uint32_t kWindowGroupHint = 1u << 6;
@@ -89,6 +86,7 @@ ClientReader::ClientReader(xcb_connection_t *connection, std::uint32_t root, con
     , m_atoms(atoms)
     , m_hasXRes(hasXRes)
     , m_cache(std::move(cache))
+    , m_decoder(atoms)
     , m_startup(std::make_shared<StartupWatch>())
 {}
 
@@ -125,8 +123,8 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) cons
     const auto stacking = decodeCardinals(root->stacking.raw(), XCB_ATOM_WINDOW, kMaxClients);
     const auto active = decodeCardinal(root->activeWindow.raw(), XCB_ATOM_WINDOW);
     const auto desktop = decodeCardinal(root->currentDesktop.raw(), XCB_ATOM_CARDINAL);
-    note(m_root, "_NET_CLIENT_LIST", clientList);
-    note(m_root, "_NET_CLIENT_LIST_STACKING", stacking);
+    m_decoder.note(m_root, "_NET_CLIENT_LIST", clientList);
+    m_decoder.note(m_root, "_NET_CLIENT_LIST_STACKING", stacking);
     if (active.hasValue() && active.value != XCB_NONE)
         facts.activeWindow = active.value;
     if (desktop.hasValue())
@@ -327,7 +325,7 @@ std::optional<ClientReader::ReadClient> ClientReader::collectClient(const Client
     if (k.startupID) {
         out.startupRead = true;
         const auto id = decodeUtf8Text(startupID.raw(), m_atoms.utf8String);
-        note(k.window, "_NET_STARTUP_ID", id);
+        m_decoder.note(k.window, "_NET_STARTUP_ID", id);
         if (id.hasValue() && !id.value.isEmpty())
             f.startupID = id.value;
         const QList<std::uint32_t> h = decodeCardinals(hints.raw(), XCB_ATOM_WM_HINTS, kWmHintsItems).value;
@@ -340,7 +338,6 @@ std::optional<ClientReader::ReadClient> ClientReader::collectClient(const Client
 void ClientReader::readProperties(const ClientCookies &k, ReplyCollector &replies,
                                   PropertyCache::Entry &entry) const
 {
-    const Atoms &a = m_atoms;
     const PropertyReply netWmName = replies.property(k.netWmName), wmName = replies.property(k.wmName),
                         pid = replies.property(k.pid), wmClass = replies.property(k.wmClass),
                         type = replies.property(k.type), state = replies.property(k.state),
@@ -348,56 +345,11 @@ void ClientReader::readProperties(const ClientCookies &k, ReplyCollector &replie
                         extents = replies.property(k.extents), opacity = replies.property(k.opacity),
                         gtkId = replies.property(k.gtkApplicationId),
                         kdeFile = replies.property(k.kdeDesktopFile);
-    // Starting afresh: a property that went away must not leave its old value behind.
-    ClientFacts f;
-    f.window = k.window;
-    f.viewable = entry.facts.viewable;
-    const auto netTitle = decodeUtf8Text(netWmName.raw(), a.utf8String);
-    const auto legacyTitle = decodeLegacyText(wmName.raw(), a.utf8String);
-    note(k.window, "_NET_WM_NAME", netTitle);
-    note(k.window, "WM_NAME", legacyTitle);
-    if (netTitle.hasValue() && (!netTitle.value.isEmpty() || !legacyTitle.hasValue()))
-        f.title = netTitle.value;
-    else if (legacyTitle.hasValue())
-        f.title = legacyTitle.value;
-
-    const auto pidValue = decodeCardinal(pid.raw(), XCB_ATOM_CARDINAL);
-    note(k.window, "_NET_WM_PID", pidValue);
-    if (pidValue.hasValue() && pidValue.value > 0 && pidValue.value <= kMaxPid)
-        f.pid = pidValue.value;
-    const auto classValue = decodeWmClass(wmClass.raw());
-    note(k.window, "WM_CLASS", classValue);
-    if (classValue.hasValue())
-        f.wmClass = classValue.value;
-    f.gtkApplicationId = decodeLegacyText(gtkId.raw(), a.utf8String).value;
-    f.kdeDesktopFile = decodeLegacyText(kdeFile.raw(), a.utf8String).value;
-
-    const auto types = decodeCardinals(type.raw(), XCB_ATOM_ATOM, kMaxTypeAtoms);
-    note(k.window, "_NET_WM_WINDOW_TYPE", types);
-    f.type = windowType(types.value);
-    const auto states = decodeCardinals(state.raw(), XCB_ATOM_ATOM, kMaxStateAtoms);
-    note(k.window, "_NET_WM_STATE", states);
-    f.skipTaskbar = states.value.contains(a.netWmStateSkipTaskbar);
-    f.hidden = states.value.contains(a.netWmStateHidden);
-    f.fullscreen = states.value.contains(a.netWmStateFullscreen);
-    f.above = states.value.contains(a.netWmStateAbove);
-    f.below = states.value.contains(a.netWmStateBelow);
-    const auto icccmState = decodeCardinal(wmState.raw(), a.wmState);
-    note(k.window, "WM_STATE", icccmState);
-    f.iconic = icccmState.hasValue() && icccmState.value == kIconicState;
-
-    const auto desktopValue = decodeCardinal(desktop.raw(), XCB_ATOM_CARDINAL);
-    note(k.window, "_NET_WM_DESKTOP", desktopValue);
-    if (desktopValue.hasValue())
-        f.desktop = desktopValue.value;
-    const auto opacityValue = decodeCardinal(opacity.raw(), XCB_ATOM_CARDINAL);
-    note(k.window, "_NET_WM_WINDOW_OPACITY", opacityValue);
-    if (opacityValue.hasValue())
-        f.opacity = double(opacityValue.value) / double(0xffffffffu);
-    const auto frame = decodeFrameExtents(extents.raw());
-    note(k.window, "_NET_FRAME_EXTENTS", frame);
-    entry.extents = frame.value;
-    entry.facts = std::move(f);
+    m_decoder.decodeProperties(k.window,
+                               {netWmName.raw(), wmName.raw(), pid.raw(), wmClass.raw(), type.raw(),
+                                state.raw(), wmState.raw(), desktop.raw(), extents.raw(), opacity.raw(),
+                                gtkId.raw(), kdeFile.raw()},
+                               entry);
 }
 
 void ClientReader::readLate(std::vector<ReadClient> &clients) const
@@ -448,7 +400,7 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
         }
         if (late.icon) {
             const auto icon = decodeIcon(replies.property(*late.icon).raw());
-            note(f.window, "_NET_WM_ICON", icon);
+            m_decoder.note(f.window, "_NET_WM_ICON", icon);
             f.icon = e.icon = icon.value;
             e.iconFetched = true;
             late.client->partsRead |= PropertyCache::Icon;
@@ -464,7 +416,7 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
         // A leader that is gone only has nothing to say: the window itself stays.
         ReplyCollector replies(m_connection);
         const auto id = decodeUtf8Text(replies.property(it.value()).raw(), m_atoms.utf8String);
-        note(it.key(), "_NET_STARTUP_ID", id);
+        m_decoder.note(it.key(), "_NET_STARTUP_ID", id);
         if (id.hasValue() && !id.value.isEmpty())
             leaderIDs.insert(it.key(), id.value);
     }
@@ -505,55 +457,6 @@ void ClientReader::settleStartupIDs(const QList<std::uint32_t> &clientList,
     // Only listed windows are remembered, so a long watch holds no more than the list.
     const QSet<std::uint32_t> listed(clientList.begin(), clientList.end());
     learned.removeIf([&listed](const auto &entry) { return !listed.contains(entry.key()); });
-}
-
-WindowType ClientReader::windowType(const QList<std::uint32_t> &types) const
-{
-    const Atoms &a = m_atoms;
-    const std::pair<std::uint32_t, WindowType> known[] = {
-        {a.netWmWindowTypeNormal, WindowType::Normal},
-        {a.netWmWindowTypeDialog, WindowType::Dialog},
-        {a.netWmWindowTypeDesktop, WindowType::Desktop},
-        {a.netWmWindowTypeDock, WindowType::Dock},
-        {a.netWmWindowTypeToolbar, WindowType::Toolbar},
-        {a.netWmWindowTypeMenu, WindowType::Menu},
-        {a.netWmWindowTypeUtility, WindowType::Utility},
-        {a.netWmWindowTypeSplash, WindowType::Splash},
-        {a.netWmWindowTypeDropdownMenu, WindowType::Other},
-        {a.netWmWindowTypePopupMenu, WindowType::Other},
-        {a.netWmWindowTypeTooltip, WindowType::Other},
-        {a.netWmWindowTypeNotification, WindowType::Other},
-        {a.netWmWindowTypeCombo, WindowType::Other},
-        {a.netWmWindowTypeDnd, WindowType::Other},
-    };
-    for (std::uint32_t type : types) {
-        for (const auto &[atom, kind] : known) {
-            if (atom != XCB_NONE && atom == type)
-                return kind;
-        }
-    }
-    return WindowType::Unset;
-}
-
-template<typename T>
-void ClientReader::note(std::uint32_t window, const char *property, const Decoded<T> &decoded) const
-{
-    if (!decoded.problem)
-        return;
-    {
-        QMutexLocker lock(&m_mutex);
-        // Windows come and go for as long as Orvella runs; the memory of them must not grow.
-        if (m_logged.size() >= 4096)
-            m_logged.clear();
-        if (!m_logged.insert({window, property, decoded.problem}).second)
-            return;
-    }
-    if (decoded.state == Decoded<T>::State::Malformed)
-        qCWarning(lcPlatform).nospace()
-            << "[OV] window 0x" << Qt::hex << window << ": " << property << " ignored: " << decoded.problem;
-    else
-        qCInfo(lcPlatform).nospace() << "[OV] window 0x" << Qt::hex << window << ": " << property
-                                     << " read in part: " << decoded.problem;
 }
 
 } // namespace orvella::platform::x11

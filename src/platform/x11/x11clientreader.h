@@ -1,6 +1,7 @@
 // Reads the root window's lists and every managed client's properties in three round trips.
 #pragma once
 
+#include "platform/x11/x11clientdecoder.h"
 #include "platform/x11/x11clientfacts.h"
 #include "platform/x11/x11propertycache.h"
 
@@ -71,18 +72,13 @@ private:
     void readLate(std::vector<ReadClient> &clients) const;
     /// Records the client list and, while watching, the startup ids read and learned.
     void settleStartupIDs(const QList<std::uint32_t> &clientList, std::vector<ReadClient> &clients) const;
-    WindowType windowType(const QList<std::uint32_t> &types) const;
-    /// Logs a malformed or irregular property once per window, property and problem.
-    template<typename T>
-    void note(std::uint32_t window, const char *property, const Decoded<T> &decoded) const;
 
     xcb_connection_t *m_connection;
     std::uint32_t m_root;
     const Atoms &m_atoms;
     bool m_hasXRes;
     std::shared_ptr<PropertyCache> m_cache;
-    mutable QMutex m_mutex;
-    mutable std::set<std::tuple<std::uint32_t, const char *, const char *>> m_logged;
+    ClientDecoder m_decoder;
     /// Shared with the watches handed out, which may outlive the reader.
     std::shared_ptr<StartupWatch> m_startup;
 };
