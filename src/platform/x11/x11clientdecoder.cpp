@@ -103,7 +103,8 @@ WindowType ClientDecoder::windowType(const QList<std::uint32_t> &types) const
     return WindowType::Unset;
 }
 
-void ClientDecoder::note(std::uint32_t window, const char *property, DecodeState state, const char *problem) const
+void ClientDecoder::note(std::uint32_t window, const char *property, DecodeState state,
+                         const char *problem) const
 {
     {
         QMutexLocker lock(&m_mutex);

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "platform/x11/x11clientfacts.h"
-#include "platform/x11/x11propertycache.h"
 #include "platform/x11/x11properties.h"
+#include "platform/x11/x11propertycache.h"
 
 #include <QList>
 #include <QMutex>

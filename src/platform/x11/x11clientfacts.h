@@ -56,6 +56,9 @@ struct DesktopFacts
     /// An EWMH window manager whose `_NET_SUPPORTED` lists the client list and the
     /// active window.
     bool trusted = false;
+    /// Tells reads apart: a read that found nothing changed since the last one returns that
+    /// one's clients under the same number, so that what was built from them can be reused.
+    quint64 readNumber = 0;
 };
 
 } // namespace orvella::platform::x11

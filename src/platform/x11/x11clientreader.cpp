@@ -72,6 +72,21 @@ struct ClientReader::StartupWatch
     QHash<std::uint32_t, std::optional<QString>> learned;
 };
 
+struct ClientReader::LastRead
+{
+    quint64 sequence = 0;
+    QList<std::uint32_t> clientList, stacking, supported;
+    std::optional<std::uint32_t> check;
+    DesktopFacts facts;
+
+    bool sameRoot(const LastRead &o) const
+    {
+        return clientList == o.clientList && stacking == o.stacking && supported == o.supported
+               && check == o.check && facts.activeWindow == o.facts.activeWindow
+               && facts.currentDesktop == o.facts.currentDesktop;
+    }
+};
+
 struct ClientReader::LateCookies
 {
     ReadClient *client;
@@ -135,20 +150,34 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) cons
     if (check.hasValue())
         checkCookie =
             xcb_get_property(m_connection, 0, check.value, a.netSupportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
+    bool watching = false;
+    QSet<std::uint32_t> before;
+    QHash<std::uint32_t, std::optional<QString>> learned;
+    {
+        QMutexLocker lock(&m_startup->mutex);
+        watching = m_startup->watches > 0;
+        before = m_startup->before;
+        learned = m_startup->learned;
+    }
+    LastRead now{sequence,
+                 clientList.value,
+                 stacking.value,
+                 supported.value,
+                 check.hasValue() ? std::optional(check.value) : std::nullopt,
+                 facts};
+    std::shared_ptr<const LastRead> last;
+    if (cached && !watching) {
+        QMutexLocker lock(&m_lastMutex);
+        last = m_last;
+    }
+    // Nothing invalidated since the last read began, and the root says what it said then:
+    // every client is as that read found it.
+    const bool unchanged = last && last->sequence == sequence && last->sameRoot(now);
     std::vector<ClientCookies> pending;
     QHash<std::uint32_t, PropertyCache::Entry> known;
-    if (withClients && m_cache)
+    if (withClients && m_cache && !unchanged)
         known = m_cache->entries(clientList.value);
-    if (withClients) {
-        bool watching = false;
-        QSet<std::uint32_t> before;
-        QHash<std::uint32_t, std::optional<QString>> learned;
-        {
-            QMutexLocker lock(&m_startup->mutex);
-            watching = m_startup->watches > 0;
-            before = m_startup->before;
-            learned = m_startup->learned;
-        }
+    if (withClients && !unchanged) {
         pending.reserve(size_t(clientList.value.size()));
         QSet<std::uint32_t> requested;
         for (std::uint32_t window : clientList.value) {
@@ -175,6 +204,14 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) cons
         facts.trusted = self.hasValue() && self.value == check.value
                         && supported.value.contains(a.netClientList)
                         && supported.value.contains(a.netActiveWindow);
+    }
+    if (unchanged) {
+        const bool trusted = facts.trusted;
+        facts = last->facts;
+        facts.trusted = trusted;
+        std::vector<ReadClient> none;
+        settleStartupIDs(clientList.value, none);
+        return facts;
     }
     QHash<std::uint32_t, int> stackingPosition;
     for (qsizetype i = 0; i < stacking.value.size(); ++i)
@@ -210,6 +247,12 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) cons
     for (ReadClient &client : clients) {
         if (!client.vanished)
             facts.clients.append(std::move(client.facts));
+    }
+    facts.readNumber = ++m_reads;
+    if (withClients && m_cache && !watching) {
+        now.facts = facts;
+        QMutexLocker lock(&m_lastMutex);
+        m_last = std::make_shared<const LastRead>(std::move(now));
     }
     return facts;
 }

@@ -11,6 +11,7 @@
 #include <QRect>
 #include <QString>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -57,6 +58,7 @@ private:
     struct ReadClient;
     struct LateCookies;
     struct StartupWatch;
+    struct LastRead;
 
     std::optional<RootReplies> readRoot() const;
     /// Sends the requests for the `parts` (PropertyCache::Part) of `window`.
@@ -79,6 +81,10 @@ private:
     bool m_hasXRes;
     std::shared_ptr<PropertyCache> m_cache;
     ClientDecoder m_decoder;
+    /// The latest read of the clients, for reads that find nothing changed since.
+    mutable QMutex m_lastMutex;
+    mutable std::shared_ptr<const LastRead> m_last;
+    mutable std::atomic<quint64> m_reads{0};
     /// Shared with the watches handed out, which may outlive the reader.
     std::shared_ptr<StartupWatch> m_startup;
 };

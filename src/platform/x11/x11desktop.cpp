@@ -12,6 +12,7 @@
 #include <xcb/xcb.h>
 
 #include <QFile>
+#include <QMutex>
 
 #include <algorithm>
 #include <atomic>
@@ -146,6 +147,10 @@ struct X11Desktop::Private
     std::atomic<bool> trusted{false};
     std::atomic<bool> lossReported{false};
     std::atomic<unsigned> reads{0};
+    /// The snapshot built from the latest read, reused while reads find nothing changed.
+    QMutex lastMutex;
+    quint64 lastReadNumber = 0;
+    DesktopSnapshot lastSnapshot;
     std::shared_ptr<PropertyCache> cache;
     qint32 ownPid = 0;
 };
@@ -302,7 +307,16 @@ DesktopSnapshot X11Desktop::readSnapshot()
         return {};
     }
     d->trusted = facts->trusted;
-    return d->snapshot(*facts);
+    {
+        QMutexLocker lock(&d->lastMutex);
+        if (d->lastReadNumber == facts->readNumber)
+            return d->lastSnapshot;
+    }
+    DesktopSnapshot snapshot = d->snapshot(*facts);
+    QMutexLocker lock(&d->lastMutex);
+    d->lastReadNumber = facts->readNumber;
+    d->lastSnapshot = snapshot;
+    return snapshot;
 }
 
 qint32 X11Desktop::ownPid() const
