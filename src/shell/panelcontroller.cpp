@@ -14,6 +14,7 @@
 
 #include <QCursor>
 #include <QGuiApplication>
+#include <QQuickView>
 #include <QScreen>
 
 #include <chrono>
@@ -113,6 +114,9 @@ void PanelController::launchSidebar()
         return;
     m_panel = std::make_unique<SidebarPanel>(m_host.get(), *m_rows, m_manager, m_settings, m_viewObjects);
     connect(m_panel.get(), &SidebarPanel::pointerLeft, this, &PanelController::pointerLeftPanel);
+    // Qt moves the window by itself when its monitor goes away: put it back where it belongs.
+    connect(&m_panel->view(), &QWindow::screenChanged, this, &PanelController::updatePanelLayout,
+            Qt::QueuedConnection);
     connect(m_panel.get(), &SidebarPanel::pointerEntered, this, [this] { m_autoHidePending.reset(); });
     follow();
     updatePanelLayout();

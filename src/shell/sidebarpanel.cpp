@@ -70,11 +70,21 @@ void SidebarPanel::place(QScreen *screen, const QRectF &frame)
     const bool moved = screen != m_screen;
     m_screen = screen;
     m_frame = frame;
-    if (screen && m_view->screen() != screen)
-        m_view->setScreen(screen);
+    // The geometry alone moves the window to the monitor holding it; setting the screen as
+    // well would make Qt reposition it a second time, racing the window manager's answer.
     m_view->setGeometry(frame.toAlignedRect());
     if (moved || m_reserve)
         applyReservation();
+}
+
+QRectF SidebarPanel::frame() const
+{
+    const QRect placed = m_frame.toAlignedRect();
+    const QRect actual = m_view->geometry();
+    const bool moved = std::abs(actual.x() - placed.x()) > 1 || std::abs(actual.y() - placed.y()) > 1
+                       || std::abs(actual.width() - placed.width()) > 1
+                       || std::abs(actual.height() - placed.height()) > 1;
+    return moved && m_view->isVisible() ? QRectF(actual) : m_frame;
 }
 
 void SidebarPanel::setColumns(int columns)

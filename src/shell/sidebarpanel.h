@@ -40,7 +40,9 @@ public:
 
     /// Moves the panel to `frame` (logical pixels) on `screen`.
     void place(QScreen *screen, const QRectF &frame);
-    QRectF frame() const { return m_frame; }
+    /// Where the panel was placed, or where it is when something else moved it since (Qt moves
+    /// a window off a monitor that goes away).
+    QRectF frame() const;
     QScreen *screen() const { return m_screen; }
     void setColumns(int columns);
 
