@@ -1,11 +1,8 @@
 // How long one refresh and one `orvella list` take for 10 to 500 windows, with
-// `wmctrl -lpG` timed beside them on the same windows. A refresh is timed twice: reading
-// every window (no observer), and with nothing changed, served by the property cache that
-// a running observer keeps (one read in twenty is still a full one). Prints a table.
+// `wmctrl -lpG` timed beside them on the same windows. Prints a table.
 #include "benchprocess.h"
 #include "benchstats.h"
 #include "platform/x11/x11desktop.h"
-#include "platform/x11/x11desktopobserver.h"
 #include "tracking/windowmanager.h"
 
 #include <QCoreApplication>
@@ -68,25 +65,12 @@ int main(int argc, char **argv)
         return 2;
     }
     const QString wmctrl = QStandardPaths::findExecutable(QStringLiteral("wmctrl"));
-    // --windows N --runs R [--cached-only]: one size, e.g. under a profiler.
-    QList<int> counts{10, 50, 200, 500};
-    int kRuns = 30;
-    bool cachedOnly = false;
-    for (int i = 1; i < argc; ++i)
-        cachedOnly = cachedOnly || qstrcmp(argv[i], "--cached-only") == 0;
-    for (int i = 1; i + 1 < argc; i += 2) {
-        if (qstrcmp(argv[i], "--windows") == 0)
-            counts = {std::max(1, atoi(argv[i + 1]))};
-        else if (qstrcmp(argv[i], "--runs") == 0)
-            kRuns = std::max(1, atoi(argv[i + 1]));
-    }
+    constexpr int kRuns = 30;
 
-    std::printf("%-8s | %-21s | %-21s | %-21s | %-21s\n", "windows", "full refresh ms", "cached refresh ms",
-                "orvella list ms", "wmctrl -lpG ms");
-    std::printf("         | %-21s | %-21s | %-21s |\n", "(p50 / p95)", "(p50 / p95)", "(p50 / p95)");
-    std::printf("---------+-----------------------+-----------------------+-----------------------+-------"
-                "---------------\n");
-    for (int count : counts) {
+    std::printf("%-8s | %-21s | %-21s | %-21s\n", "windows", "refresh ms (p50/p95)", "orvella list ms",
+                "wmctrl -lpG ms");
+    std::printf("---------+-----------------------+-----------------------+----------------------\n");
+    for (int count : {10, 50, 200, 500}) {
         QStringList titles;
         for (int i = 0; i < count; ++i)
             titles << QStringLiteral("Bench window %1").arg(i);
@@ -96,24 +80,13 @@ int main(int argc, char **argv)
             return 1;
         }
         tracking::WindowManager manager(desktop, nullptr, nullptr);
-        const Stats refresh = cachedOnly ? Stats{} : stats(timeRefresh(manager, kRuns));
-        auto observer = platform::x11::X11DesktopObserver::open(QString(), &error);
-        if (!observer || !observer->start()) {
-            std::fprintf(stderr, "bench_refresh: the observer could not start (%s)\n", qPrintable(error));
-            return 1;
-        }
-        timeRefresh(manager, 2); // the first fills the cache
-        const Stats cached = stats(timeRefresh(manager, kRuns));
-        observer.reset();
+        const Stats refresh = stats(timeRefresh(manager, kRuns));
         const Stats list =
-            cachedOnly ? Stats{}
-                       : stats(timeProcess(QStringLiteral(ORVELLA_BINARY), {QStringLiteral("list")}, kRuns));
-        const Stats peer = cachedOnly || wmctrl.isEmpty()
-                               ? Stats{}
-                               : stats(timeProcess(wmctrl, {QStringLiteral("-lpG")}, kRuns));
-        std::printf("%-8d | %9.2f / %-9.2f | %9.2f / %-9.2f | %9.2f / %-9.2f | %9.2f / %-9.2f\n", count,
-                    refresh.median, refresh.p95, cached.median, cached.p95, list.median, list.p95,
-                    peer.median, peer.p95);
+            stats(timeProcess(QStringLiteral(ORVELLA_BINARY), {QStringLiteral("list")}, kRuns));
+        const Stats peer =
+            wmctrl.isEmpty() ? Stats{} : stats(timeProcess(wmctrl, {QStringLiteral("-lpG")}, kRuns));
+        std::printf("%-8d | %9.2f / %-9.2f | %9.2f / %-9.2f | %9.2f / %-9.2f\n", count, refresh.median,
+                    refresh.p95, list.median, list.p95, peer.median, peer.p95);
         std::fflush(stdout);
         bench::stopClient(client);
     }

@@ -18,14 +18,15 @@ namespace {
 // Bounds on what one property can make a read transfer (in 32-bit units).
 constexpr std::uint32_t kMaxClients = 16384;
 constexpr std::uint32_t kMaxSupportedAtoms = 4096;
+constexpr std::uint32_t kMaxTypeAtoms = 32;
+constexpr std::uint32_t kMaxStateAtoms = 64;
 constexpr std::uint32_t kMaxIdWords = 64; // WM_CLASS and application ids: 256 bytes
 // Width, height and one pixel: anything shorter cannot hold an icon.
 constexpr std::uint32_t kMinIconBytes = 12;
+constexpr std::uint32_t kIconicState = 3;
 // WM_HINTS: nine items, the flags first and the group leader last when this flag is set.
 constexpr qsizetype kWmHintsItems = 9;
 constexpr std::uint32_t kWindowGroupHint = 1u << 6;
-// How long a read waits for the observer to catch up before it reads every window itself.
-constexpr int kInStepTimeoutMs = 250;
 
 } // namespace
 
@@ -37,13 +38,11 @@ struct ClientReader::RootReplies
 struct ClientReader::ClientCookies
 {
     xcb_window_t window;
-    /// The parts of the window requested (PropertyCache::Part); the cookies of the others are unset.
-    unsigned parts = 0;
-    xcb_get_property_cookie_t netWmName{}, wmName{}, pid{}, wmClass{}, type{}, state{}, wmState{}, desktop{},
-        extents{}, opacity{}, gtkApplicationId{}, kdeDesktopFile{}, iconSize{};
-    xcb_get_geometry_cookie_t geometry{};
-    xcb_translate_coordinates_cookie_t origin{};
-    xcb_get_window_attributes_cookie_t attributes{};
+    xcb_get_property_cookie_t netWmName, wmName, pid, wmClass, type, state, wmState, desktop, extents,
+        opacity, gtkApplicationId, kdeDesktopFile, iconSize;
+    xcb_get_geometry_cookie_t geometry;
+    xcb_translate_coordinates_cookie_t origin;
+    xcb_get_window_attributes_cookie_t attributes;
     /// Only for windows read for their startup id.
     std::optional<xcb_get_property_cookie_t> startupID, hints;
 };
@@ -51,9 +50,7 @@ struct ClientReader::ClientCookies
 struct ClientReader::ReadClient
 {
     ClientFacts facts;
-    /// What the cache held before this read, with what this read learned merged in.
-    PropertyCache::Entry entry;
-    unsigned partsRead = 0;
+    std::uint32_t iconBytes = 0; ///< the size of a plausible `_NET_WM_ICON`, 0 when none
     bool vanished = false;
     /// Read for its startup id; the group leader whose id stands in when it has none.
     bool startupRead = false;
@@ -72,21 +69,6 @@ struct ClientReader::StartupWatch
     QHash<std::uint32_t, std::optional<QString>> learned;
 };
 
-struct ClientReader::LastRead
-{
-    quint64 sequence = 0;
-    QList<std::uint32_t> clientList, stacking, supported;
-    std::optional<std::uint32_t> check;
-    DesktopFacts facts;
-
-    bool sameRoot(const LastRead &o) const
-    {
-        return clientList == o.clientList && stacking == o.stacking && supported == o.supported
-               && check == o.check && facts.activeWindow == o.facts.activeWindow
-               && facts.currentDesktop == o.facts.currentDesktop;
-    }
-};
-
 struct ClientReader::LateCookies
 {
     ReadClient *client;
@@ -94,14 +76,11 @@ struct ClientReader::LateCookies
     std::optional<xcb_get_property_cookie_t> icon;
 };
 
-ClientReader::ClientReader(xcb_connection_t *connection, std::uint32_t root, const Atoms &atoms, bool hasXRes,
-                           std::shared_ptr<PropertyCache> cache)
+ClientReader::ClientReader(xcb_connection_t *connection, std::uint32_t root, const Atoms &atoms, bool hasXRes)
     : m_connection(connection)
     , m_root(root)
     , m_atoms(atoms)
     , m_hasXRes(hasXRes)
-    , m_cache(std::move(cache))
-    , m_decoder(atoms)
     , m_startup(std::make_shared<StartupWatch>())
 {}
 
@@ -122,11 +101,8 @@ std::shared_ptr<void> ClientReader::watchLaunch()
     });
 }
 
-std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) const
+std::optional<DesktopFacts> ClientReader::read(bool withClients) const
 {
-    // The cache is trusted only once the observer has seen every change made until now.
-    const bool cached = withClients && m_cache && !full && m_cache->awaitInStep(kInStepTimeoutMs);
-    const quint64 sequence = m_cache ? m_cache->sequence() : 0;
     const std::optional<RootReplies> root = readRoot();
     if (!root)
         return std::nullopt;
@@ -138,8 +114,8 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) cons
     const auto stacking = decodeCardinals(root->stacking.raw(), XCB_ATOM_WINDOW, kMaxClients);
     const auto active = decodeCardinal(root->activeWindow.raw(), XCB_ATOM_WINDOW);
     const auto desktop = decodeCardinal(root->currentDesktop.raw(), XCB_ATOM_CARDINAL);
-    m_decoder.note(m_root, "_NET_CLIENT_LIST", clientList);
-    m_decoder.note(m_root, "_NET_CLIENT_LIST_STACKING", stacking);
+    note(m_root, "_NET_CLIENT_LIST", clientList);
+    note(m_root, "_NET_CLIENT_LIST_STACKING", stacking);
     if (active.hasValue() && active.value != XCB_NONE)
         facts.activeWindow = active.value;
     if (desktop.hasValue())
@@ -150,34 +126,17 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) cons
     if (check.hasValue())
         checkCookie =
             xcb_get_property(m_connection, 0, check.value, a.netSupportingWmCheck, XCB_ATOM_WINDOW, 0, 1);
-    bool watching = false;
-    QSet<std::uint32_t> before;
-    QHash<std::uint32_t, std::optional<QString>> learned;
-    {
-        QMutexLocker lock(&m_startup->mutex);
-        watching = m_startup->watches > 0;
-        before = m_startup->before;
-        learned = m_startup->learned;
-    }
-    LastRead now{sequence,
-                 clientList.value,
-                 stacking.value,
-                 supported.value,
-                 check.hasValue() ? std::optional(check.value) : std::nullopt,
-                 facts};
-    std::shared_ptr<const LastRead> last;
-    if (cached && !watching) {
-        QMutexLocker lock(&m_lastMutex);
-        last = m_last;
-    }
-    // Nothing invalidated since the last read began, and the root says what it said then:
-    // every client is as that read found it.
-    const bool unchanged = last && last->sequence == sequence && last->sameRoot(now);
     std::vector<ClientCookies> pending;
-    QHash<std::uint32_t, PropertyCache::Entry> known;
-    if (withClients && m_cache && !unchanged)
-        known = m_cache->entries(clientList.value);
-    if (withClients && !unchanged) {
+    if (withClients) {
+        bool watching = false;
+        QSet<std::uint32_t> before;
+        QHash<std::uint32_t, std::optional<QString>> learned;
+        {
+            QMutexLocker lock(&m_startup->mutex);
+            watching = m_startup->watches > 0;
+            before = m_startup->before;
+            learned = m_startup->learned;
+        }
         pending.reserve(size_t(clientList.value.size()));
         QSet<std::uint32_t> requested;
         for (std::uint32_t window : clientList.value) {
@@ -186,11 +145,8 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) cons
             if (window == XCB_NONE || window == m_root || requested.contains(window))
                 continue;
             requested.insert(window);
-            const auto entry = known.constFind(window);
-            const unsigned parts =
-                cached && entry != known.cend() ? entry->stale : unsigned(PropertyCache::AllParts);
-            pending.push_back(requestClient(
-                window, parts, watching && !before.contains(window) && !learned.contains(window)));
+            pending.push_back(
+                requestClient(window, watching && !before.contains(window) && !learned.contains(window)));
         }
     }
     // xcb writes a full buffer on its own but flushes only up to the request awaited: the
@@ -205,23 +161,13 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) cons
                         && supported.value.contains(a.netClientList)
                         && supported.value.contains(a.netActiveWindow);
     }
-    if (unchanged) {
-        const bool trusted = facts.trusted;
-        facts = last->facts;
-        facts.trusted = trusted;
-        std::vector<ReadClient> none;
-        settleStartupIDs(clientList.value, none);
-        return facts;
-    }
     QHash<std::uint32_t, int> stackingPosition;
     for (qsizetype i = 0; i < stacking.value.size(); ++i)
         stackingPosition.insert(stacking.value[i], int(i));
     std::vector<ReadClient> clients;
     clients.reserve(pending.size());
     for (const ClientCookies &cookies : pending) {
-        const auto entry = known.constFind(cookies.window);
-        if (std::optional<ReadClient> client =
-                collectClient(cookies, entry != known.cend() ? *entry : PropertyCache::Entry())) {
+        if (std::optional<ReadClient> client = collectClient(cookies)) {
             client->facts.stackingPosition = stackingPosition.value(cookies.window, -1);
             clients.push_back(std::move(*client));
         }
@@ -232,27 +178,12 @@ std::optional<DesktopFacts> ClientReader::read(bool withClients, bool full) cons
     readLate(clients);
     if (xcb_connection_has_error(m_connection))
         return std::nullopt;
-    if (withClients && m_cache) {
-        if (full)
-            reportOutOfStep(known, clients);
-        for (const ReadClient &client : clients) {
-            if (!client.vanished && client.partsRead)
-                m_cache->store(client.facts.window, client.entry, client.partsRead, sequence);
-        }
-        m_cache->retain(clientList.value, sequence);
-    }
     if (withClients)
         settleStartupIDs(clientList.value, clients);
     facts.clients.reserve(qsizetype(clients.size()));
     for (ReadClient &client : clients) {
         if (!client.vanished)
             facts.clients.append(std::move(client.facts));
-    }
-    facts.readNumber = ++m_reads;
-    if (withClients && m_cache && !watching) {
-        now.facts = facts;
-        QMutexLocker lock(&m_lastMutex);
-        m_last = std::make_shared<const LastRead>(std::move(now));
     }
     return facts;
 }
@@ -281,8 +212,7 @@ std::optional<ClientReader::RootReplies> ClientReader::readRoot() const
     return out;
 }
 
-ClientReader::ClientCookies ClientReader::requestClient(std::uint32_t window, unsigned parts,
-                                                        bool startupID) const
+ClientReader::ClientCookies ClientReader::requestClient(std::uint32_t window, bool startupID) const
 {
     const Atoms &a = m_atoms;
     xcb_connection_t *c = m_connection;
@@ -290,67 +220,45 @@ ClientReader::ClientCookies ClientReader::requestClient(std::uint32_t window, un
         return xcb_get_property(c, 0, window, property, type, 0, length);
     };
     constexpr std::uint32_t titleWords = kMaxTitleBytes / 4;
-    ClientCookies k;
-    k.window = window;
-    k.parts = parts;
-    if (parts & PropertyCache::Properties) {
-        k.netWmName = get(a.netWmName, a.utf8String, titleWords);
-        k.wmName = get(XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, titleWords);
-        k.pid = get(a.netWmPid, XCB_ATOM_CARDINAL, 1);
-        k.wmClass = get(XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, kMaxIdWords);
-        k.type = get(a.netWmWindowType, XCB_ATOM_ATOM, kMaxTypeAtoms);
-        k.state = get(a.netWmState, XCB_ATOM_ATOM, kMaxStateAtoms);
-        k.wmState = get(a.wmState, a.wmState, 1);
-        k.desktop = get(a.netWmDesktop, XCB_ATOM_CARDINAL, 1);
-        k.extents = get(a.netFrameExtents, XCB_ATOM_CARDINAL, 4);
-        k.opacity = get(a.netWmWindowOpacity, XCB_ATOM_CARDINAL, 1);
-        k.gtkApplicationId = get(a.gtkApplicationId, XCB_GET_PROPERTY_TYPE_ANY, kMaxIdWords);
-        k.kdeDesktopFile = get(a.kdeNetWmDesktopFile, XCB_GET_PROPERTY_TYPE_ANY, kMaxIdWords);
-    }
-    // Length 0: only the type and size. The pixels are fetched later, once per process.
-    if (parts & PropertyCache::Icon)
-        k.iconSize = get(a.netWmIcon, XCB_ATOM_CARDINAL, 0);
-    if (parts & PropertyCache::Geometry) {
-        k.geometry = xcb_get_geometry(c, window);
-        k.origin = xcb_translate_coordinates(c, window, m_root, 0, 0);
-        k.attributes = xcb_get_window_attributes(c, window);
-    }
-    if (startupID) {
-        k.startupID = get(a.netStartupId, a.utf8String, kMaxIdWords);
-        k.hints = get(XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, kWmHintsItems);
-    }
-    return k;
+    return ClientCookies{
+        .window = window,
+        .netWmName = get(a.netWmName, a.utf8String, titleWords),
+        .wmName = get(XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, titleWords),
+        .pid = get(a.netWmPid, XCB_ATOM_CARDINAL, 1),
+        .wmClass = get(XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, kMaxIdWords),
+        .type = get(a.netWmWindowType, XCB_ATOM_ATOM, kMaxTypeAtoms),
+        .state = get(a.netWmState, XCB_ATOM_ATOM, kMaxStateAtoms),
+        .wmState = get(a.wmState, a.wmState, 1),
+        .desktop = get(a.netWmDesktop, XCB_ATOM_CARDINAL, 1),
+        .extents = get(a.netFrameExtents, XCB_ATOM_CARDINAL, 4),
+        .opacity = get(a.netWmWindowOpacity, XCB_ATOM_CARDINAL, 1),
+        .gtkApplicationId = get(a.gtkApplicationId, XCB_GET_PROPERTY_TYPE_ANY, kMaxIdWords),
+        .kdeDesktopFile = get(a.kdeNetWmDesktopFile, XCB_GET_PROPERTY_TYPE_ANY, kMaxIdWords),
+        // Length 0: only the type and size. The pixels are fetched later, once per process.
+        .iconSize = get(a.netWmIcon, XCB_ATOM_CARDINAL, 0),
+        .geometry = xcb_get_geometry(c, window),
+        .origin = xcb_translate_coordinates(c, window, m_root, 0, 0),
+        .attributes = xcb_get_window_attributes(c, window),
+        .startupID = startupID ? std::optional(get(a.netStartupId, a.utf8String, kMaxIdWords)) : std::nullopt,
+        .hints = startupID ? std::optional(get(XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, kWmHintsItems))
+                           : std::nullopt,
+    };
 }
 
-std::optional<ClientReader::ReadClient> ClientReader::collectClient(const ClientCookies &k,
-                                                                    const PropertyCache::Entry &cached) const
+std::optional<ClientReader::ReadClient> ClientReader::collectClient(const ClientCookies &k) const
 {
+    const Atoms &a = m_atoms;
     ReplyCollector replies(m_connection);
-    ReadClient out;
-    out.entry = cached;
-    out.partsRead = k.parts;
-    PropertyCache::Entry &e = out.entry;
-    e.facts.window = k.window;
-    if (k.parts & PropertyCache::Properties)
-        readProperties(k, replies, e);
-    if (k.parts & PropertyCache::Icon) {
-        const RawProperty icon = replies.property(k.iconSize).raw();
-        e.iconBytes = icon.type == XCB_ATOM_CARDINAL && icon.format == 32 && icon.bytesAfter >= kMinIconBytes
-                          ? std::min(icon.bytesAfter, kMaxIconBytes)
-                          : 0;
-        e.iconFetched = false;
-        e.icon = QImage();
-        e.scaledIcon = QImage();
-    }
-    if (k.parts & PropertyCache::Geometry) {
-        const auto geometry = replies.take(xcb_get_geometry_reply, k.geometry);
-        const auto origin = replies.take(xcb_translate_coordinates_reply, k.origin);
-        const auto attributes = replies.take(xcb_get_window_attributes_reply, k.attributes);
-        e.facts.viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
-        e.clientRect.reset();
-        if (geometry && origin && origin->same_screen)
-            e.clientRect = QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height);
-    }
+    const PropertyReply netWmName = replies.property(k.netWmName), wmName = replies.property(k.wmName),
+                        pid = replies.property(k.pid), wmClass = replies.property(k.wmClass),
+                        type = replies.property(k.type), state = replies.property(k.state),
+                        wmState = replies.property(k.wmState), desktop = replies.property(k.desktop),
+                        extents = replies.property(k.extents), opacity = replies.property(k.opacity),
+                        gtkId = replies.property(k.gtkApplicationId),
+                        kdeFile = replies.property(k.kdeDesktopFile), iconSize = replies.property(k.iconSize);
+    const auto geometry = replies.take(xcb_get_geometry_reply, k.geometry);
+    const auto origin = replies.take(xcb_translate_coordinates_reply, k.origin);
+    const auto attributes = replies.take(xcb_get_window_attributes_reply, k.attributes);
     const PropertyReply startupID = k.startupID ? replies.property(*k.startupID) : PropertyReply();
     const PropertyReply hints = k.hints ? replies.property(*k.hints) : PropertyReply();
     if (replies.vanished()) {
@@ -359,40 +267,75 @@ std::optional<ClientReader::ReadClient> ClientReader::collectClient(const Client
         return std::nullopt;
     }
 
+    ReadClient out;
     ClientFacts &f = out.facts;
-    f = e.facts;
-    if (e.clientRect) {
-        const FrameExtents &x = e.extents;
-        f.frame = e.clientRect->adjusted(-int(x.left), -int(x.top), int(x.right), int(x.bottom));
+    f.window = k.window;
+    const auto netTitle = decodeUtf8Text(netWmName.raw(), a.utf8String);
+    const auto legacyTitle = decodeLegacyText(wmName.raw(), a.utf8String);
+    note(k.window, "_NET_WM_NAME", netTitle);
+    note(k.window, "WM_NAME", legacyTitle);
+    if (netTitle.hasValue() && (!netTitle.value.isEmpty() || !legacyTitle.hasValue()))
+        f.title = netTitle.value;
+    else if (legacyTitle.hasValue())
+        f.title = legacyTitle.value;
+
+    const auto pidValue = decodeCardinal(pid.raw(), XCB_ATOM_CARDINAL);
+    note(k.window, "_NET_WM_PID", pidValue);
+    if (pidValue.hasValue() && pidValue.value > 0 && pidValue.value <= kMaxPid)
+        f.pid = pidValue.value;
+    const auto classValue = decodeWmClass(wmClass.raw());
+    note(k.window, "WM_CLASS", classValue);
+    if (classValue.hasValue())
+        f.wmClass = classValue.value;
+    f.gtkApplicationId = decodeLegacyText(gtkId.raw(), a.utf8String).value;
+    f.kdeDesktopFile = decodeLegacyText(kdeFile.raw(), a.utf8String).value;
+
+    const auto types = decodeCardinals(type.raw(), XCB_ATOM_ATOM, kMaxTypeAtoms);
+    note(k.window, "_NET_WM_WINDOW_TYPE", types);
+    f.type = windowType(types.value);
+    const auto states = decodeCardinals(state.raw(), XCB_ATOM_ATOM, kMaxStateAtoms);
+    note(k.window, "_NET_WM_STATE", states);
+    f.skipTaskbar = states.value.contains(a.netWmStateSkipTaskbar);
+    f.hidden = states.value.contains(a.netWmStateHidden);
+    f.fullscreen = states.value.contains(a.netWmStateFullscreen);
+    f.above = states.value.contains(a.netWmStateAbove);
+    f.below = states.value.contains(a.netWmStateBelow);
+    const auto icccmState = decodeCardinal(wmState.raw(), a.wmState);
+    note(k.window, "WM_STATE", icccmState);
+    f.iconic = icccmState.hasValue() && icccmState.value == kIconicState;
+
+    const auto desktopValue = decodeCardinal(desktop.raw(), XCB_ATOM_CARDINAL);
+    note(k.window, "_NET_WM_DESKTOP", desktopValue);
+    if (desktopValue.hasValue())
+        f.desktop = desktopValue.value;
+    const auto opacityValue = decodeCardinal(opacity.raw(), XCB_ATOM_CARDINAL);
+    note(k.window, "_NET_WM_WINDOW_OPACITY", opacityValue);
+    if (opacityValue.hasValue())
+        f.opacity = double(opacityValue.value) / double(0xffffffffu);
+    f.viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+    if (geometry && origin && origin->same_screen) {
+        const auto frame = decodeFrameExtents(extents.raw());
+        note(k.window, "_NET_FRAME_EXTENTS", frame);
+        const FrameExtents &e = frame.value;
+        f.frame = QRect(origin->dst_x, origin->dst_y, geometry->width, geometry->height)
+                      .adjusted(-int(e.left), -int(e.top), int(e.right), int(e.bottom));
     }
+
     if (k.startupID) {
         out.startupRead = true;
-        const auto id = decodeUtf8Text(startupID.raw(), m_atoms.utf8String);
-        m_decoder.note(k.window, "_NET_STARTUP_ID", id);
+        const auto id = decodeUtf8Text(startupID.raw(), a.utf8String);
+        note(k.window, "_NET_STARTUP_ID", id);
         if (id.hasValue() && !id.value.isEmpty())
             f.startupID = id.value;
         const QList<std::uint32_t> h = decodeCardinals(hints.raw(), XCB_ATOM_WM_HINTS, kWmHintsItems).value;
         if (h.size() == kWmHintsItems && (h[0] & kWindowGroupHint) && h[8] != XCB_NONE && h[8] != k.window)
             out.groupLeader = h[8];
     }
-    return out;
-}
 
-void ClientReader::readProperties(const ClientCookies &k, ReplyCollector &replies,
-                                  PropertyCache::Entry &entry) const
-{
-    const PropertyReply netWmName = replies.property(k.netWmName), wmName = replies.property(k.wmName),
-                        pid = replies.property(k.pid), wmClass = replies.property(k.wmClass),
-                        type = replies.property(k.type), state = replies.property(k.state),
-                        wmState = replies.property(k.wmState), desktop = replies.property(k.desktop),
-                        extents = replies.property(k.extents), opacity = replies.property(k.opacity),
-                        gtkId = replies.property(k.gtkApplicationId),
-                        kdeFile = replies.property(k.kdeDesktopFile);
-    m_decoder.decodeProperties(k.window,
-                               {netWmName.raw(), wmName.raw(), pid.raw(), wmClass.raw(), type.raw(),
-                                state.raw(), wmState.raw(), desktop.raw(), extents.raw(), opacity.raw(),
-                                gtkId.raw(), kdeFile.raw()},
-                               entry);
+    const RawProperty icon = iconSize.raw();
+    if (icon.type == XCB_ATOM_CARDINAL && icon.format == 32 && icon.bytesAfter >= kMinIconBytes)
+        out.iconBytes = std::min(icon.bytesAfter, kMaxIconBytes);
+    return out;
 }
 
 void ClientReader::readLate(std::vector<ReadClient> &clients) const
@@ -402,23 +345,17 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
     std::vector<LateCookies> pending;
     for (ReadClient &client : clients) {
         LateCookies late{&client, std::nullopt, std::nullopt};
-        ClientFacts &f = client.facts;
-        // A pid the server named once stays the window's: asked again only with its properties.
-        if (!f.pid && m_hasXRes && (client.partsRead & PropertyCache::Properties)) {
+        const ClientFacts &f = client.facts;
+        if (!f.pid && m_hasXRes) {
             const xcb_res_client_id_spec_t spec{f.window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
             late.clientIds = xcb_res_query_client_ids(m_connection, 1, &spec);
         }
         // A window whose pid is still unknown might be its process's only one with an icon.
-        const PropertyCache::Entry &e = client.entry;
-        if (e.iconBytes > 0 && (!f.pid || !pidsWithIcon.contains(*f.pid))) {
+        if (client.iconBytes > 0 && (!f.pid || !pidsWithIcon.contains(*f.pid))) {
             if (f.pid)
                 pidsWithIcon.insert(*f.pid);
-            // Fetched once per window, and again only after its `_NET_WM_ICON` changed.
-            if (e.iconFetched)
-                f.icon = e.icon;
-            else
-                late.icon = xcb_get_property(m_connection, 0, f.window, m_atoms.netWmIcon, XCB_ATOM_CARDINAL,
-                                             0, e.iconBytes / 4);
+            late.icon = xcb_get_property(m_connection, 0, f.window, m_atoms.netWmIcon, XCB_ATOM_CARDINAL, 0,
+                                         client.iconBytes / 4);
         }
         if (late.clientIds || late.icon)
             pending.push_back(late);
@@ -436,17 +373,14 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
     for (const LateCookies &late : pending) {
         ReplyCollector replies(m_connection);
         ClientFacts &f = late.client->facts;
-        PropertyCache::Entry &e = late.client->entry;
         if (late.clientIds) {
             if (const auto ids = replies.take(xcb_res_query_client_ids_reply, *late.clientIds))
-                f.pid = e.facts.pid = pidFromClientIds(ids.get());
+                f.pid = pidFromClientIds(ids.get());
         }
         if (late.icon) {
             const auto icon = decodeIcon(replies.property(*late.icon).raw());
-            m_decoder.note(f.window, "_NET_WM_ICON", icon);
-            f.icon = e.icon = icon.value;
-            e.iconFetched = true;
-            late.client->partsRead |= PropertyCache::Icon;
+            note(f.window, "_NET_WM_ICON", icon);
+            f.icon = icon.value;
         }
         if (replies.vanished()) {
             qCDebug(lcPlatform).nospace()
@@ -459,27 +393,13 @@ void ClientReader::readLate(std::vector<ReadClient> &clients) const
         // A leader that is gone only has nothing to say: the window itself stays.
         ReplyCollector replies(m_connection);
         const auto id = decodeUtf8Text(replies.property(it.value()).raw(), m_atoms.utf8String);
-        m_decoder.note(it.key(), "_NET_STARTUP_ID", id);
+        note(it.key(), "_NET_STARTUP_ID", id);
         if (id.hasValue() && !id.value.isEmpty())
             leaderIDs.insert(it.key(), id.value);
     }
     for (ReadClient &client : clients) {
         if (client.startupRead && !client.facts.startupID && leaderIDs.contains(client.groupLeader))
             client.facts.startupID = leaderIDs.value(client.groupLeader);
-    }
-}
-
-void ClientReader::reportOutOfStep(const QHash<std::uint32_t, PropertyCache::Entry> &known,
-                                   const std::vector<ReadClient> &clients) const
-{
-    for (const ReadClient &client : clients) {
-        const auto it = known.constFind(client.facts.window);
-        if (client.vanished || it == known.cend() || it->stale != 0)
-            continue;
-        if (const char *what = PropertyCache::differingPart(*it, client.entry))
-            qCWarning(lcPlatform).nospace()
-                << "[OV] the property cache was out of step for window 0x" << Qt::hex << client.facts.window
-                << " (" << what << " changed without an event); the full read put it right";
     }
 }
 
@@ -500,6 +420,55 @@ void ClientReader::settleStartupIDs(const QList<std::uint32_t> &clientList,
     // Only listed windows are remembered, so a long watch holds no more than the list.
     const QSet<std::uint32_t> listed(clientList.begin(), clientList.end());
     learned.removeIf([&listed](const auto &entry) { return !listed.contains(entry.key()); });
+}
+
+WindowType ClientReader::windowType(const QList<std::uint32_t> &types) const
+{
+    const Atoms &a = m_atoms;
+    const std::pair<std::uint32_t, WindowType> known[] = {
+        {a.netWmWindowTypeNormal, WindowType::Normal},
+        {a.netWmWindowTypeDialog, WindowType::Dialog},
+        {a.netWmWindowTypeDesktop, WindowType::Desktop},
+        {a.netWmWindowTypeDock, WindowType::Dock},
+        {a.netWmWindowTypeToolbar, WindowType::Toolbar},
+        {a.netWmWindowTypeMenu, WindowType::Menu},
+        {a.netWmWindowTypeUtility, WindowType::Utility},
+        {a.netWmWindowTypeSplash, WindowType::Splash},
+        {a.netWmWindowTypeDropdownMenu, WindowType::Other},
+        {a.netWmWindowTypePopupMenu, WindowType::Other},
+        {a.netWmWindowTypeTooltip, WindowType::Other},
+        {a.netWmWindowTypeNotification, WindowType::Other},
+        {a.netWmWindowTypeCombo, WindowType::Other},
+        {a.netWmWindowTypeDnd, WindowType::Other},
+    };
+    for (std::uint32_t type : types) {
+        for (const auto &[atom, kind] : known) {
+            if (atom != XCB_NONE && atom == type)
+                return kind;
+        }
+    }
+    return WindowType::Unset;
+}
+
+template<typename T>
+void ClientReader::note(std::uint32_t window, const char *property, const Decoded<T> &decoded) const
+{
+    if (!decoded.problem)
+        return;
+    {
+        QMutexLocker lock(&m_mutex);
+        // Windows come and go for as long as Orvella runs; the memory of them must not grow.
+        if (m_logged.size() >= 4096)
+            m_logged.clear();
+        if (!m_logged.insert({window, property, decoded.problem}).second)
+            return;
+    }
+    if (decoded.state == Decoded<T>::State::Malformed)
+        qCWarning(lcPlatform).nospace()
+            << "[OV] window 0x" << Qt::hex << window << ": " << property << " ignored: " << decoded.problem;
+    else
+        qCInfo(lcPlatform).nospace() << "[OV] window 0x" << Qt::hex << window << ": " << property
+                                     << " read in part: " << decoded.problem;
 }
 
 } // namespace orvella::platform::x11

@@ -12,7 +12,6 @@
 #include <xcb/xcb.h>
 
 #include <QFile>
-#include <QMutex>
 
 #include <algorithm>
 #include <atomic>
@@ -146,12 +145,6 @@ struct X11Desktop::Private
     DesktopEntries entries;
     std::atomic<bool> trusted{false};
     std::atomic<bool> lossReported{false};
-    std::atomic<unsigned> reads{0};
-    /// The snapshot built from the latest read, reused while reads find nothing changed.
-    QMutex lastMutex;
-    quint64 lastReadNumber = 0;
-    DesktopSnapshot lastSnapshot;
-    std::shared_ptr<PropertyCache> cache;
     qint32 ownPid = 0;
 };
 
@@ -252,7 +245,7 @@ X11Desktop::X11Desktop()
 
 X11Desktop::~X11Desktop() = default;
 
-std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *error, bool cached)
+std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *error)
 {
     int screenNumber = 0;
     const QByteArray name = display.toLocal8Bit();
@@ -280,10 +273,7 @@ std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *er
         qCInfo(lcPlatform)
             << "[OV] no X-Resource 1.2 on this server: windows without _NET_WM_PID have no process";
 
-    if (cached)
-        desktop->d->cache = PropertyCache::forDisplay(display);
-    desktop->d->reader =
-        std::make_unique<ClientReader>(c, it.data->root, desktop->d->atoms, hasXRes, desktop->d->cache);
+    desktop->d->reader = std::make_unique<ClientReader>(c, it.data->root, desktop->d->atoms, hasXRes);
     const std::optional<DesktopFacts> check = desktop->d->reader->read(false);
     desktop->d->trusted = check && check->trusted;
     return desktop;
@@ -298,7 +288,7 @@ DesktopSnapshot X11Desktop::readSnapshot()
 {
     std::optional<DesktopFacts> facts;
     if (!xcb_connection_has_error(d->connection))
-        facts = d->reader->read(true, ++d->reads % kFullReadEvery == 0);
+        facts = d->reader->read();
     if (!facts) {
         d->trusted = false;
         // xcb never recovers a broken connection: one line says it, the rest is silence.
@@ -307,26 +297,12 @@ DesktopSnapshot X11Desktop::readSnapshot()
         return {};
     }
     d->trusted = facts->trusted;
-    {
-        QMutexLocker lock(&d->lastMutex);
-        if (d->lastReadNumber == facts->readNumber)
-            return d->lastSnapshot;
-    }
-    DesktopSnapshot snapshot = d->snapshot(*facts);
-    QMutexLocker lock(&d->lastMutex);
-    d->lastReadNumber = facts->readNumber;
-    d->lastSnapshot = snapshot;
-    return snapshot;
+    return d->snapshot(*facts);
 }
 
 qint32 X11Desktop::ownPid() const
 {
     return d->ownPid;
-}
-
-const std::shared_ptr<PropertyCache> &X11Desktop::propertyCache() const
-{
-    return d->cache;
 }
 
 LaunchWatch X11Desktop::watchForLaunch()

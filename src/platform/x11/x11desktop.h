@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/desktop.h"
-#include "platform/x11/x11propertycache.h"
 
 #include <QString>
 
@@ -16,12 +15,6 @@ namespace orvella::platform::x11 {
  * a window destroyed mid-read is dropped, titles are bounded valid UTF-8, icon data
  * is validated before use, and no property can make Orvella allocate without bound.
  * Thread-safe: readSnapshot() may run on several refresh workers at once.
- *
- * While an X11DesktopObserver on the same display runs, reads come from the display's
- * PropertyCache and ask the server only for what its events made stale; every
- * kFullReadEvery-th read reads every window anyway, so that a change the events missed
- * (a client that changes a property without notice, a selection that raced a window's
- * creation) lasts at most that many reads. Without an observer every read is full.
  */
 class X11Desktop final : public Desktop
 {
@@ -29,21 +22,12 @@ public:
     ~X11Desktop() override;
 
     /// Connects to `display` (empty: `$DISPLAY`); null, with `error` set, on failure.
-    /// Without `cached`, every read is a full one: the reference the cache is held to.
-    static std::shared_ptr<X11Desktop> open(const QString &display, QString *error, bool cached = true);
+    static std::shared_ptr<X11Desktop> open(const QString &display, QString *error);
 
     bool isTrusted() const override;
     DesktopSnapshot readSnapshot() override;
     qint32 ownPid() const override;
     LaunchWatch watchForLaunch() override;
-
-    /// One read in this many reads every window, whatever the cache holds. A heartbeat is
-    /// at least one read, so at the shown rhythm (1.5 s) a missed change lasts at most 30 s,
-    /// while the full reads add a twentieth of one to an idle refresh's cost.
-    static constexpr int kFullReadEvery = 20;
-    /// The cache shared with the observer on this display (null when opened uncached); its
-    /// scaledIcon() serves the views.
-    const std::shared_ptr<PropertyCache> &propertyCache() const;
 
 private:
     X11Desktop();

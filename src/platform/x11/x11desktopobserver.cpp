@@ -41,9 +41,6 @@ struct X11DesktopObserver::Private
     Atoms atoms;
     std::unique_ptr<WindowProbe> probe;
     std::unique_ptr<EventReader> reader;
-    std::shared_ptr<PropertyCache> cache;
-    /// This observer feeds the cache (the first one started on the display does).
-    std::atomic<bool> following{false};
     bool hasScreenSaver = false;
     int wakeFd = -1;
     std::thread thread;
@@ -57,23 +54,11 @@ struct X11DesktopObserver::Private
 void X11DesktopObserver::Private::run(quint64 gen)
 {
     pollfd fds[2] = {{xcb_get_file_descriptor(connection), POLLIN, 0}, {wakeFd, POLLIN, 0}};
-    quint64 servedTicket = 0;
     while (!stopping.load()) {
-        // A read waits for this: after one round trip every event the server sent before
-        // it is queued here, and handled below before the read is let go.
-        const quint64 ticket = following ? cache->requestedTicket() : 0;
-        if (ticket > servedTicket)
-            std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
         EventReader::Events out;
         const bool handled = reader->handleQueued(out);
         post(gen, std::move(out));
-        if (ticket > servedTicket) {
-            servedTicket = ticket;
-            cache->served(ticket);
-        }
         if (xcb_connection_has_error(connection)) {
-            if (following.exchange(false))
-                cache->stopFollowing(q);
             if (!lost.exchange(true)) {
                 qCWarning(lcPlatform) << "[OV] X connection lost; window observation stopped";
                 DesktopEvent e;
@@ -89,13 +74,8 @@ void X11DesktopObserver::Private::run(quint64 gen)
         if (::poll(fds, 2, reader->msUntilDue()) < 0 && errno != EINTR) {
             qCWarning(lcPlatform) << "[OV] waiting for X events failed:" << std::strerror(errno)
                                   << "- window observation stopped";
-            if (following.exchange(false))
-                cache->stopFollowing(q);
             return;
         }
-        std::uint64_t wakes = 0;
-        if ((fds[1].revents & POLLIN) && ::read(wakeFd, &wakes, sizeof wakes) < 0 && errno != EAGAIN)
-            qCDebug(lcPlatform) << "[OV] clearing the X reader's wake-up failed:" << std::strerror(errno);
     }
 }
 
@@ -175,8 +155,7 @@ std::unique_ptr<X11DesktopObserver> X11DesktopObserver::open(const QString &disp
         return fail(
             QStringLiteral("cannot create an eventfd: %1").arg(QString::fromLocal8Bit(std::strerror(errno))));
     p.probe = std::make_unique<WindowProbe>(p.connection, p.atoms, supportsClientIds(p.connection));
-    p.cache = PropertyCache::forDisplay(display);
-    p.reader = std::make_unique<EventReader>(p.connection, p.root, p.atoms, *p.probe, p.cache);
+    p.reader = std::make_unique<EventReader>(p.connection, p.root, p.atoms, *p.probe);
     const xcb_query_extension_reply_t *saver = xcb_get_extension_data(p.connection, &xcb_screensaver_id);
     p.hasScreenSaver = saver && saver->present;
     if (!p.hasScreenSaver)
@@ -200,12 +179,6 @@ bool X11DesktopObserver::start()
     }
     d->running = true;
     d->stopping = false;
-    const int wakeFd = d->wakeFd;
-    d->following = d->cache->startFollowing(this, [wakeFd] {
-        const std::uint64_t one = 1;
-        if (::write(wakeFd, &one, sizeof one) < 0)
-            qCDebug(lcPlatform) << "[OV] cannot wake the X reader:" << std::strerror(errno);
-    });
     const quint64 gen = ++d->generation;
     d->thread = std::thread([this, gen] { d->run(gen); });
     return true;
@@ -221,8 +194,6 @@ void X11DesktopObserver::stop()
     if (::write(d->wakeFd, &one, sizeof one) < 0)
         qCWarning(lcPlatform) << "[OV] cannot wake the X reader:" << std::strerror(errno);
     d->thread.join();
-    if (d->following.exchange(false))
-        d->cache->stopFollowing(this);
     std::uint64_t count = 0;
     if (::read(d->wakeFd, &count, sizeof count) < 0 && errno != EAGAIN)
         qCDebug(lcPlatform) << "[OV] clearing the X reader's wake-up failed:" << std::strerror(errno);
@@ -239,10 +210,7 @@ bool X11DesktopObserver::observeProcess(qint32 pid)
 
 void X11DesktopObserver::unobserveProcess(qint32 pid)
 {
-    const QList<std::uint32_t> windows = d->reader->unobserve(pid);
-    // The cache still needs their property changes; the events just go unreported.
-    if (!d->following)
-        d->selectProperties(windows, false);
+    d->selectProperties(d->reader->unobserve(pid), false);
 }
 
 std::optional<double> X11DesktopObserver::userIdleSeconds() const

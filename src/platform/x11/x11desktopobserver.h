@@ -16,10 +16,6 @@ namespace orvella::platform::x11 {
  * connection, drains every queued event after each wake-up and hands the resulting
  * DesktopEvent values to the observer's thread by queued invocation. When the server goes
  * away it reports ConnectionLost once and stops; later calls do nothing.
- *
- * The first observer started on a display also keeps that display's PropertyCache
- * current: it follows the property and structure changes of every managed window,
- * observed process or not, and serves the desktop's requests to catch up.
  */
 class X11DesktopObserver final : public DesktopObserver
 {

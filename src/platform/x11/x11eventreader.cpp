@@ -36,12 +36,11 @@ void select(xcb_connection_t *connection, std::uint32_t window, std::uint32_t ma
 } // namespace
 
 EventReader::EventReader(xcb_connection_t *connection, std::uint32_t root, const Atoms &atoms,
-                         const WindowProbe &probe, std::shared_ptr<PropertyCache> cache)
+                         const WindowProbe &probe)
     : m_connection(connection)
     , m_root(root)
     , m_atoms(atoms)
     , m_probe(probe)
-    , m_cache(std::move(cache))
 {}
 
 void EventReader::readBaseline()
@@ -59,8 +58,6 @@ bool EventReader::handleQueued(Events &out)
     while (xcb_generic_event_t *raw = xcb_poll_for_event(m_connection)) {
         const Reply<xcb_generic_event_t> owned(raw);
         handled = true;
-        if (m_cache)
-            invalidate(raw);
         handle(raw, seen, out);
     }
     if (m_rootDirty || m_windowManagerGrace)
@@ -114,62 +111,6 @@ void EventReader::handle(const void *event, QSet<std::pair<int, std::uint32_t>> 
     }
 }
 
-unsigned EventReader::partsOf(std::uint32_t atom) const
-{
-    const Atoms &a = m_atoms;
-    if (atom == a.netWmIcon)
-        return PropertyCache::Icon;
-    const std::uint32_t properties[] = {
-        a.netWmName,       XCB_ATOM_WM_NAME,     a.netWmPid,         XCB_ATOM_WM_CLASS,
-        a.netWmWindowType, a.netWmState,         a.wmState,          a.netWmDesktop,
-        a.netFrameExtents, a.netWmWindowOpacity, a.gtkApplicationId, a.kdeNetWmDesktopFile};
-    for (std::uint32_t known : properties) {
-        if (known != XCB_NONE && known == atom)
-            return PropertyCache::Properties;
-    }
-    return 0;
-}
-
-void EventReader::invalidate(const void *event)
-{
-    const auto *raw = static_cast<const xcb_generic_event_t *>(event);
-    switch (raw->response_type & 0x7f) {
-    case XCB_PROPERTY_NOTIFY: {
-        const auto *e = static_cast<const xcb_property_notify_event_t *>(event);
-        if (e->window != m_root) {
-            if (const unsigned parts = partsOf(e->atom))
-                m_cache->invalidate(e->window, parts);
-        } else if (e->atom == m_atoms.netCurrentDesktop) {
-            // Switching desktops maps and unmaps frames, which the clients are not told about.
-            m_cache->invalidateAll(PropertyCache::Geometry);
-        }
-        break;
-    }
-    // A reparenting window manager moving a frame tells the client by a synthetic
-    // ConfigureNotify; a resize, or a change of map state, comes from the server itself.
-    case XCB_CONFIGURE_NOTIFY:
-        m_cache->invalidate(static_cast<const xcb_configure_notify_event_t *>(event)->window,
-                            PropertyCache::Geometry);
-        break;
-    case XCB_MAP_NOTIFY:
-        m_cache->invalidate(static_cast<const xcb_map_notify_event_t *>(event)->window,
-                            PropertyCache::Geometry);
-        break;
-    case XCB_UNMAP_NOTIFY:
-        m_cache->invalidate(static_cast<const xcb_unmap_notify_event_t *>(event)->window,
-                            PropertyCache::Geometry);
-        break;
-    case XCB_REPARENT_NOTIFY:
-        m_cache->invalidate(static_cast<const xcb_reparent_notify_event_t *>(event)->window,
-                            PropertyCache::Geometry);
-        break;
-    case XCB_DESTROY_NOTIFY:
-        m_cache->forget(static_cast<const xcb_destroy_notify_event_t *>(event)->window);
-        break;
-    default: break;
-    }
-}
-
 void EventReader::refreshRoot(Events &out)
 {
     m_rootDirty = false;
@@ -215,18 +156,10 @@ void EventReader::applyClients(const QList<std::uint32_t> &listed, Events &out)
     // Its end is asked for before anything is read of it: a window that ends after this
     // reports it, and one that ends before cannot be read either, so an id that the server
     // hands to the next client in between is never taken for the old window.
-    // The cache needs every window's property changes, observed process or not.
-    const std::uint32_t cacheMask = m_cache ? XCB_EVENT_MASK_PROPERTY_CHANGE : 0;
     for (std::uint32_t w : std::as_const(added))
-        select(m_connection, w, XCB_EVENT_MASK_STRUCTURE_NOTIFY | cacheMask);
+        select(m_connection, w, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
     const std::vector<ProbedWindow> probed =
         added.isEmpty() ? std::vector<ProbedWindow>() : m_probe.probe(added);
-    // The probe's round trip put the selections in force: a read from now on is followed by
-    // events, and one from before may have missed a change.
-    if (m_cache) {
-        for (std::uint32_t w : std::as_const(added))
-            m_cache->invalidate(w, PropertyCache::AllParts);
-    }
 
     QMutexLocker lock(&m_mutex);
     QList<std::uint32_t> gone;
@@ -262,7 +195,7 @@ void EventReader::applyClients(const QList<std::uint32_t> &listed, Events &out)
         // other clients' masks are their own.
         const bool observed = pid != 0 && m_observed.contains(pid);
         select(m_connection, p.window,
-               p.eventMask | XCB_EVENT_MASK_STRUCTURE_NOTIFY | cacheMask
+               p.eventMask | XCB_EVENT_MASK_STRUCTURE_NOTIFY
                    | (observed ? XCB_EVENT_MASK_PROPERTY_CHANGE : 0));
     }
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/desktopobserver.h"
-#include "platform/x11/x11propertycache.h"
 
 #include <QDeadlineTimer>
 #include <QHash>
@@ -32,10 +31,8 @@ class EventReader
 public:
     using Events = std::vector<DesktopEvent>;
 
-    /// With a `cache`, every managed window's property and structure changes invalidate
-    /// what the cache holds of it, whether or not its process is observed.
     EventReader(xcb_connection_t *connection, std::uint32_t root, const Atoms &atoms,
-                const WindowProbe &probe, std::shared_ptr<PropertyCache> cache = nullptr);
+                const WindowProbe &probe);
 
     /// Selects the root window's property changes and reads the desktop as it stands: the
     /// baseline that later changes are reported against, not itself reported.
@@ -54,10 +51,6 @@ public:
 
 private:
     void handle(const void *event, QSet<std::pair<int, std::uint32_t>> &seen, Events &out);
-    /// Tells the cache what `event` made stale.
-    void invalidate(const void *event);
-    /// The cache parts a change of `atom` on a client makes stale; 0 for none.
-    unsigned partsOf(std::uint32_t atom) const;
     void refreshRoot(Events &out);
     void applyClients(const QList<std::uint32_t> &listed, Events &out);
     /// Drops a window that ended, reporting it (and its process's end with its last window).
@@ -72,7 +65,6 @@ private:
     std::uint32_t m_root;
     const Atoms &m_atoms;
     const WindowProbe &m_probe;
-    std::shared_ptr<PropertyCache> m_cache;
 
     // Shared with the threads that call observe() and unobserve().
     mutable QMutex m_mutex;
