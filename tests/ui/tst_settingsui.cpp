@@ -1,8 +1,9 @@
-// The settings window on a real X session, found through the accessibility tree and used
-// with the pointer and keyboard: what it changes must reach the preferences file and the
-// running sidebar.
+// The settings window and the sidebar on a real X session, found through the accessibility
+// tree and used with the pointer and keyboard: what they change must reach the session, the
+// preferences file and the running sidebar.
 #include "settings/applanguage.h"
 #include "settings/localizationmanager.h"
+#include "testclientprocess.h"
 #include "xsession.h"
 #include "xtestconnection.h"
 
@@ -48,9 +49,11 @@ private slots:
     void resetAsksFirstThenRestoresDefaults();
     void searchingFontLeavesTheFontControls();
     void screenshotsOfEveryPage();
+    void sidebarRowsAndButtonsAct();
 
 private:
-    void startWith(const QJsonObject &preferences);
+    /// Starts the application on these preferences and, unless told not to, its settings window.
+    void startWith(const QJsonObject &preferences, bool openSettings = true);
     QString helper(const QStringList &arguments, int *status = nullptr);
     QRect find(const QString &role, const QString &name, int timeoutSeconds = 10);
     QStringList showing(const QString &role)
@@ -91,7 +94,7 @@ void TestSettingsUi::cleanup()
     QTRY_VERIFY_WITH_TIMEOUT(ownerPid() == 0, testsupport::kWaitMs);
 }
 
-void TestSettingsUi::startWith(const QJsonObject &preferences)
+void TestSettingsUi::startWith(const QJsonObject &preferences, bool openSettings)
 {
     QDir(m_config.path()).mkpath(QStringLiteral("orvella"));
     QFile file(m_config.filePath(QStringLiteral("orvella/preferences.json")));
@@ -107,6 +110,8 @@ void TestSettingsUi::startWith(const QJsonObject &preferences)
     m_app->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_app->start(QStringLiteral(ORVELLA_BINARY), QStringList());
     QTRY_VERIFY_WITH_TIMEOUT(ownerPid() == uint(m_app->processId()), testsupport::kWaitMs);
+    if (!openSettings)
+        return;
 
     QProcess cli;
     cli.setProcessEnvironment(m_env);
@@ -250,6 +255,31 @@ void TestSettingsUi::screenshotsOfEveryPage()
             cleanup();
         }
     }
+}
+
+// The sidebar's rows are buttons named by their windows' titles, its tools buttons named by
+// their tooltips: a click on a row focuses that window, "Add new shelf" adds one that is kept,
+// and "Hide sidebar" hides it.
+void TestSettingsUi::sidebarRowsAndButtonsAct()
+{
+    testsupport::TestClient client(testsupport::TestClient::titled({"ui first", "ui second"}),
+                                   m_session.clientEnvironment());
+    startWith({}, false);
+    testsupport::XTestConnection x(m_session.display());
+    const auto active = [&x] {
+        return x.cardinals(x.root(), "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW).value(0);
+    };
+    x.activate(client.xids.at(1));
+    QTRY_COMPARE_WITH_TIMEOUT(active(), client.xids.at(1), testsupport::kWaitMs);
+    click(find(QStringLiteral("push button"), QStringLiteral("ui first"), 30));
+    QTRY_COMPARE_WITH_TIMEOUT(active(), client.xids.at(0), testsupport::kWaitMs);
+
+    click(find(QStringLiteral("push button"), QStringLiteral("Add new shelf")));
+    QTRY_VERIFY_WITH_TIMEOUT(QJsonDocument(preferences()).toJson().contains("shelf-1"), testsupport::kWaitMs);
+
+    click(find(QStringLiteral("push button"), QStringLiteral("Hide sidebar")));
+    QTRY_VERIFY_WITH_TIMEOUT(find(QStringLiteral("push button"), QStringLiteral("ui first"), 1).isEmpty(),
+                             testsupport::kWaitMs);
 }
 
 QTEST_GUILESS_MAIN(TestSettingsUi)
