@@ -88,6 +88,8 @@ bool ActionRunner::perform(const tracking::WindowActionRequest &request, Complet
         m_showDesktop->restoreAndRaiseCategoryWindows(request.target, std::move(done));
         return true;
     case Verb::ToggleShowDesktop: m_showDesktop->toggleShowDesktop(std::move(done)); return true;
+    case Verb::ShowDesktopSave: m_showDesktop->showDesktopSaveAndMinimize(std::move(done)); return true;
+    case Verb::ShowDesktopRestore: m_showDesktop->showDesktopRestore(std::move(done)); return true;
     case Verb::MinimizeAll: m_showDesktop->minimizeAllWindows(std::move(done)); return true;
     case Verb::NewWindow: m_newWindowOpener->openNewWindow(request.target, std::move(done)); return true;
     case Verb::NewWindowForItem:

@@ -22,6 +22,9 @@ public:
     ShowDesktop(ActionContext context, QObject *parent);
 
     void toggleShowDesktop(Completion completion);
+    /// The two halves of the toggle, for callers that know which one they want.
+    void showDesktopSaveAndMinimize(Completion completion);
+    void showDesktopRestore(Completion completion);
     void minimizeAllWindows(Completion completion);
     void minimizeCategoryWindows(const QString &categoryID, Completion completion);
     void restoreCategoryWindows(const QString &categoryID, Completion completion);
@@ -29,8 +32,6 @@ public:
     void restoreAndRaiseCategoryWindows(const QString &categoryID, Completion completion);
 
 private:
-    void showDesktopSaveAndMinimize(Completion completion);
-    void showDesktopRestore(Completion completion);
     QList<tracking::WindowItem> categoryWindows(const QString &categoryID) const;
     /// Minimises or restores one shelf's windows, shown at once, written on a worker.
     void setCategoryMinimized(const QString &categoryID, bool minimized, Completion completion);

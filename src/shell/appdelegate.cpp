@@ -433,6 +433,22 @@ void AppDelegate::cycleSidebarToNextScreen()
         m_panel->cycleSidebarToNextScreen();
 }
 
+void AppDelegate::headerBarClicked(bool doubleClick)
+{
+    if (m_headerCooldown)
+        return;
+    m_headerCooldown = true;
+    QPointer<AppDelegate> self(this);
+    const auto done = [self] {
+        if (self)
+            self->m_headerCooldown = false;
+    };
+    const bool started = doubleClick ? m_windowManager->showDesktopSaveAndMinimize(done)
+                                     : m_windowManager->showDesktopRestore(done);
+    if (!started)
+        m_headerCooldown = false;
+}
+
 void AppDelegate::refreshFromSidebar()
 {
     const bool trusted = m_parts.desktop->isTrusted();

@@ -134,6 +134,9 @@ public:
     bool dragHintDismissed() const;
     void setDragHintDismissed(bool dismissed);
     Q_INVOKABLE void cycleSidebarToNextScreen();
+    /// A click on the sidebar's header bar outside its buttons: a double click minimises every
+    /// window, a single one brings them back; clicks while one runs are ignored.
+    Q_INVOKABLE void headerBarClicked(bool doubleClick);
     /// The sidebar's refresh button: a hard refresh and, a second later, what it found.
     Q_INVOKABLE void refreshFromSidebar();
     bool isAutoSplitActive() const;
@@ -183,6 +186,7 @@ private:
     bool m_pendingInitialSidebarReveal = true;
     bool m_pendingWhatsNewPresentation = false;
     bool m_terminated = false;
+    bool m_headerCooldown = false;
 };
 
 } // namespace orvella::shell

@@ -25,6 +25,8 @@ struct WindowActionRequest
         RestoreSection,
         RaiseSection,
         ToggleShowDesktop,
+        ShowDesktopSave,
+        ShowDesktopRestore,
         MinimizeAll,
         NewWindow,
         NewWindowForItem,

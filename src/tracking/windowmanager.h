@@ -172,6 +172,10 @@ public:
     Q_INVOKABLE bool restoreAndRaiseCategoryWindows(const QString &categoryID,
                                                     orvella::tracking::Completion done = {});
     Q_INVOKABLE bool toggleShowDesktop(orvella::tracking::Completion done = {});
+    /// Remembers the visible windows and minimises them; showDesktopRestore() brings back
+    /// exactly those.
+    Q_INVOKABLE bool showDesktopSaveAndMinimize(orvella::tracking::Completion done = {});
+    Q_INVOKABLE bool showDesktopRestore(orvella::tracking::Completion done = {});
     Q_INVOKABLE bool minimizeAllWindows(orvella::tracking::Completion done = {});
     /// `bundleID` is a desktop-file id ("org.gnome.TextEditor").
     Q_INVOKABLE bool openNewWindow(const QString &bundleID, orvella::tracking::Completion done = {});

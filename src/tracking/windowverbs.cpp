@@ -256,6 +256,16 @@ bool WindowManager::toggleShowDesktop(Completion done)
     return request(onTarget(Verb::ToggleShowDesktop, {}), std::move(done));
 }
 
+bool WindowManager::showDesktopSaveAndMinimize(Completion done)
+{
+    return request(onTarget(Verb::ShowDesktopSave, {}), std::move(done));
+}
+
+bool WindowManager::showDesktopRestore(Completion done)
+{
+    return request(onTarget(Verb::ShowDesktopRestore, {}), std::move(done));
+}
+
 bool WindowManager::minimizeAllWindows(Completion done)
 {
     return request(onTarget(Verb::MinimizeAll, {}), std::move(done));

@@ -10,6 +10,7 @@
 #include "settings/appsettings.h"
 #include "shell/appdelegate.h"
 #include "tracking/windowitem.h"
+#include "tracking/windowmanager.h"
 
 #include <QApplication>
 #include <QTemporaryDir>
@@ -33,6 +34,7 @@ private slots:
     void revealWaitsForAnOrdinaryWindow();
     void monitorRestsOnlyWhenNothingShowsIt_data();
     void monitorRestsOnlyWhenNothingShowsIt();
+    void headerBarClicksAreOneAtATime();
 
 private:
     std::unique_ptr<shell::AppDelegate> make(const QString &version = QStringLiteral("2.0.0"));
@@ -189,6 +191,50 @@ void TestAppDelegate::monitorRestsOnlyWhenNothingShowsIt()
     sidebarVisible ? app->showSidebar() : app->hideSidebar();
     app->updateSystemMonitorPauseState();
     QCOMPARE(app->systemMonitor().isPaused(), paused);
+}
+
+// A double click minimises the windows and a click brings them back; a click while one runs
+// does nothing.
+void TestAppDelegate::headerBarClicksAreOneAtATime()
+{
+    platform::sim::SimulatedDesktop::App editor;
+    editor.pid = 42;
+    editor.name = QStringLiteral("Editor");
+    editor.bundleID = QStringLiteral("org.example.Editor");
+    for (const qint64 number : {1, 2}) {
+        platform::sim::SimulatedDesktop::Window w;
+        w.number = number;
+        w.title = QStringLiteral("window %1").arg(number);
+        editor.windows.append(w);
+    }
+    m_desktop->addApp(editor);
+    const auto app = make();
+    app->applicationDidFinishLaunching();
+    advance(2s);
+    QTRY_COMPARE(app->windowManager().windows().size(), 2);
+    const auto minimized = [this] {
+        int n = 0;
+        for (const platform::AppWindow &w :
+             m_desktop->readSnapshot().windowsByPid.value(42).value_or(QList<platform::AppWindow>()))
+            n += w.minimized ? 1 : 0;
+        return n;
+    };
+    // Actions settle on the injected clock and are written on a worker thread.
+    const auto settlesAt = [this, &minimized](int count) {
+        for (int i = 0; i < 100 && minimized() != count; ++i) {
+            advance(100ms);
+            QTest::qWait(5);
+        }
+        return minimized() == count;
+    };
+    app->headerBarClicked(true);
+    app->headerBarClicked(false); // ignored: the first is still running
+    QVERIFY(settlesAt(2));
+    advance(3s);
+    QTest::qWait(50);
+    QCOMPARE(minimized(), 2);
+    app->headerBarClicked(false);
+    QVERIFY(settlesAt(0));
 }
 
 QTEST_MAIN(TestAppDelegate)

@@ -9,6 +9,14 @@ Rectangle {
     implicitHeight: 32
     color: "transparent"
 
+    // Outside its buttons the bar is a show-desktop control: a double click minimises every
+    // window, a single click brings them back.
+    MouseArea {
+        anchors.fill: parent
+        onClicked: if (bar.root.app) bar.root.app.headerBarClicked(false)
+        onDoubleClicked: if (bar.root.app) bar.root.app.headerBarClicked(true)
+    }
+
     Row {
         id: actions
         anchors.verticalCenter: parent.verticalCenter
