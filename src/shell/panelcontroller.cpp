@@ -6,7 +6,6 @@
 #include "platform/preferencesstore.h"
 #include "platform/scheduler.h"
 #include "settings/appsettings.h"
-#include "shell/screenidentity.h"
 #include "shell/sidebarpanel.h"
 #include "sidebar/sidebarrowsmodel.h"
 #include "sidebar/splitlayout.h"
@@ -23,7 +22,6 @@ namespace orvella::shell {
 
 namespace {
 
-const QString kLastScreenKey = QStringLiteral("ov.lastSidebarScreen");
 // Long enough that brushing past the edge does not hide the panel.
 constexpr std::chrono::milliseconds kAutoHideDelay{800};
 // The auto split's edge zone, in points from the screen's edge.
@@ -42,11 +40,12 @@ PanelController::PanelController(tracking::WindowManager &manager, settings::App
     : QObject(parent)
     , m_manager(manager)
     , m_settings(settings)
-    , m_store(store)
     , m_host(std::move(host))
     , m_scheduler(scheduler)
     , m_rows(std::make_unique<sidebar::SidebarRowsModel>())
+    , m_placement(settings, store)
 {
+    connect(&m_placement, &PanelPlacement::screensChanged, this, &PanelController::updatePanelLayout);
     m_autoSplitPoll.setInterval(200);
     connect(&m_autoSplitPoll, &QTimer::timeout, this, [this] { updateAutoSplitActivation(false); });
 }
@@ -57,53 +56,24 @@ PanelController::~PanelController() = default;
 
 QScreen *PanelController::targetScreen() const
 {
-    if (m_manualTargetScreen)
-        return m_manualTargetScreen;
-    if (m_settings.sidebarScreen() == QLatin1String("mouse")) {
-        if (m_pointerScreen)
-            return m_pointerScreen;
-        if (QScreen *screen = QGuiApplication::screenAt(QCursor::pos()))
-            return screen;
-    }
-    return QGuiApplication::primaryScreen();
+    return m_placement.targetScreen();
 }
 
 void PanelController::restoreLastScreen()
 {
-    if (!m_settings.rememberLastScreen())
-        return;
-    const std::optional<ScreenIdentity> saved =
-        ScreenIdentity::fromJson(m_store.dictionaryValue(kLastScreenKey).value_or(QJsonObject()));
-    if (!saved)
-        return;
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    QList<ScreenIdentity> candidates;
-    for (const QScreen *screen : screens)
-        candidates.append(ScreenIdentity::of(*screen));
-    const int match = saved->bestMatch(candidates);
-    qCInfo(lcShell).noquote() << "[OV] restoreLastScreen" << saved->connector
-                              << (match >= 0 ? "→ " + screens[match]->name()
-                                             : QStringLiteral("→ not connected"));
-    if (match >= 0)
-        m_manualTargetScreen = screens[match];
+    m_placement.restoreLastScreen();
 }
 
 void PanelController::saveCurrentScreen()
 {
-    if (!m_settings.rememberLastScreen() || !m_panel || !m_panel->screen())
-        return;
-    m_store.setDictionary(kLastScreenKey, ScreenIdentity::of(*m_panel->screen()).toJson());
+    if (m_panel)
+        m_placement.saveScreen(m_panel->screen());
 }
 
 void PanelController::cycleSidebarToNextScreen()
 {
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    if (screens.size() < 2)
+    if (!m_placement.cycleFrom(m_panel ? m_panel->screen() : nullptr))
         return;
-    const qsizetype current =
-        screens.indexOf(m_panel && m_panel->screen() ? m_panel->screen() : targetScreen());
-    m_manualTargetScreen = screens[(current + 1) % screens.size()];
-    qCInfo(lcShell).noquote() << "[OV] sidebar moved to monitor" << m_manualTargetScreen->name();
     updatePanelLayout();
     saveCurrentScreen();
 }
@@ -203,7 +173,7 @@ void PanelController::setShown(bool shown)
     if (shown) {
         // The pointer's monitor is chosen when the panel appears; it does not follow the
         // pointer around while shown.
-        m_pointerScreen = QGuiApplication::screenAt(QCursor::pos());
+        m_placement.panelShown();
         if (m_host)
             m_host->watchEdge({});
         m_panel->show();
@@ -318,36 +288,6 @@ void PanelController::follow()
         connect(settings, &settings::AppSettings::globalShortcutChanged, this, grab);
         grab();
     }
-    m_lastKnownScreenCount = int(QGuiApplication::screens().size());
-    connect(qApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
-        watchScreen(screen);
-        onScreensChanged("new-monitor");
-    });
-    connect(qApp, &QGuiApplication::screenRemoved, this, [this] {
-        // Qt still lists the leaving screen while it announces it.
-        QMetaObject::invokeMethod(
-            this, [this] { onScreensChanged("monitor-lost"); }, Qt::QueuedConnection);
-    });
-    connect(qApp, &QGuiApplication::primaryScreenChanged, this, &PanelController::updatePanelLayout);
-    for (QScreen *screen : QGuiApplication::screens())
-        watchScreen(screen);
-}
-
-void PanelController::watchScreen(QScreen *screen)
-{
-    connect(screen, &QScreen::availableGeometryChanged, this,
-            [this] { onScreensChanged("visibleFrame-changed"); });
-}
-
-void PanelController::onScreensChanged(const char *what)
-{
-    const int count = int(QGuiApplication::screens().size());
-    // A reserved edge changes the available area too: that is the panel's own doing, not news.
-    if (qstrcmp(what, "visibleFrame-changed") != 0 || count != m_lastKnownScreenCount)
-        qCInfo(lcShell).noquote()
-            << QStringLiteral("didChangeScreenParameters %1 count=%2").arg(QLatin1String(what)).arg(count);
-    m_lastKnownScreenCount = count;
-    updatePanelLayout();
 }
 
 // --- split layout ------------------------------------------------------------------------
@@ -387,7 +327,7 @@ void PanelController::updateAutoSplitActivation(bool forceEdgeActivation)
 {
     if (m_settings.sidebarListLayoutMode() != QLatin1String("autoSplit") || !isVisible())
         return;
-    QScreen *screen = m_manualTargetScreen ? m_manualTargetScreen.data() : targetScreen();
+    QScreen *screen = targetScreen();
     if (!screen)
         return;
     const QPoint pointer = QCursor::pos();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/panelhost.h"
+#include "shell/panelplacement.h"
 
 #include <QObject>
 #include <QPointer>
@@ -91,26 +92,21 @@ private:
     /// The list rows, packed into the split columns while the split layout is on.
     void refreshRows();
     void follow();
-    void onScreensChanged(const char *what);
     void checkFullscreenState();
     void pointerLeftPanel();
     void followAutoHide();
     void refreshAutoSplitTracking();
     void scheduleAutoSplitActivation();
     void setAutoSplitActive(bool active);
-    void watchScreen(QScreen *screen);
 
     tracking::WindowManager &m_manager;
     settings::AppSettings &m_settings;
-    platform::PreferencesStore &m_store;
     std::unique_ptr<platform::PanelHost> m_host;
     platform::Scheduler &m_scheduler;
     std::unique_ptr<sidebar::SidebarRowsModel> m_rows;
     std::unique_ptr<SidebarPanel> m_panel;
     QVariantMap m_viewObjects;
-    QPointer<QScreen> m_manualTargetScreen;
-    QPointer<QScreen> m_pointerScreen; ///< under the pointer when the panel last appeared
-    int m_lastKnownScreenCount = 0;
+    PanelPlacement m_placement;
     bool m_fullscreenHidden = false;
     bool m_manuallyHidden = false;
     bool m_autoSplitActive = false;
