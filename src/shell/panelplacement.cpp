@@ -31,7 +31,8 @@ PanelPlacement::PanelPlacement(settings::AppSettings &settings, platform::Prefer
     });
     connect(qApp, &QGuiApplication::screenRemoved, this, [this] {
         // Qt still lists the leaving screen while it announces it.
-        QMetaObject::invokeMethod(this, [this] { report("monitor-lost"); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { report("monitor-lost"); }, Qt::QueuedConnection);
     });
     connect(qApp, &QGuiApplication::primaryScreenChanged, this, &PanelPlacement::screensChanged);
     for (QScreen *screen : QGuiApplication::screens())

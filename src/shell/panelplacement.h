@@ -25,7 +25,8 @@ class PanelPlacement : public QObject
 {
     Q_OBJECT
 public:
-    PanelPlacement(settings::AppSettings &settings, platform::PreferencesStore &store, QObject *parent = nullptr);
+    PanelPlacement(settings::AppSettings &settings, platform::PreferencesStore &store,
+                   QObject *parent = nullptr);
 
     QScreen *targetScreen() const;
     void restoreLastScreen();
