@@ -247,22 +247,14 @@ X11Desktop::~X11Desktop() = default;
 
 std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *error)
 {
-    int screenNumber = 0;
-    const QByteArray name = display.toLocal8Bit();
-    xcb_connection_t *c = xcb_connect(name.isEmpty() ? nullptr : name.constData(), &screenNumber);
+    const DisplayConnection display_ = connectToDisplay(display, error);
+    xcb_connection_t *c = display_.connection;
     std::shared_ptr<X11Desktop> desktop(new X11Desktop());
     desktop->d->connection = c;
-    if (!c || xcb_connection_has_error(c)) {
-        if (error)
-            *error = QStringLiteral("cannot connect to X display \"%1\"")
-                         .arg(display.isEmpty() ? qEnvironmentVariable("DISPLAY") : display);
+    if (!display_.screen)
         return nullptr;
-    }
     xcb_prefetch_extension_data(c, &xcb_res_id);
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(c));
-    for (int i = 0; i < screenNumber && it.rem; ++i)
-        xcb_screen_next(&it);
-    if (!it.data || !desktop->d->atoms.intern(c)) {
+    if (!desktop->d->atoms.intern(c)) {
         if (error)
             *error = QStringLiteral("the X server did not answer the first requests");
         return nullptr;
@@ -273,7 +265,7 @@ std::shared_ptr<X11Desktop> X11Desktop::open(const QString &display, QString *er
         qCInfo(lcPlatform)
             << "[OV] no X-Resource 1.2 on this server: windows without _NET_WM_PID have no process";
 
-    desktop->d->reader = std::make_unique<ClientReader>(c, it.data->root, desktop->d->atoms, hasXRes);
+    desktop->d->reader = std::make_unique<ClientReader>(c, display_.screen->root, desktop->d->atoms, hasXRes);
     const std::optional<DesktopFacts> check = desktop->d->reader->read(false);
     desktop->d->trusted = check && check->trusted;
     return desktop;

@@ -136,20 +136,16 @@ std::unique_ptr<X11DesktopObserver> X11DesktopObserver::open(const QString &disp
             *error = why;
         return nullptr;
     };
-    int screenNumber = 0;
-    const QByteArray name = display.toLocal8Bit();
-    p.connection = xcb_connect(name.isEmpty() ? nullptr : name.constData(), &screenNumber);
-    if (xcb_connection_has_error(p.connection))
-        return fail(QStringLiteral("cannot connect to X display \"%1\"")
-                        .arg(display.isEmpty() ? qEnvironmentVariable("DISPLAY") : display));
+    QString why;
+    const DisplayConnection display_ = connectToDisplay(display, &why);
+    p.connection = display_.connection;
+    if (!display_.screen)
+        return fail(why);
     xcb_prefetch_extension_data(p.connection, &xcb_res_id);
     xcb_prefetch_extension_data(p.connection, &xcb_screensaver_id);
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(p.connection));
-    for (int i = 0; i < screenNumber && it.rem; ++i)
-        xcb_screen_next(&it);
-    if (!it.data || !p.atoms.intern(p.connection))
+    if (!p.atoms.intern(p.connection))
         return fail(QStringLiteral("the X server did not answer the first requests"));
-    p.root = it.data->root;
+    p.root = display_.screen->root;
     p.wakeFd = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (p.wakeFd < 0)
         return fail(

@@ -105,25 +105,18 @@ X11PanelHost::~X11PanelHost()
 
 std::unique_ptr<X11PanelHost> X11PanelHost::open(const QString &display, QString *error)
 {
-    const QByteArray name = display.toLocal8Bit();
-    int screenNumber = 0;
-    xcb_connection_t *c = xcb_connect(name.isEmpty() ? nullptr : name.constData(), &screenNumber);
+    const DisplayConnection display_ = connectToDisplay(display, error);
+    xcb_connection_t *c = display_.connection;
     std::unique_ptr<X11PanelHost> host(new X11PanelHost);
     host->d->connection = c;
-    if (!c || xcb_connection_has_error(c)) {
+    if (!display_.screen)
+        return nullptr;
+    if (!host->d->atoms.intern(c)) {
         if (error)
-            *error = QStringLiteral("cannot connect to the X server");
+            *error = QStringLiteral("the X server did not answer the first requests");
         return nullptr;
     }
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(c));
-    for (int i = 0; i < screenNumber && it.rem; ++i)
-        xcb_screen_next(&it);
-    if (!it.rem || !host->d->atoms.intern(c)) {
-        if (error)
-            *error = QStringLiteral("the X server did not answer");
-        return nullptr;
-    }
-    host->d->root = it.data->root;
+    host->d->root = display_.screen->root;
     X11PanelHost *self = host.get();
     host->d->notifier = new QSocketNotifier(xcb_get_file_descriptor(c), QSocketNotifier::Read, self);
     connect(host->d->notifier, &QSocketNotifier::activated, self, [self] { self->drain(); });

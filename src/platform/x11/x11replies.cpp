@@ -3,6 +3,26 @@
 
 namespace orvella::platform::x11 {
 
+DisplayConnection connectToDisplay(const QString &display, QString *error)
+{
+    DisplayConnection out;
+    const QByteArray name = display.toLocal8Bit();
+    out.connection = xcb_connect(name.isEmpty() ? nullptr : name.constData(), &out.screenNumber);
+    if (xcb_connection_has_error(out.connection)) {
+        if (error)
+            *error = QStringLiteral("cannot connect to X display \"%1\"")
+                         .arg(display.isEmpty() ? qEnvironmentVariable("DISPLAY") : display);
+        return out;
+    }
+    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(out.connection));
+    for (int i = 0; i < out.screenNumber && it.rem; ++i)
+        xcb_screen_next(&it);
+    out.screen = it.rem ? it.data : nullptr;
+    if (!out.screen && error)
+        *error = QStringLiteral("the X server did not answer the first requests");
+    return out;
+}
+
 bool supportsClientIds(xcb_connection_t *connection)
 {
     const xcb_query_extension_reply_t *ext = xcb_get_extension_data(connection, &xcb_res_id);

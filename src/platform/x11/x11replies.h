@@ -88,6 +88,16 @@ inline constexpr std::uint32_t kMaxPid = 0x7fffffff;
 /// Whether the server answers X-Resource QueryClientIds (version 1.2), the pid of a
 /// window's client for windows without `_NET_WM_PID`.
 bool supportsClientIds(xcb_connection_t *connection);
+/// A new connection and its default screen, as every reader of the server opens one.
+struct DisplayConnection
+{
+    /// Set even when connecting failed: the caller disconnects it, as xcb asks.
+    xcb_connection_t *connection = nullptr;
+    xcb_screen_t *screen = nullptr; ///< null when connecting failed
+    int screenNumber = 0;
+};
+/// Connects to `display` (empty: `$DISPLAY`); without a screen, `error` says why.
+DisplayConnection connectToDisplay(const QString &display, QString *error);
 /// The keycodes that type `keysym` without Shift; one round trip.
 QList<xcb_keycode_t> keycodesFor(xcb_connection_t *connection, std::uint32_t keysym);
 /// The local client pid in a QueryClientIds reply; absent when the server names none.

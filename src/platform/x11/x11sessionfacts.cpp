@@ -45,25 +45,18 @@ QString windowManagerName(xcb_connection_t *c, xcb_window_t root)
 SessionFacts readSessionFacts(const QString &display)
 {
     SessionFacts facts;
-    const QByteArray name = display.toLocal8Bit();
-    int screenNumber = 0;
-    xcb_connection_t *c = xcb_connect(name.isEmpty() ? nullptr : name.constData(), &screenNumber);
-    if (!c || xcb_connection_has_error(c)) {
+    const DisplayConnection display_ = connectToDisplay(display, nullptr);
+    xcb_connection_t *c = display_.connection;
+    if (!display_.screen) {
         qCInfo(lcPlatform) << "[OV] session facts: cannot connect to the X server";
-        if (c)
-            xcb_disconnect(c);
+        xcb_disconnect(c);
         return facts;
     }
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(c));
-    for (int i = 0; i < screenNumber && it.rem; ++i)
-        xcb_screen_next(&it);
-    if (it.rem) {
-        facts.windowManager = windowManagerName(c, it.data->root);
-        const xcb_atom_t cm = intern(c, "_NET_WM_CM_S" + QByteArray::number(screenNumber));
-        Reply<xcb_get_selection_owner_reply_t> owner(
-            xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, cm), nullptr));
-        facts.compositor = cm != XCB_NONE && owner && owner->owner != XCB_NONE;
-    }
+    facts.windowManager = windowManagerName(c, display_.screen->root);
+    const xcb_atom_t cm = intern(c, "_NET_WM_CM_S" + QByteArray::number(display_.screenNumber));
+    Reply<xcb_get_selection_owner_reply_t> owner(
+        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, cm), nullptr));
+    facts.compositor = cm != XCB_NONE && owner && owner->owner != XCB_NONE;
     const QByteArray composite("Composite");
     Reply<xcb_query_extension_reply_t> ext(xcb_query_extension_reply(
         c, xcb_query_extension(c, quint16(composite.size()), composite.constData()), nullptr));

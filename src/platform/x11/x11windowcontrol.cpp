@@ -248,30 +248,22 @@ X11WindowControl::~X11WindowControl() = default;
 
 std::shared_ptr<X11WindowControl> X11WindowControl::open(const QString &display, QString *error)
 {
-    int screenNumber = 0;
-    const QByteArray name = display.toLocal8Bit();
-    xcb_connection_t *c = xcb_connect(name.isEmpty() ? nullptr : name.constData(), &screenNumber);
+    const DisplayConnection display_ = connectToDisplay(display, error);
+    xcb_connection_t *c = display_.connection;
     std::shared_ptr<X11WindowControl> control(new X11WindowControl());
     control->d->connection = c;
-    if (!c || xcb_connection_has_error(c)) {
-        if (error)
-            *error = QStringLiteral("cannot connect to X display \"%1\"")
-                         .arg(display.isEmpty() ? qEnvironmentVariable("DISPLAY") : display);
+    if (!display_.screen)
         return nullptr;
-    }
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(c));
-    for (int i = 0; i < screenNumber && it.rem; ++i)
-        xcb_screen_next(&it);
-    if (!it.data || !control->d->atoms.intern(c)) {
+    if (!control->d->atoms.intern(c)) {
         if (error)
             *error = QStringLiteral("the X server did not answer the first requests");
         return nullptr;
     }
-    control->d->root = it.data->root;
+    control->d->root = display_.screen->root;
     // An unmapped input-only window: somewhere to change a property and hear the time.
     control->d->ownWindow = xcb_generate_id(c);
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
-    xcb_create_window(c, XCB_COPY_FROM_PARENT, control->d->ownWindow, it.data->root, -1, -1, 1, 1, 0,
+    xcb_create_window(c, XCB_COPY_FROM_PARENT, control->d->ownWindow, display_.screen->root, -1, -1, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
     xcb_flush(c);
     return control;
